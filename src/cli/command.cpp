@@ -1,0 +1,43 @@
+#include "cli/command.h"
+
+#include <cstdio>
+#include <vector>
+
+namespace cli
+{
+namespace
+{
+std::vector<CommandSetup>& Registry()
+{
+    static std::vector<CommandSetup> s_registry;
+    return s_registry;
+}
+} // namespace
+
+CommandRegistrar::CommandRegistrar(CommandSetup setup) { Registry().push_back(std::move(setup)); }
+
+int RunMain(int argc, char** argv)
+{
+    CLI::App app{"tq7z: the model pipeline's command-line tool", "tq7z"};
+    app.require_subcommand(1);
+    app.set_help_all_flag("--help-all", "Show help for every subcommand");
+    int exitCode = 0;
+    for (const CommandSetup& setup : Registry())
+        setup(app, exitCode);
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::ParseError& e)
+    {
+        // Help is a success; any other parse failure is a usage error.
+        return app.exit(e) == 0 ? 0 : 2;
+    }
+    catch (const std::exception& e)
+    {
+        std::fprintf(stderr, "tq7z: %s\n", e.what());
+        return 1;
+    }
+    return exitCode;
+}
+} // namespace cli
