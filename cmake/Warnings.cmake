@@ -7,6 +7,10 @@ endfunction()
 # include path as "sub/header.h" from src/.
 function(tq7z_library name)
   file(GLOB_RECURSE srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  if(NOT srcs)
+    # A folder of headers only still makes a library, so that its dependents link alike.
+    set(srcs ${CMAKE_SOURCE_DIR}/cmake/empty.cpp)
+  endif()
   add_library(${name} STATIC ${srcs})
   target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
   tq7z_warnings(${name})
