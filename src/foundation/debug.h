@@ -36,10 +36,11 @@ void SetFatalLocation(const char* file, int line);
 // dbAssert(expr) evaluates to true when expr holds; otherwise it reports and evaluates to false,
 // so the site writes its safe return as: if (!dbAssert(p)) return false;
 #define dbAssert(expr)                                                                                  \
-    (static_cast<bool>(expr) || ::dbg::AssertFailed(__FILE__, __LINE__, #expr, [] {                   \
-         static bool s_siteFlag = false;                                                                \
-         return &s_siteFlag;                                                                            \
-     }()))
+    (static_cast<bool>(expr) || (::dbg::AssertFailed(__FILE__, __LINE__, #expr, [] {                  \
+                                     static bool s_siteFlag = false;                                    \
+                                     return &s_siteFlag;                                                \
+                                 }()),                                                                  \
+                                 false))
 
 // An assertion that always fails, with a text of its own.
 #define dbBreakMsg(text)                                                                                \
