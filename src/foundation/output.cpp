@@ -1,7 +1,9 @@
 #include "foundation/output.h"
 
+#include <cctype>
 #include <cstdarg>
 #include <cstdio>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -9,15 +11,42 @@ namespace dbg
 {
 namespace
 {
+// The table is read by the thread of a queued dispatcher while the main thread may add or
+// remove listeners, so it is copied under the lock and the listeners are called outside it:
+// a listener may log in turn without deadlock.
+std::mutex& TableLock()
+{
+    static std::mutex s_lock;
+    return s_lock;
+}
 Listener s_listeners[MaxListeners] = {};
 int s_userCount = 0;
+
 DirectDispatcher s_direct;
 Dispatcher* s_pDispatcher = &s_direct;
 
+// Nobody listens: each line with a line end goes to standard error, cut to the buffer.
+void ConsoleOutput(const char* const* lines, uint32 count)
+{
+    char buf[ConsoleLineBuffer];
+    for (uint32 i = 0; i < count; ++i)
+    {
+        std::snprintf(buf, sizeof(buf), "%s\n", lines[i] ? lines[i] : "");
+        std::fputs(buf, stderr);
+    }
+}
+} // namespace
+
 void CallListeners(const char* const* lines, uint32 count, uint32 channel)
 {
+    Listener copy[MaxListeners];
+    {
+        std::lock_guard<std::mutex> guard(TableLock());
+        for (int i = 0; i < MaxListeners; ++i)
+            copy[i] = s_listeners[i];
+    }
     bool any = false;
-    for (Listener l : s_listeners)
+    for (Listener l : copy)
     {
         if (l)
         {
@@ -26,26 +55,40 @@ void CallListeners(const char* const* lines, uint32 count, uint32 channel)
         }
     }
     if (!any)
-    {
-        for (uint32 i = 0; i < count; ++i)
-            std::fprintf(stderr, "%s\n", lines[i]);
-    }
+        ConsoleOutput(lines, count);
 }
-} // namespace
 
-void DirectDispatcher::Output(const char* const* lines, uint32 count) { CallListeners(lines, count, 0); }
-void DirectDispatcher::ErrorOutput(const char* const* lines, uint32 count) { CallListeners(lines, count, 0); }
+void DirectDispatcher::Output(const char* const* lines, uint32 count)
+{
+    CallListeners(lines, count, 0);
+}
+void DirectDispatcher::ErrorOutput(const char* const* lines, uint32 count)
+{
+    CallListeners(lines, count, 0);
+}
 void DirectDispatcher::TaggedOutput(uint32 channel, const char* const* lines, uint32 count)
 {
     CallListeners(lines, count, channel);
 }
-void DirectDispatcher::Flush() { std::fflush(stderr); }
+void DirectDispatcher::Flush()
+{
+    std::fflush(stderr);
+}
 
-Dispatcher& GetDispatcher() { return *s_pDispatcher; }
-void SetDispatcher(Dispatcher* pDispatcher) { s_pDispatcher = pDispatcher ? pDispatcher : &s_direct; }
+Dispatcher& GetDispatcher()
+{
+    return *s_pDispatcher;
+}
+void SetDispatcher(Dispatcher* pDispatcher)
+{
+    s_pDispatcher = pDispatcher ? pDispatcher : &s_direct;
+}
 
 bool AddListener(Listener listener)
 {
+    if (listener == nullptr)
+        return false;
+    std::lock_guard<std::mutex> guard(TableLock());
     for (Listener& l : s_listeners)
     {
         if (!l)
@@ -60,6 +103,9 @@ bool AddListener(Listener listener)
 
 bool RemoveListener(Listener listener)
 {
+    if (listener == nullptr)
+        return false;
+    std::lock_guard<std::mutex> guard(TableLock());
     for (Listener& l : s_listeners)
     {
         if (l == listener)
@@ -72,29 +118,73 @@ bool RemoveListener(Listener listener)
     return false;
 }
 
-int GetUserCount() { return s_userCount; }
+int GetUserCount()
+{
+    std::lock_guard<std::mutex> guard(TableLock());
+    return s_userCount;
+}
+
+const char* ChannelName(uint32 channel, char (&out)[9])
+{
+    int n = 0;
+    bool letters = channel != 0;
+    for (int shift = 24; shift >= 0; shift -= 8)
+    {
+        const unsigned char c = static_cast<unsigned char>(channel >> shift);
+        if (c == 0 && n == 0)
+            continue; // a three-letter code has an empty top byte
+        if (!std::isalnum(c))
+        {
+            letters = false;
+            break;
+        }
+        out[n++] = char(c);
+    }
+    if (!letters)
+        std::snprintf(out, sizeof(out), "%08X", channel);
+    else
+        out[n] = '\0';
+    return out;
+}
 } // namespace dbg
 
 namespace
 {
-// Formats and splits at line ends into one batch.
+// Formats and splits at line ends (CR, LF or CR LF) into one batch. A trailing line end does not
+// make an empty last line; an empty text is one empty line.
 std::vector<std::string> FormatLines(const char* format, va_list args)
 {
-    char buf[0x400];
-    std::vsnprintf(buf, sizeof(buf), format, args);
+    char small[0x400];
+    va_list copy;
+    va_copy(copy, args);
+    const int needed = std::vsnprintf(small, sizeof(small), format ? format : "", copy);
+    va_end(copy);
+    std::string text;
+    if (needed < 0)
+        text = format ? format : "";
+    else if (size_t(needed) < sizeof(small))
+        text.assign(small, size_t(needed));
+    else
+    {
+        text.resize(size_t(needed) + 1);
+        std::vsnprintf(text.data(), text.size(), format, args);
+        text.resize(size_t(needed));
+    }
+
     std::vector<std::string> lines;
     std::string cur;
-    for (const char* p = buf; *p; ++p)
+    for (size_t i = 0; i < text.size(); ++i)
     {
-        if (*p == '\r' || *p == '\n')
+        const char c = text[i];
+        if (c == '\r' || c == '\n')
         {
-            if (*p == '\r' && p[1] == '\n')
-                ++p;
+            if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n')
+                ++i;
             lines.push_back(cur);
             cur.clear();
         }
         else
-            cur += *p;
+            cur += c;
     }
     if (!cur.empty() || lines.empty())
         lines.push_back(cur);
@@ -135,7 +225,8 @@ void dbTagf(uint32 channel, const char* format, ...)
     va_start(args, format);
     auto lines = FormatLines(format, args);
     va_end(args);
-    Emit(lines, [channel](const char* const* l, uint32 n) { dbg::GetDispatcher().TaggedOutput(channel, l, n); });
+    Emit(lines,
+         [channel](const char* const* l, uint32 n) { dbg::GetDispatcher().TaggedOutput(channel, l, n); });
 }
 
 void dbWarningAt(const char* file, int line, const char* format, ...)

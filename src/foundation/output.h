@@ -11,6 +11,9 @@ using Listener = void (*)(const char* const* lines, uint32 count, uint32 channel
 
 constexpr int MaxListeners = 10;
 
+// Size of the buffer through which a line goes to standard error when nobody listens.
+constexpr uint32 ConsoleLineBuffer = 0x400;
+
 class Dispatcher
 {
 public:
@@ -41,14 +44,24 @@ public:
     void Flush() override;
 };
 
-// The current dispatcher; a DirectDispatcher unless another is set. Not owned.
+// The current dispatcher; a DirectDispatcher unless another is set. Not owned: the setter keeps
+// the object alive for as long as it is current. Null puts the DirectDispatcher back.
 Dispatcher& GetDispatcher();
 void SetDispatcher(Dispatcher* pDispatcher);
 
 // Listener table. Adding counts up the output layer's user count, removing counts it down.
+// Adding fails when all slots are taken; removing fails for a listener that is not there.
 bool AddListener(Listener listener);
 bool RemoveListener(Listener listener);
 int GetUserCount();
+
+// Hands a batch to every listener on the calling thread, or to standard error when the table is
+// empty. The dispatchers end here; a dispatcher of another kind may call it too.
+void CallListeners(const char* const* lines, uint32 count, uint32 channel);
+
+// The letters of a channel code ("INV" for 0x494E56, "ANIM" for FourCC("ANIM")) into `out`.
+// A code that is not made of letters and digits gives its eight hex digits instead.
+const char* ChannelName(uint32 channel, char (&out)[9]);
 } // namespace dbg
 
 // Plain output of one formatted line (split at line ends into a batch).
