@@ -31,7 +31,8 @@ void ConsoleOutput(const char* const* lines, uint32 count)
     char buf[ConsoleLineBuffer];
     for (uint32 i = 0; i < count; ++i)
     {
-        std::snprintf(buf, sizeof(buf), "%s\n", lines[i] ? lines[i] : "");
+        // A long line is cut, but keeps its line end.
+        std::snprintf(buf, sizeof(buf), "%.*s\n", int(sizeof(buf) - 2), lines[i] ? lines[i] : "");
         std::fputs(buf, stderr);
     }
 }
