@@ -2,11 +2,11 @@
 
 #include "foundation/debug.h"
 #include "foundation/output.h"
+#include "names/faststring.h"
 #include "render/nulldevice.h"
 
 #include <dlfcn.h>
 #include <execinfo.h>
-#include <strings.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -38,7 +38,7 @@ std::string DriverPath(const char* name)
 const DriverInfo* OpenDriver(const char* name, void*& pLibrary)
 {
     pLibrary = nullptr;
-    if (strcasecmp(name, "null") == 0)
+    if (FastString::EqualNoCase(name, "null"))
         return &NullDevice::GetDriverInfo();
     const std::string path = DriverPath(name);
     pLibrary = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);

@@ -2,9 +2,9 @@
 
 #include "foundation/debug.h"
 #include "foundation/output.h"
+#include "names/memorypool.h"
 
 #include <cstring>
-#include <new>
 
 namespace fr
 {
@@ -14,13 +14,9 @@ constexpr uint32 s_componentSize[VC_Count] = {12, 16, 12, 4, 4, 8, 8, 8, 8};
 // The word behind the position of a weighted vertex.
 constexpr uint32 s_weightPad = 4;
 
-uint8* AllocateBlock(std::size_t bytes)
+MemoryPool& VertexPool()
 {
-    return static_cast<uint8*>(::operator new(bytes));
-}
-void FreeBlock(uint8* p, std::size_t)
-{
-    ::operator delete(p);
+    return MemoryPool::Get("fr::MemoryVertexSet");
 }
 } // namespace
 
@@ -107,7 +103,7 @@ bool MemoryVertexSet::Create(const VertexType& type, uint32 size, uint32 usage)
     m_BlockSize = std::size_t(stride) * size;
     if (m_BlockSize > 0)
     {
-        m_pData = AllocateBlock(m_BlockSize);
+        m_pData = static_cast<uint8*>(VertexPool().Alloc(m_BlockSize));
         std::memset(m_pData, 0, m_BlockSize);
     }
     m_Type = type;
@@ -126,7 +122,7 @@ bool MemoryVertexSet::Create(const VertexSet& from, uint32 usage)
 void MemoryVertexSet::Destroy()
 {
     if (m_pData)
-        FreeBlock(m_pData, m_BlockSize);
+        VertexPool().Free(m_pData);
     m_pData = nullptr;
     m_BlockSize = 0;
     m_Locked.reset();

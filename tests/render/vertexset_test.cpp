@@ -1,6 +1,7 @@
 #include "render/vertexset.h"
 
 #include "foundation/debug.h"
+#include "names/memorypool.h"
 #include "render/logcapture.h"
 
 #include <gtest/gtest.h>
@@ -90,9 +91,12 @@ TEST(VertexSetCreate, SizeLimitIs65535Vertices)
     EXPECT_EQ(start, 0u);
     EXPECT_EQ(count, 65535u);
 
+    MemoryPool& pool = MemoryPool::Get("fr::MemoryVertexSet");
+    const uint64 liveBefore = pool.GetLiveCount();
     fr::MemoryVertexSet big;
     LogCapture log;
     EXPECT_FALSE(big.Create(type, 65536, 0));
+    EXPECT_EQ(pool.GetLiveCount(), liveBefore);
     EXPECT_EQ(log.Count("Size too large for VertexSet::Create()"), 1);
     EXPECT_EQ(big.GetBlockSize(), 0u);
     EXPECT_EQ(big.GetSize(), 0u);
@@ -117,8 +121,11 @@ TEST(VertexSetCreate, ResizeKeepsTypeAndUsageAndCopyCreateTakesTypeAndSize)
     EXPECT_TRUE(copy.IsStreamEnabled(fr::VC_Normal));
     EXPECT_FALSE(copy.IsStreamEnabled(fr::VC_Weights));
 
+    MemoryPool& pool = MemoryPool::Get("fr::MemoryVertexSet");
+    const uint64 live = pool.GetLiveCount();
     set.Destroy();
     EXPECT_EQ(set.GetBlockSize(), 0u);
+    EXPECT_EQ(pool.GetLiveCount(), live - 1) << "the block went back to the pool";
 }
 
 TEST(VertexSetLock, DoubleLockLogsOnceAndStillGivesThePointer)
