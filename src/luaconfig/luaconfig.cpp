@@ -303,10 +303,14 @@ struct LuaConfigAccess
             return 0;
         }
         const std::string filename = lua_tostring(L, 1);
+        std::string from;
+        lua_Debug ar;
+        if (lua_getstack(L, 1, &ar) && lua_getinfo(L, "S", &ar) && ar.source && ar.source[0] == '@')
+            from = ar.source + 1;
         std::shared_ptr<ByteStream> stream;
         try
         {
-            stream = impl.m_import(filename.c_str());
+            stream = impl.m_import(filename.c_str(), from.c_str());
         }
         catch (const std::exception& e)
         {
@@ -318,11 +322,13 @@ struct LuaConfigAccess
             std::snprintf(error, errorSize, "failed to import '%s', file failed to open", filename.c_str());
             return 0;
         }
-        const std::string chunkName = "@" + filename;
+        // Under the name the file was opened by, so that its own imports resolve from there.
+        const std::string chunkName =
+            "@" + std::string(*stream->GetName() ? stream->GetName() : filename.c_str());
         if (LoadChunk(L, *stream, chunkName.c_str()) != LUA_OK)
             return -1; // the loader's message is on the stack
         dbAssert(lua_type(L, -1) == LUA_TFUNCTION);
-        impl.m_imported.push_back(filename);
+        impl.m_imported.push_back(chunkName.substr(1));
         return 1;
     }
 
@@ -598,6 +604,24 @@ bool LuaConfig::PushField(const char* name) const
     bool inherited = false;
     LookupField(L, -1, name, inherited);
     lua_remove(L, -2);
+    return true;
+}
+
+bool LuaConfig::SetField(const char* name)
+{
+    lua_State* L = m_pimpl->m_state;
+    if (!dbAssert(name != nullptr && *name != '\0' && lua_gettop(L) > 0))
+    {
+        if (lua_gettop(L) > 0)
+            lua_pop(L, 1);
+        return false;
+    }
+    PushCurrent();
+    lua_insert(L, -2);
+    if (!SetCurrentField(name))
+        return false;
+    if (m_pimpl->m_variableHook)
+        m_pimpl->m_variableHook(name);
     return true;
 }
 

@@ -45,8 +45,9 @@ public:
     // function or variable that a native call installed, changed or cleared.
     using PrintHook = std::function<void(const char* text)>;
     using ChangeHook = std::function<void(const char* name)>;
-    // Opens a file named by a script's `import`; null when it can't be opened.
-    using ImportCallback = std::function<std::shared_ptr<ByteStream>(const char* filename)>;
+    // Opens a file named by a script's `import`; null when it can't be opened. `from` names the
+    // file whose code called import ("" when that isn't known), for names relative to it.
+    using ImportCallback = std::function<std::shared_ptr<ByteStream>(const char* filename, const char* from)>;
 
     // One field of the current table, as the read-side iteration gives it.
     struct Field
@@ -122,6 +123,12 @@ public:
     // Files that `import` opened, in order.
     const std::vector<std::string>& GetImportedFiles() const;
 
+    // Pushes the value `name` of the current table onto the Lua stack (nil when there is none),
+    // found through index tables too. For native code that works on the stack itself.
+    bool PushField(const char* name) const;
+    // Stores the value on the Lua stack top under `name` in the current table, and pops it.
+    bool SetField(const char* name);
+
     // Hands a text to the print hook, or to the log as a warning when no hook is set.
     void Print(const char* text);
 
@@ -136,8 +143,6 @@ private:
 
     // Pushes the current table; anything else there is a fatal error.
     void PushCurrent() const;
-    // Pushes the value `name` of the current table, found through index tables too.
-    bool PushField(const char* name) const;
     // Stores the stack top under `name` in the current table below it, and pops both.
     bool SetCurrentField(const char* name);
 

@@ -1,0 +1,258 @@
+// The text that a save writes, compared character by character.
+#include "foundation/debug.h"
+#include "logcapture.h"
+#include "luaconfig/luaconfig.h"
+#include "luaconfig/luaconfigsave.h"
+#include "storage/ramstream.h"
+
+#include <gtest/gtest.h>
+#include <lua.hpp>
+
+namespace
+{
+// Runs `script` in a fresh state and returns the text of its globals.
+std::string SaveOf(const char* script, bool pretty = true, bool sorted = true)
+{
+    LuaConfig lc("text");
+    EXPECT_TRUE(lc.RunString(script)) << lc.GetLastError();
+    std::string out;
+    EXPECT_TRUE(LuaConfigSave::SaveToText(lc, out, pretty, sorted));
+    return out;
+}
+} // namespace
+
+TEST(LuaConfigText, NumbersAreWholeOrFiveDecimals)
+{
+    EXPECT_EQ(SaveOf("a = 3"), "a = 3\n");
+    EXPECT_EQ(SaveOf("a = 3.0"), "a = 3\n");
+    EXPECT_EQ(SaveOf("a = 3.25"), "a = 3.25000\n");
+    EXPECT_EQ(SaveOf("a = -2.5"), "a = -2.50000\n");
+    EXPECT_EQ(SaveOf("a = -7"), "a = -7\n");
+    EXPECT_EQ(SaveOf("a = 0.000001"), "a = 0.00000\n");
+    EXPECT_EQ(SaveOf("a = 1/3"), "a = 0.33333\n");
+    EXPECT_EQ(SaveOf("a = 2/3"), "a = 0.66667\n");
+    EXPECT_EQ(SaveOf("a = 1e20"), "a = 100000000000000000000\n");
+    EXPECT_EQ(SaveOf("a = 9007199254740993"), "a = 9007199254740993\n");
+    EXPECT_EQ(SaveOf("a = 0"), "a = 0\n");
+}
+
+TEST(LuaConfigText, NonFiniteNumbersReadBackAsThemselves)
+{
+    EXPECT_EQ(SaveOf("a = math.huge b = -math.huge"), "a = 1/0\nb = -1/0\n");
+    const std::string nan = SaveOf("a = 0/0");
+    EXPECT_EQ(nan, "a = 0/0\n");
+    LuaConfig lc("back");
+    ASSERT_TRUE(lc.RunString(nan.c_str()));
+    std::string isNan;
+    ASSERT_TRUE(lc.RunString("return a ~= a", true, &isNan));
+    EXPECT_EQ(isNan, "true");
+}
+
+TEST(LuaConfigText, BooleansAndPlainStrings)
+{
+    EXPECT_EQ(SaveOf("a = true b = false c = 'plain text'"), "a = true\nb = false\nc = \"plain text\"\n");
+    EXPECT_EQ(SaveOf("a = ''"), "a = \"\"\n");
+}
+
+TEST(LuaConfigText, StringsWithQuotesBackslashesAndNewlinesGoLong)
+{
+    EXPECT_EQ(SaveOf(R"(a = 'say "hi"')"), "a = [[say \"hi\"]]\n");
+    EXPECT_EQ(SaveOf(R"(a = 'C:\\art\\x.tga')"), "a = [[C:\\art\\x.tga]]\n");
+    // The newline becomes backslash n, and having a backslash then, the text goes long.
+    EXPECT_EQ(SaveOf(R"(a = 'one\ntwo')"), "a = [[one\\ntwo]]\n");
+    // Single quotes need nothing.
+    EXPECT_EQ(SaveOf(R"(a = "it's")"), "a = \"it's\"\n");
+}
+
+TEST(LuaConfigText, BracketsInsideALongTextAreAssertedAndStillReadBack)
+{
+    {
+        dbg::ScopedThrowOnAssert throwing;
+        LuaConfig lc("brackets");
+        ASSERT_TRUE(lc.RunString(R"(a = 'x"]]y')"));
+        std::string out;
+        EXPECT_THROW(LuaConfigSave::SaveToText(lc, out, true, true), std::runtime_error);
+    }
+    dbg::ScopedThrowOnAssert passing(false);
+    for (const char* script : {"a = 'x\"]]y'", "a = 'ends in \"]'", "a = '\"]=]]'", "a = 'x\"[[y'"})
+    {
+        LuaConfig lc("brackets");
+        ASSERT_TRUE(lc.RunString(script));
+        std::string out;
+        ASSERT_TRUE(LuaConfigSave::SaveToText(lc, out, true, true));
+        std::string original, reread;
+        ASSERT_TRUE(lc.GetString("a", original));
+        LuaConfig back("back");
+        ASSERT_TRUE(back.RunString(out.c_str())) << out;
+        ASSERT_TRUE(back.GetString("a", reread));
+        EXPECT_EQ(reread, original) << out;
+    }
+}
+
+TEST(LuaConfigText, LongStringsAreCutAtTheTextBuffer)
+{
+    dbg::ScopedThrowOnAssert passing(false);
+    LogCapture log;
+    const std::string out = SaveOf("a = string.rep('x', 2000)");
+    EXPECT_EQ(out, "a = \"" + std::string(1023, 'x') + "\"\n");
+    EXPECT_TRUE(log.Has("cut to 1023 characters"));
+    // A newline near the end is never split from its backslash.
+    const std::string split = SaveOf("a = string.rep('x', 1022) .. '\\n'");
+    EXPECT_EQ(split, "a = \"" + std::string(1022, 'x') + "\"\n");
+}
+
+TEST(LuaConfigText, ArraysHaveNoKeys)
+{
+    EXPECT_EQ(SaveOf("t = {1, 2, 3}"), "t =  \n{\n\t1,\n\t2,\n\t3,\n}\n");
+    EXPECT_EQ(SaveOf("t = {'a', true}"), "t =  \n{\n\t\"a\",\n\ttrue,\n}\n");
+    EXPECT_EQ(SaveOf("t = {[2] = 'b', [1] = 'a'}"), "t =  \n{\n\t\"a\",\n\t\"b\",\n}\n");
+    EXPECT_EQ(SaveOf("t = {}"), "t =  \n{\n}\n");
+}
+
+TEST(LuaConfigText, MapsWithGapsWriteBracketedIntegerKeysInOrder)
+{
+    EXPECT_EQ(SaveOf("t = {[1] = 1, [3] = 3}"), "t =  \n{\n\t[1] =1,\n\t[3] =3,\n}\n");
+    EXPECT_EQ(SaveOf("t = {[10] = 'x', [2] = 'y', [-1] = 'z'}"),
+              "t =  \n{\n\t[-1] =\"z\",\n\t[2] =\"y\",\n\t[10] =\"x\",\n}\n");
+    EXPECT_EQ(SaveOf("t = {[0] = 0, 1}"), "t =  \n{\n\t[0] =0,\n\t[1] =1,\n}\n");
+    // A value that can't be written leaves its key out, so the rest stays an array only if whole.
+    EXPECT_EQ(SaveOf("t = {1, print, 3}"), "t =  \n{\n\t[1] =1,\n\t[3] =3,\n}\n");
+}
+
+TEST(LuaConfigText, NestedTablesIndentByDepthWhenPretty)
+{
+    const char* script = "t = { inner = { deep = { 1 } }, name = 'n' }";
+    EXPECT_EQ(
+        SaveOf(script),
+        "t =  \n{\n\tinner =  \n\t{\n\t\tdeep =  \n\t\t{\n\t\t\t1,\n\t\t},\n\t},\n\tname = \"n\",\n}\n");
+    EXPECT_EQ(SaveOf(script, false), "t =  \n{\ninner =  \n{\ndeep =  \n{\n1,\n},\n},\nname = \"n\",\n}\n");
+}
+
+TEST(LuaConfigText, SortedMapsOrderKeyTextsAndUnsortedFollowTheTable)
+{
+    const char* script = "m = { zeta = 1, alpha = 2, Beta = 3, mid = 4, a10 = 5, a9 = 6 }";
+    EXPECT_EQ(SaveOf(script, false, true),
+              "m =  \n{\nBeta = 3,\na10 = 5,\na9 = 6,\nalpha = 2,\nmid = 4,\nzeta = 1,\n}\n");
+
+    // Unsorted: the order of the table's own traversal, whatever it is.
+    LuaConfig lc("order");
+    ASSERT_TRUE(lc.RunString(script));
+    std::string expected = "m =  \n{\n";
+    ASSERT_TRUE(lc.Enter("m"));
+    LuaConfig::Field field;
+    for (bool more = lc.FirstField(field); more; more = lc.NextField(field))
+    {
+        double value = 0;
+        ASSERT_TRUE(lc.GetNumber(field.key.c_str(), value));
+        expected += field.key + " = " + std::to_string(int(value)) + ",\n";
+    }
+    lc.SetGlobalsCurrent();
+    std::string out;
+    ASSERT_TRUE(LuaConfigSave::SaveToText(lc, out, false, false));
+    EXPECT_EQ(out, expected + "}\n");
+}
+
+TEST(LuaConfigText, KeysThatAreNotNamesGoInBrackets)
+{
+    EXPECT_EQ(SaveOf("t = { ['two words'] = 1 }"), "t =  \n{\n\t[\"two words\"] = 1,\n}\n");
+    EXPECT_EQ(SaveOf("t = { ['end'] = 1 }"), "t =  \n{\n\t[\"end\"] = 1,\n}\n");
+    EXPECT_EQ(SaveOf("t = { ['q\"\\\\'] = 1 }"), "t =  \n{\n\t[\"q\\\"\\\\\"] = 1,\n}\n");
+    EXPECT_EQ(SaveOf("t = { [1.5] = 'x' }"), "t =  \n{\n\t[1.5] =\"x\",\n}\n");
+    // A string of digits is written as the integer it reads as.
+    EXPECT_EQ(SaveOf("t = { ['7'] = 'x' }"), "t =  \n{\n\t[7] =\"x\",\n}\n");
+}
+
+TEST(LuaConfigText, MixedKeysKeepEveryEntry)
+{
+    // The array part comes first in traversal, so the integers decide; the names follow them.
+    EXPECT_EQ(SaveOf("t = { 10, 20, x = 1, y = 2 }"),
+              "t =  \n{\n\t[1] =10,\n\t[2] =20,\n\tx = 1,\n\ty = 2,\n}\n");
+}
+
+TEST(LuaConfigText, LuaOwnGlobalsAndFunctionsAreLeftOut)
+{
+    EXPECT_EQ(SaveOf(""), "");
+    EXPECT_EQ(SaveOf("function f() end"), "");
+    // A user's value under a library's name but of another kind is kept.
+    EXPECT_EQ(SaveOf("string = 5"), "string = 5\n");
+    EXPECT_EQ(SaveOf("_VERSION = 1"), "_VERSION = 1\n");
+}
+
+TEST(LuaConfigText, TableHoldingItselfIsCutWhereItRepeats)
+{
+    LogCapture log;
+    EXPECT_EQ(SaveOf("t = { a = 1 } t.self = t"), "t =  \n{\n\ta = 1,\n}\n");
+    EXPECT_TRUE(log.Has("holds itself"));
+    EXPECT_EQ(SaveOf("t = { g = _G, a = 1 }"), "t =  \n{\n\ta = 1,\n}\n");
+}
+
+namespace
+{
+int WriteAsVector(lua_State* L)
+{
+    lua_rawgeti(L, 1, 1);
+    lua_rawgeti(L, 1, 2);
+    lua_pushfstring(L, "vec(%s, %s)", lua_tostring(L, -2), lua_tostring(L, -1));
+    return 1;
+}
+
+int WriteNothing(lua_State* L)
+{
+    lua_pushnil(L);
+    return 1;
+}
+} // namespace
+
+TEST(LuaConfigText, TableWithANativeWriterGivesItsOwnText)
+{
+    LuaConfig lc("custom");
+    ASSERT_TRUE(lc.RunString("v = {1, 2} setmetatable(v, {}) w = {3} setmetatable(w, {})"));
+    lua_State* L = lc.GetState();
+    lua_getglobal(L, "v");
+    lua_getmetatable(L, -1);
+    lua_pushcfunction(L, WriteAsVector);
+    lua_setfield(L, -2, LuaConfigSave::WriterField);
+    lua_pop(L, 2);
+    lua_getglobal(L, "w");
+    lua_getmetatable(L, -1);
+    lua_pushcfunction(L, WriteNothing);
+    lua_setfield(L, -2, LuaConfigSave::WriterField);
+    lua_pop(L, 2);
+    std::string out;
+    ASSERT_TRUE(LuaConfigSave::SaveToText(lc, out, true, true));
+    // A writer that leaves no string gets the ordinary form.
+    EXPECT_EQ(out, "v = vec(1, 2)\nw =  \n{\n\t3,\n}\n");
+    EXPECT_EQ(lua_gettop(L), 0);
+}
+
+TEST(LuaConfigText, StreamsGetCarriageReturnLineEnds)
+{
+    LuaConfig lc("crlf");
+    ASSERT_TRUE(lc.RunString("t = {1} a = 'x'"));
+    RamStream ram;
+    ASSERT_TRUE(ram.Create(16, ByteStream::Mode_Write));
+    ASSERT_TRUE(LuaConfigSave::Save(lc, ram, true, true));
+    const std::string bytes(reinterpret_cast<const char*>(ram.GetBuffer()), ram.GetLength());
+    EXPECT_EQ(bytes, "a = \"x\"\r\nt =  \r\n{\r\n\t1,\r\n}\r\n");
+}
+
+TEST(LuaConfigText, SaveTableWritesOneNamedEntry)
+{
+    LuaConfig lc("table");
+    ASSERT_TRUE(lc.RunString("burn_params = { { name = 'g', targets = {} } } other = 1 num = 3"));
+    std::string out;
+    ASSERT_TRUE(LuaConfigSave::SaveTableToText(lc, "burn_params", out, true, true));
+    EXPECT_EQ(out,
+              "burn_params =  \n{\n\t \n\t{\n\t\tname = \"g\",\n\t\ttargets =  \n\t\t{\n\t\t},\n\t},\n}\n");
+
+    LogCapture log;
+    EXPECT_FALSE(LuaConfigSave::SaveTableToText(lc, "num", out, true, true));
+    EXPECT_TRUE(log.Has("Failed to write lua table.  num is not a table."));
+    RamStream ram;
+    ASSERT_TRUE(ram.Create(16, ByteStream::Mode_Write));
+    EXPECT_FALSE(LuaConfigSave::SaveTable(lc, "missing", ram, true, true));
+    EXPECT_EQ(ram.GetLength(), 0u);
+    ASSERT_TRUE(LuaConfigSave::SaveTable(lc, "burn_params", ram, false, true));
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(ram.GetBuffer()), ram.GetLength()),
+              "burn_params =  \r\n{\r\n \r\n{\r\nname = \"g\",\r\ntargets =  \r\n{\r\n},\r\n},\r\n}\r\n");
+}
