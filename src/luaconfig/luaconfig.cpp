@@ -173,6 +173,7 @@ int LookupField(lua_State* L, int tableIndex, const char* name, bool& inherited)
     int type = RawField(L, tableIndex, name);
     if (type != LUA_TNIL)
         return type;
+    lua_pop(L, 1);
     // Up the chain of index tables, without calling any metamethod.
     lua_pushvalue(L, tableIndex);
     for (int depth = 0; depth < 16; ++depth)
