@@ -3,6 +3,11 @@
 
 #include "foundation/output.h"
 #include "image/imagetypes.h"
+#include "storage/bytestreamadapter.h"
+#include "storage/ramstream.h"
+
+#include <cstring>
+#include <functional>
 
 #include <string>
 #include <vector>
@@ -69,5 +74,62 @@ inline std::unique_ptr<Image_RGBA32> MakeGradient(uint32 w, uint32 h)
         for (uint32 x = 0; x < w; ++x)
             (*p)[y * w + x] = Colour(uint8(x * 7 + y), uint8(y * 13 + x), uint8(x ^ y), uint8(255 - x));
     return p;
+}
+// A file built by hand, byte by byte.
+struct Bytes
+{
+    std::vector<uint8> v;
+
+    Bytes& u8(uint32 x)
+    {
+        v.push_back(uint8(x));
+        return *this;
+    }
+    Bytes& u16(uint32 x) { return u8(x).u8(x >> 8); }
+    Bytes& u32(uint32 x) { return u16(x).u16(x >> 16); }
+    Bytes& be16(uint32 x) { return u8(x >> 8).u8(x); }
+    Bytes& be32(uint32 x) { return be16(x >> 16).be16(x); }
+    Bytes& text(const char* s)
+    {
+        v.insert(v.end(), s, s + std::strlen(s));
+        return *this;
+    }
+    Bytes& fill(uint32 count, uint8 value)
+    {
+        v.insert(v.end(), count, value);
+        return *this;
+    }
+    Bytes& raw(const void* p, uint32 count)
+    {
+        const uint8* b = static_cast<const uint8*>(p);
+        v.insert(v.end(), b, b + count);
+        return *this;
+    }
+    uint32 size() const { return uint32(v.size()); }
+};
+
+// Runs `read` on a read stream over a copy of `bytes` (the copy has no spare byte behind it, so
+// a read past the end is seen by the address sanitizer).
+template <class Result>
+Result ReadFrom(const std::vector<uint8>& bytes, const std::function<Result(ByteStreamAdapter&)>& read)
+{
+    std::unique_ptr<uint8[]> pCopy(new uint8[bytes.empty() ? 1 : bytes.size()]);
+    if (!bytes.empty())
+        std::memcpy(pCopy.get(), bytes.data(), bytes.size());
+    RamStream stream;
+    stream.Attach(pCopy.get(), uint32(bytes.size()), false, ByteStream::Mode_Read);
+    ByteStreamAdapter adapter(stream);
+    return read(adapter);
+}
+
+// Runs `write` on a growable write stream and gives back what was written.
+inline std::vector<uint8> WriteTo(const std::function<void(ByteStreamAdapter&)>& write)
+{
+    RamStream stream;
+    stream.Create(16, ByteStream::Mode_Write);
+    ByteStreamAdapter adapter(stream);
+    write(adapter);
+    const uint8* p = stream.GetBuffer();
+    return std::vector<uint8>(p, p + stream.GetLength());
 }
 } // namespace imagetest
