@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <pwd.h>
 #include <sys/sysinfo.h>
 #include <sys/utsname.h>
@@ -20,13 +21,17 @@ namespace
 std::string FullName(const char* name)
 {
     std::string native = OSFile::NativeName(name);
-    if (!native.empty() && native[0] != '/')
+    if (native.empty())
+        return native;
+    std::filesystem::path path(native);
+    if (path.is_relative())
     {
         char cwd[PATH_MAX];
         if (::getcwd(cwd, sizeof(cwd)) != nullptr)
-            native = std::string(cwd) + (cwd[1] != '\0' ? "/" : "") + native;
+            path = std::filesystem::path(cwd) / path;
     }
-    return native;
+    // Text only: "." and ".." steps go, nothing on disk is asked.
+    return path.lexically_normal().string();
 }
 
 // The running program's file name, upper case, without folder and extension.
