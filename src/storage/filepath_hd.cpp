@@ -277,10 +277,7 @@ bool FilePathHD::ConvertPath(char* out, const char* fullName)
         return false;
     if (!FilePathUtil::HasPrefix(name, root))
         return false;
-    const char* found = name + std::strlen(root);
-    if (!dbAssert(found != NULL))
-        return false;
-    return FilePathUtil::Copy(out, found);
+    return FilePathUtil::Copy(out, name + std::strlen(root));
 }
 
 std::unique_ptr<ByteStream> FilePathHD::Open(const char* name, int mode)

@@ -41,9 +41,8 @@ std::vector<HDNotification*>& LiveWatches()
 // A read lease is refused (EAGAIN) exactly while some process has the file open for writing; the
 // lease is dropped again at once. Where leases are not to be had (a file of another owner, a file
 // system without them) the open alone decides.
-bool CanOpenShared(const char* name)
+bool CanOpenShared(const std::string& native)
 {
-    const std::string native = OSFile::NativeName(name);
     const int fd = ::open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0)
         return false;
@@ -115,8 +114,9 @@ bool HDNotification::Start()
                  unsigned(errno));
         return false;
     }
-    const std::string native = OSFile::NativeName(m_root.c_str());
-    const int wd = ::inotify_add_watch(fd, native.c_str(), WatchMask & ~uint32(IN_DONT_FOLLOW));
+    // The root resolved once to its name on disk: the calls below then need no caseless search.
+    m_nativeRoot = OSFile::NativeName(m_root.c_str());
+    const int wd = ::inotify_add_watch(fd, m_nativeRoot.c_str(), WatchMask & ~uint32(IN_DONT_FOLLOW));
     if (wd < 0)
     {
         const int error = errno;
@@ -126,13 +126,15 @@ bool HDNotification::Start()
         return false;
     }
     m_dirHandle = fd;
+    if (m_nativeRoot.back() != '/')
+        m_nativeRoot += '/';
     m_watches[wd] = std::string();
     dbTracef("NOTIFIER - Handle created for directory %s - %#x", m_root.c_str(), unsigned(fd));
     LiveWatches().push_back(this);
 
     // The folders below the root, each with a watch of its own.
     std::vector<OSFile::FolderEntry> cEntry;
-    if (OSFile::ListFolder(m_root.c_str(), cEntry))
+    if (OSFile::ListFolder(m_nativeRoot.c_str(), cEntry))
     {
         for (const OSFile::FolderEntry& entry : cEntry)
         {
@@ -148,7 +150,7 @@ bool HDNotification::AddWatch(const std::string& relative, bool walk, bool repor
     const std::string full = std::string(m_root.c_str()) + relative;
     if (full.size() >= FilePathUtil::MAXPATH)
         return false;
-    const std::string native = OSFile::NativeName(full.c_str());
+    const std::string native = Native(relative);
     const int wd = ::inotify_add_watch(m_dirHandle, native.c_str(), WatchMask);
     if (wd < 0)
     {
@@ -163,7 +165,7 @@ bool HDNotification::AddWatch(const std::string& relative, bool walk, bool repor
         return true;
 
     std::vector<OSFile::FolderEntry> cEntry;
-    if (!OSFile::ListFolder(full.c_str(), cEntry))
+    if (!OSFile::ListFolder(native.c_str(), cEntry))
         return true;
     for (const OSFile::FolderEntry& entry : cEntry)
     {
@@ -283,7 +285,7 @@ void HDNotification::ProcessRecord(const std::string& relative, Action action, b
     std::strcat(full, relative.c_str());
     FilePathUtil::Normalize(full);
 
-    const uint32 attr = OSFile::FileAttr(full);
+    const uint32 attr = OSFile::FileAttr(Native(relative).c_str());
     if (attr == 0)
         return;
     if ((attr & OSFile::F_ATTRIBUTE_FOLDER) != 0 || isFolderEvent)
@@ -311,7 +313,7 @@ void HDNotification::Sweep()
     m_lastTick = now;
     for (auto it = m_pending.begin(); it != m_pending.end();)
     {
-        if (CanOpenShared(it->name.c_str()))
+        if (CanOpenShared(Native(it->name.c_str() + m_root.length())))
         {
             m_changed.push_back(it->name);
             it = m_pending.erase(it);
@@ -370,6 +372,13 @@ void HDNotification::Cancel()
     cLive.erase(std::remove(cLive.begin(), cLive.end(), this), cLive.end());
     dbTracef("NOTIFIER - Notification terminated for directory %s - HANDLE: %#x - after %i milliseconds",
              m_root.c_str(), unsigned(fd), int(GetTick() - m_closeTick));
+}
+
+std::string HDNotification::Native(const std::string& relative) const
+{
+    std::string native = m_nativeRoot + relative;
+    std::replace(native.begin() + std::ptrdiff_t(m_nativeRoot.size()), native.end(), '\\', '/');
+    return native;
 }
 
 HDNotification::~HDNotification()

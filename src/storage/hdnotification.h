@@ -88,9 +88,12 @@ private:
     void ProcessRecord(const std::string& relative, Action action, bool isFolderEvent);
     void Sweep();
     void Cancel();
+    // The name on disk of a name below the root.
+    std::string Native(const std::string& relative) const;
 
     alignas(8) char m_buffer[ReceiveBufferSize];
     Name m_root;
+    std::string m_nativeRoot; // with a trailing '/'
     int m_dirHandle = InvalidHandle;
     // Watch descriptor to the folder it watches, relative to the root.
     std::map<int, std::string> m_watches;
