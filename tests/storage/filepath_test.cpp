@@ -424,17 +424,11 @@ TEST_F(FilePathTest, ConvertToAliasedFindsTheSourceAndUpperCases)
     EXPECT_TRUE(log.Has("WARNING: Could not convert file [/elsewhere/x.tga]"));
 }
 
-TEST_F(FilePathTest, CanonicalAndSplitForms)
+TEST_F(FilePathTest, CanonicalFormIsLowerCaseWithSlashes)
 {
     char name[FilePath::MAXPATH] = "DATA:Art\\Units/Tank.TGA";
     FilePath::MakeCanonical(name);
     EXPECT_STREQ(name, "data:art/units/tank.tga");
-
-    char alias[FilePath::MAXPATH], folder[FilePath::MAXPATH], base[FilePath::MAXPATH], ext[FilePath::MAXPATH];
-    ASSERT_TRUE(FilePath::SplitPath("DATA:art/units/tank.tga", alias, folder, base, ext));
-    char out[FilePath::MAXPATH];
-    ASSERT_TRUE(FilePath::MakePath(out, alias, folder, base, ".sgm"));
-    EXPECT_STREQ(out, "DATA:art\\units\\tank.sgm");
 }
 
 TEST_F(FilePathTest, RawSourceTakesFullPaths)

@@ -29,16 +29,6 @@ TEST(FilePathUtilNames, AliasNeedsTwoLettersBeforeTheColon)
     EXPECT_FALSE(HasAlias(":x"));
 }
 
-TEST(FilePathUtilNames, SeparatorsAreBothSlashes)
-{
-    EXPECT_TRUE(IsSeparator('\\'));
-    EXPECT_TRUE(IsSeparator('/'));
-    EXPECT_FALSE(IsSeparator(':'));
-    EXPECT_TRUE(HasSeparator("a/b"));
-    EXPECT_TRUE(HasSeparator("a\\b"));
-    EXPECT_FALSE(HasSeparator("DATA:ab.tga"));
-}
-
 TEST(FilePathUtilNames, PiecesOfAName)
 {
     const char* name = "DATA:Art\\Units.v2\\Tank.Hull.TGA";
