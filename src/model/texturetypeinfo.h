@@ -1,0 +1,16 @@
+// The inventory's description of textures: a name is loaded from a texture chunk file or from an
+// image file with automatic mips. A texture that cannot be loaded has no stand-in here: the shader
+// that wanted it turns pink instead.
+#pragma once
+
+#include "inventory/resourcetypeinfo.h"
+
+class TextureTypeInfo final : public Inv::ResourceTypeInfo
+{
+public:
+    const char* GetTypeName() override { return "Texture"; }
+    bool CanReload() override { return true; }
+    Inv::NamedResource* CreateDefault(const char*) override { return nullptr; }
+    void Destroy(Inv::NamedResource* data) override;
+    Inv::NamedResource* Load(const char* name) override;
+};
