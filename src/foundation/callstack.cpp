@@ -58,12 +58,23 @@ StackFrame Resolve(void* address)
 
 __attribute__((noinline)) std::vector<StackFrame> CaptureCallStack(int skip)
 {
-    // Room for the frames kept and those skipped, this function's own frame among them.
-    constexpr int Capacity = MaxStackFrames * 2;
+    // Room for the frames kept, those skipped, and whatever stands above the caller (this
+    // function, and an interposed backtrace() of a sanitizer).
+    constexpr int Capacity = MaxStackFrames * 2 + 8;
     void* cAddress[Capacity];
-    const int first = 1 + (skip > 0 ? skip : 0);
-    const int want = first + MaxStackFrames < Capacity ? first + MaxStackFrames : Capacity;
-    const int got = ::backtrace(cAddress, want);
+    const int got = ::backtrace(cAddress, Capacity);
+    // The trace starts at the caller: the frame that returns to where this call came from.
+    const void* const pReturn = __builtin_return_address(0);
+    int first = 1;
+    for (int i = 0; i < got; ++i)
+    {
+        if (cAddress[i] == pReturn)
+        {
+            first = i;
+            break;
+        }
+    }
+    first += skip > 0 ? skip : 0;
     std::vector<StackFrame> cFrame;
     for (int i = first; i < got && int(cFrame.size()) < MaxStackFrames; ++i)
         cFrame.push_back(Resolve(cAddress[i]));
