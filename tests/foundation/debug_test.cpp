@@ -153,15 +153,6 @@ TEST_F(AssertionTest, ReportKeepsErrno)
     EXPECT_EQ(errno, EACCES);
 }
 
-TEST_F(AssertionTest, DbBreakReportsItsText)
-{
-    LineCapture cap;
-    dbBreak();
-    auto lines = cap.Lines();
-    ASSERT_FALSE(lines.empty());
-    EXPECT_NE(lines[0].find("): Assertion of (dbBreak) failed."), std::string::npos) << lines[0];
-}
-
 TEST_F(AssertionTest, FatalExitWithTheThrowSwitchSendsItsBatchAndThrows)
 {
     LineCapture cap;
@@ -211,8 +202,3 @@ TEST_F(AssertionDeathTest, TracerIsSeenAndNodbgHidesIt)
     EXPECT_EXIT(traced(true), testing::ExitedWithCode(2), "");
 }
 
-TEST_F(AssertionTest, NoDebuggerUnderTheTestRunner)
-{
-    // Whoever runs the tests does not trace them, so no break may stop the process.
-    EXPECT_FALSE(dbg::IsDebuggerPresent());
-}
