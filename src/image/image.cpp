@@ -102,11 +102,6 @@ uint32 Image::FullMipCount(uint32 w, uint32 h)
     return count;
 }
 
-void Image::SetName(const char* name)
-{
-    m_name = name ? name : "";
-}
-
 void Image::SetMipCount(uint32 count)
 {
     if (!dbAssert(count > 0 && count <= 32))

@@ -4,9 +4,9 @@
 
 #include "foundation/types.h"
 #include "image/colour.h"
+#include "inventory/namedresource.h"
 
 #include <memory>
-#include <string>
 #include <vector>
 
 // Image types. The values are stored in files; 3 and 9 are no types.
@@ -37,7 +37,8 @@ enum SourceFormat : int
     SOURCEFORMAT_OTHER = 8, // not loaded, or converted on loading
 };
 
-class Image
+// An image is a named resource: the inventory can hold it, and it carries the name it was loaded by.
+class Image : public Inv::NamedResource
 {
 public:
     // The largest side Allocate takes.
@@ -51,9 +52,8 @@ public:
         return type == IMAGETYPE_DXT1 || type == IMAGETYPE_DXT3 || type == IMAGETYPE_DXT5;
     }
 
-    virtual ~Image();
+    ~Image() override;
 
-    virtual void SetName(const char* name);
     // Sizes the level tables; an allocated image gets (or loses) the store of the levels past the first.
     virtual void SetMipCount(uint32 count);
     virtual uint32 GetMipCount() const { return uint32(m_cLevelSize.size()); }
@@ -64,7 +64,8 @@ public:
     // height means all of the source; a rectangle outside either image returns false.
     virtual bool Blt(const Image& src, uint32 sx, uint32 sy, uint32 dx, uint32 dy, uint32 w, uint32 h);
 
-    const char* GetName() const { return m_name.c_str(); }
+    // The name for messages: "" when the image has none.
+    const char* GetNameText() const { return GetName() != nullptr ? GetName() : ""; }
     int GetImageType() const { return m_imageType; }
     bool IsCompressed() const { return IsCompressedType(m_imageType); }
     uint32 GetWidth() const { return m_width; }
@@ -117,9 +118,6 @@ protected:
     uint32 m_height = 0;
     std::vector<uint32> m_cLevelSize = std::vector<uint32>(1, 0);
     std::vector<uint8*> m_cLevel = std::vector<uint8*>(1, nullptr);
-
-private:
-    std::string m_name;
 };
 
 // The next smaller level of `src` (2 by 2 pixels into one) as a new image. Width and height must be

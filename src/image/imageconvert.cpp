@@ -104,7 +104,7 @@ std::unique_ptr<Image> Image::Convert(int targetType, const Image& src)
 {
     if (src.GetData(0) == nullptr)
     {
-        dbWarningf("Image '%s' has no pixels to convert", src.GetName());
+        dbWarningf("Image '%s' has no pixels to convert", src.GetNameText());
         return nullptr;
     }
 

@@ -116,8 +116,7 @@ bool ImageLoad::ReadImageData(Chunky& chunky, ByteStreamAdapter& adapter, Image&
         needed += image.GetDataSize(level);
     if (info.size < needed || ImageIO::Remaining(adapter) < needed)
     {
-        dbWarningf("Image data of '%s' is cut short: %u bytes, %u needed.", info.name.c_str(), info.size,
-                   uint32(needed));
+        dbWarningf("Image data is cut short: %u bytes, %u needed.", info.size, uint32(needed));
         chunky.CloseChunk();
         return false;
     }
@@ -169,7 +168,7 @@ std::unique_ptr<Image> ImageLoad::Load(Chunky& chunky, ByteStreamAdapter& adapte
 
 void ImageLoad::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Image& image)
 {
-    chunky.OpenFolderChunk(ID_IMAG, IMAGVersion, image.GetName());
+    chunky.OpenFolderChunk(ID_IMAG, IMAGVersion, image.GetNameText());
 
     chunky.OpenDataChunk(ID_ATTR, ATTRVersion, nullptr);
     const uint32 fields[4] = {uint32(image.GetImageType()), image.GetWidth(), image.GetHeight(),
@@ -191,7 +190,7 @@ void ImageLoad::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Image& im
     }
     chunky.CloseChunk();
     if (!ok)
-        dbWarningf("TEXTURES -- '%s': Unable to write to file!", image.GetName());
+        dbWarningf("TEXTURES -- '%s': Unable to write to file!", image.GetNameText());
 }
 
 std::unique_ptr<Image_Palette> ImageLoad::LoadImagePalette(Chunky& chunky, ByteStreamAdapter& adapter)
@@ -234,12 +233,12 @@ std::unique_ptr<Image_Palette> ImageLoad::LoadImagePalette(Chunky& chunky, ByteS
 
 void ImageLoad::SaveImagePalette(Chunky& chunky, ByteStreamAdapter& adapter, const Image_Palette& image)
 {
-    chunky.OpenDataChunk(ID_IPAL, IPALVersion, image.GetName());
+    chunky.OpenDataChunk(ID_IPAL, IPALVersion, image.GetNameText());
     const uint32 size[2] = {image.GetWidth(), image.GetHeight()};
     const bool ok = WriteFields(adapter, size, 2) &&
                     ImageIO::WriteExact(adapter, image.GetData(0), image.GetWidth() * image.GetHeight()) &&
                     ImageIO::WriteExact(adapter, image.GetPalette(), PaletteBytes);
     chunky.CloseChunk();
     if (!ok)
-        dbWarningf("TEXTURES -- '%s': Unable to write to file!", image.GetName());
+        dbWarningf("TEXTURES -- '%s': Unable to write to file!", image.GetNameText());
 }
