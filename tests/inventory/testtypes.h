@@ -28,7 +28,7 @@ public:
         if (!m_bHasDefault)
             return nullptr;
         ++m_defaults;
-        auto* pData = new TestData;
+        TestData* pData = NewData();
         pData->m_bDefault = true;
         return pData;
     }
@@ -42,12 +42,15 @@ public:
         m_cLoadName.emplace_back(name);
         if (m_bFail)
             return nullptr;
-        auto* pData = new TestData;
+        TestData* pData = NewData();
         pData->m_generation = ++m_loads;
         if (m_onLoad)
             m_onLoad(*pData, name);
         return pData;
     }
+
+    // Data of the type's own class.
+    virtual TestData* NewData() = 0;
 
     void Reset()
     {
@@ -73,23 +76,33 @@ public:
     std::function<void(TestData&, const char*)> m_onLoad;
 };
 
+template <class T> class TestTypeFor : public TestType
+{
+public:
+    using TestType::TestType;
+    TestData* NewData() override { return new T; }
+};
+
 class TestModel : public TestData
 {
 public:
     static Inv::ResourceTypeInfo* GetTypeInfo() { return &s_type; }
-    static inline TestType s_type{"Render Model"};
+    static TestTypeFor<TestModel> s_type;
 };
+inline TestTypeFor<TestModel> TestModel::s_type{"Render Model"};
 
 class TestMesh : public TestData
 {
 public:
     static Inv::ResourceTypeInfo* GetTypeInfo() { return &s_type; }
-    static inline TestType s_type{"Mesh"};
+    static TestTypeFor<TestMesh> s_type;
 };
+inline TestTypeFor<TestMesh> TestMesh::s_type{"Mesh"};
 
 class TestTexture : public TestData
 {
 public:
     static Inv::ResourceTypeInfo* GetTypeInfo() { return &s_type; }
-    static inline TestType s_type{"Texture"};
+    static TestTypeFor<TestTexture> s_type;
 };
+inline TestTypeFor<TestTexture> TestTexture::s_type{"Texture"};

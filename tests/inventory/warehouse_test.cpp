@@ -361,10 +361,13 @@ TEST_F(WarehouseTest, PreloadHandsDataToARegisteredResource)
     delete pPlaceholder;
 
     TestTexture::s_type.m_bFail = true;
+    TestData* pLoaded = ref.Get();
     m_pWarehouse->PreloadAll(TestTexture::GetTypeInfo());
     EXPECT_EQ(log.Count("Unable to preload resource art/later, using default!"), 1);
     EXPECT_TRUE(ref->m_bDefault);
     EXPECT_EQ(TestTexture::s_type.m_destroyed, 0);
+    EXPECT_FALSE(pLoaded->IsInInventory());
+    delete pLoaded;
 }
 
 TEST_F(WarehouseTest, ReferencesCountCopiesAndAssignments)

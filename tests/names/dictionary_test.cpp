@@ -18,6 +18,8 @@ constexpr uint32 CollisionAHash = 0x846A7233;
 constexpr const char* CollisionB1 = "mesh_14197";
 constexpr const char* CollisionB2 = "mesh_94967";
 constexpr uint32 CollisionBHash = 0x269438D2;
+// A text whose lookup2 hash is 0, the one value no key may have; found by a brute-force search.
+constexpr const char* ZeroHash = "nccmpvxc";
 } // namespace
 
 TEST(Dictionary, CollisionPairsReallyCollide)
@@ -122,6 +124,22 @@ TEST(Dictionary, BadArgumentsAreAssertions)
     Dictionary::Key missing;
     missing.m_value = 12345;
     EXPECT_STREQ(dict.GetString(missing), "");
+}
+
+TEST(Dictionary, TextHashingToZeroIsRefused)
+{
+    ASSERT_EQ(FastString::HashString(ZeroHash), 0u);
+    Dictionary dict(false);
+    {
+        dbg::ScopedThrowOnAssert throwing;
+        EXPECT_THROW(dict.Add("NCCMPVXC"), std::runtime_error);
+    }
+    LogCapture log;
+    dbg::ScopedThrowOnAssert passed(false);
+    const Dictionary::Key key = dict.Add(ZeroHash);
+    EXPECT_EQ(key.m_value, 1u);
+    EXPECT_EQ(dict.GetCount(), 0u);
+    EXPECT_EQ(log.Count("Assertion of (key.m_value != 0) failed."), 1);
 }
 
 TEST(Dictionary, KeysOfTwoDictionariesAreAnAssertionToCompare)
