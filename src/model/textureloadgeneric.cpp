@@ -35,12 +35,6 @@ bool WriteLevel(fr::Texture& texture, uint32 textureLevel, const Image& image, u
     const std::span<const uint8> data(image.GetData(imageLevel), image.GetDataSize(imageLevel));
     return texture.Write(textureLevel, 0, 0, w, h, data, texture.GetLevelPitch(textureLevel));
 }
-
-uint32 MaxTextureSide()
-{
-    fr::Device* pDevice = fr::Interface::GetDevice();
-    return pDevice ? pDevice->GetMaxTextureSize() : 0;
-}
 } // namespace
 
 bool TextureLoadGeneric::PixelFormatOf(int imageType, fr::PixelFormat& format)
@@ -189,6 +183,11 @@ std::vector<std::unique_ptr<Image>> TextureLoadGeneric::ConvertToImages(const fr
         if (!pImage->Allocate(texture.GetLevelWidth(level), texture.GetLevelHeight(level)) ||
             !readLevel(*pImage, 0, level))
             return {};
+        // Image files and the image chunk carry no 16-bit types: those widen to 32 bits.
+        if (type == IMAGETYPE_RGB565 || type == IMAGETYPE_RGBA5551)
+            pImage = Image::Convert(IMAGETYPE_RGBA32, *pImage);
+        if (!pImage)
+            return {};
         pImage->SetName(name);
         cImage.push_back(std::move(pImage));
     }
@@ -213,7 +212,8 @@ std::unique_ptr<Texture> TextureLoadGeneric::Load(Chunky& chunky, ByteStreamAdap
         throw Chunky::Exception(6, "Read past the Chunk end!", adapter.GetPos());
     chunky.CloseChunk();
 
-    const uint32 maxSide = MaxTextureSide();
+    fr::Device* pDevice = fr::Interface::GetDevice();
+    const uint32 maxSide = pDevice ? pDevice->GetMaxTextureSize() : 0;
     std::vector<std::unique_ptr<Image>> cImage;
     auto keep = [&](std::unique_ptr<Image> pImage)
     {
@@ -234,6 +234,8 @@ std::unique_ptr<Texture> TextureLoadGeneric::Load(Chunky& chunky, ByteStreamAdap
             keep(ImageLoad::Load(chunky, adapter));
     chunky.CloseChunk();
 
+    if (!dbAssert(pDevice))
+        return nullptr;
     if (cImage.empty())
     {
         char text[512];

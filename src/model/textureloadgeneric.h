@@ -49,7 +49,8 @@ public:
     static fr::ObjectPtr<fr::Texture> CreateRenderTexture(const std::vector<const Image*>& images,
                                                           bool autoMip, const char* name);
     // The images of a render texture, named `name`: one per level, or one holding every level
-    // for the compressed formats. Empty when the texture cannot be read.
+    // for the compressed formats. The 16-bit formats come out as IMAGETYPE_RGBA32, since image
+    // files and the image chunk have no 16-bit types. Empty when the texture cannot be read.
     static std::vector<std::unique_ptr<Image>> ConvertToImages(const fr::Texture& texture, const char* name);
 
     // The render format that holds an image type as it stands; false for the types that must be
