@@ -6,6 +6,7 @@
 #include "foundation/types.h"
 
 #include <cstring>
+#include <string>
 #include <string_view>
 
 template <uint32 LEN> class FixedString
@@ -24,12 +25,14 @@ public:
     // Stores rhs; a null or over-long source leaves the string unchanged and returns false.
     bool Assign(const char* rhs)
     {
+        using T = std::char_traits<char>;
         if (!dbAssert(rhs != nullptr))
             return false;
-        const size_t n = std::strlen(rhs);
-        if (!dbAssert(n <= LEN))
+        // clang-format off
+        if (!dbAssert(T::length( rhs ) <= LEN))
             return false;
-        std::memcpy(m_text, rhs, n + 1);
+        // clang-format on
+        std::memcpy(m_text, rhs, T::length(rhs) + 1);
         return true;
     }
 

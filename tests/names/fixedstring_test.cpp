@@ -1,5 +1,7 @@
 #include "names/fixedstring.h"
 
+#include "names/logcapture.h"
+
 #include <gtest/gtest.h>
 
 TEST(FixedString, HoldsTextUpToItsCapacity)
@@ -20,4 +22,14 @@ TEST(FixedString, LongerOrNullSourceIsAnAssertionAndLeavesTheOldText)
     EXPECT_FALSE(s.Assign("abcde"));
     EXPECT_FALSE(s.Assign(nullptr));
     EXPECT_STREQ(s.c_str(), "ab");
+}
+
+TEST(FixedString, OverlongAssertionNamesTheLengthCheck)
+{
+    LogCapture log;
+    dbg::ScopedThrowOnAssert passed(false);
+    FixedString<2> s;
+    EXPECT_FALSE(s.Assign("abc"));
+    EXPECT_EQ(log.Count("Assertion of (T::length( rhs ) <= LEN) failed."), 1);
+    EXPECT_TRUE(s.empty());
 }
