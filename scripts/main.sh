@@ -8,3 +8,5 @@ cmake --build build -j2 --target tq7z
 tq7z=build/bin/tq7z
 out=build/sample-out
 mkdir -p "$out"
+# The chunk tree of the sample chunk file.
+"$tq7z" chunks samples/chunks/walker.chunky
