@@ -411,11 +411,11 @@ FilePath::FileSet FilePath::FindFiles(const char* filespec, bool recurse, SEARCH
     if (!FilePathUtil::SplitPath(filespec, alias, folder, name, ext))
         return FileSet();
     FilePathUtil::ToUpper(alias);
-    DropLeadingSeparator(folder);
-
+    // Under the empty alias the names found are plain paths, and keep their leading separator.
     char base[MAXPATH + 1];
-    if (std::snprintf(base, sizeof(base), "%s:%s", alias, folder) > MAXPATH)
+    if (std::snprintf(base, sizeof(base), *alias ? "%s:%s" : "%s%s", alias, folder) > MAXPATH)
         return FileSet();
+    DropLeadingSeparator(folder);
     FileSet set(base);
     AliasRecord* pAlias = FindAlias(alias);
     if (pAlias == nullptr)

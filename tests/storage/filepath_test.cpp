@@ -460,6 +460,10 @@ TEST_F(FilePathTest, RawSourceTakesFullPaths)
     ASSERT_TRUE(FilePath::AddAlias("", "plain", 1, std::make_shared<FilePathHDRaw>()));
     m_dir.Write("plain.txt", "p");
     EXPECT_EQ(FilePath::FileType(m_dir.Path("plain.txt").c_str()), 1);
+    FilePath::FileSet found =
+        FilePath::FindFiles((m_dir.Path() + "/*.txt").c_str(), false, FilePath::SEARCH_Files);
+    ASSERT_EQ(found.GetCount(), 1u);
+    EXPECT_EQ(std::string(found.Get(0)), SystemName(m_dir.Path("plain.txt")));
 }
 
 int s_changeCalls = 0;
