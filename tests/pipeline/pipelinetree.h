@@ -1,0 +1,56 @@
+// Builds pipeline.ini trees in a temporary folder for the pipeline tests.
+#pragma once
+
+#include "revcontrol/tempfolder.h"
+
+#include <initializer_list>
+#include <string>
+
+// The system's form of a path: '\\' for every separator.
+inline std::string Win(std::string path)
+{
+    for (char& c : path)
+    {
+        if (c == '/')
+            c = '\\';
+    }
+    return path;
+}
+
+// Lines joined with "\r\n", the line end of pipeline.ini.
+inline std::string IniText(std::initializer_list<std::string> lines)
+{
+    std::string text;
+    for (const std::string& line : lines)
+        text += line + "\r\n";
+    return text;
+}
+
+// A project section whose folders are "<prefix>/source", "<prefix>/final" and so on.
+inline std::string ProjectSection(const std::string& header, const std::string& prefix,
+                                  const std::string& parent, const std::string& extra = std::string())
+{
+    std::string text = IniText({
+        "[" + header + "]",
+        "Description=Art of " + prefix,
+        "DataSource=" + prefix + "/source",
+        "DataSourceShared=" + prefix + "/shared",
+        "DataBurn=" + prefix + "/burn",
+        "DataIntermediate=" + prefix + "/interm",
+        "DataGeneric=" + prefix + "/generic",
+        "DataFinal=" + prefix + "/final",
+        "DataPreview=" + prefix + "/preview",
+        "LocaleFolder=" + prefix + "/locale",
+        "AttrLoc=attrib\\" + prefix,
+        "Parent=" + parent,
+    });
+    if (!extra.empty())
+        text += "DataExtra=" + extra + "\r\n";
+    return text;
+}
+
+// The folder of the tree's pipeline.ini, as relative folders are put behind it.
+inline std::string Front(const TempFolder& root)
+{
+    return Win(root.Path()) + "\\";
+}
