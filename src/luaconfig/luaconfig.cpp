@@ -639,48 +639,47 @@ bool LuaConfig::GetString(const char* name, char* out, uint32 size) const
     return true;
 }
 
-bool LuaConfig::GetString(const char* name, std::string& out) const
+namespace
 {
-    lua_State* L = m_pimpl->m_state;
+// Pushes the field, hands it to `read` when its Lua type is `type` (or `alsoType`), and leaves
+// the stack as it was.
+template <class Read> bool ReadField(const LuaConfig& lc, const char* name, int type, int alsoType, Read read)
+{
+    lua_State* L = lc.GetState();
     const int top = lua_gettop(L);
-    if (!PushField(name))
+    if (!lc.PushField(name))
         return false;
-    const int type = lua_type(L, -1);
-    const bool ok = type == LUA_TSTRING || type == LUA_TNUMBER;
+    const int found = lua_type(L, -1);
+    const bool ok = found == type || found == alsoType;
     if (ok)
-    {
-        size_t len = 0;
-        const char* text = lua_tolstring(L, -1, &len);
-        out.assign(text, len);
-    }
+        read(L);
     lua_settop(L, top);
     return ok;
+}
+} // namespace
+
+bool LuaConfig::GetString(const char* name, std::string& out) const
+{
+    // A number reads as its text, as Lua converts it.
+    return ReadField(*this, name, LUA_TSTRING, LUA_TNUMBER,
+                     [&out](lua_State* L)
+                     {
+                         size_t len = 0;
+                         const char* text = lua_tolstring(L, -1, &len);
+                         out.assign(text, len);
+                     });
 }
 
 bool LuaConfig::GetBool(const char* name, bool& out) const
 {
-    lua_State* L = m_pimpl->m_state;
-    const int top = lua_gettop(L);
-    if (!PushField(name))
-        return false;
-    const bool ok = lua_type(L, -1) == LUA_TBOOLEAN;
-    if (ok)
-        out = lua_toboolean(L, -1) != 0;
-    lua_settop(L, top);
-    return ok;
+    return ReadField(*this, name, LUA_TBOOLEAN, LUA_TBOOLEAN,
+                     [&out](lua_State* L) { out = lua_toboolean(L, -1) != 0; });
 }
 
 bool LuaConfig::GetNumber(const char* name, double& out) const
 {
-    lua_State* L = m_pimpl->m_state;
-    const int top = lua_gettop(L);
-    if (!PushField(name))
-        return false;
-    const bool ok = lua_type(L, -1) == LUA_TNUMBER;
-    if (ok)
-        out = double(lua_tonumber(L, -1));
-    lua_settop(L, top);
-    return ok;
+    return ReadField(*this, name, LUA_TNUMBER, LUA_TNUMBER,
+                     [&out](lua_State* L) { out = double(lua_tonumber(L, -1)); });
 }
 
 bool LuaConfig::GetNumber(const char* name, float& out) const
@@ -705,45 +704,26 @@ bool LuaConfig::GetNumber(const char* name, int& out) const
 
 bool LuaConfig::SetString(const char* name, const char* value)
 {
-    if (!dbAssert(name != nullptr && *name != '\0' && value != nullptr))
+    if (!dbAssert(value != nullptr))
         return false;
-    PushCurrent();
     lua_pushstring(m_pimpl->m_state, value);
-    if (!SetCurrentField(name))
-        return false;
-    if (m_pimpl->m_variableHook)
-        m_pimpl->m_variableHook(name);
-    return true;
+    return SetField(name);
 }
 
 bool LuaConfig::SetNumber(const char* name, double value)
 {
-    if (!dbAssert(name != nullptr && *name != '\0'))
-        return false;
-    PushCurrent();
     // A whole value is stored as an integer, as Lua itself would read it from text.
     if (std::floor(value) == value && std::fabs(value) < 9.0e15)
         lua_pushinteger(m_pimpl->m_state, lua_Integer(value));
     else
         lua_pushnumber(m_pimpl->m_state, value);
-    if (!SetCurrentField(name))
-        return false;
-    if (m_pimpl->m_variableHook)
-        m_pimpl->m_variableHook(name);
-    return true;
+    return SetField(name);
 }
 
 bool LuaConfig::SetBool(const char* name, bool value)
 {
-    if (!dbAssert(name != nullptr && *name != '\0'))
-        return false;
-    PushCurrent();
     lua_pushboolean(m_pimpl->m_state, value ? 1 : 0);
-    if (!SetCurrentField(name))
-        return false;
-    if (m_pimpl->m_variableHook)
-        m_pimpl->m_variableHook(name);
-    return true;
+    return SetField(name);
 }
 
 bool LuaConfig::FirstField(Field& out)

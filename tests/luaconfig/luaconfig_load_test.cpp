@@ -262,13 +262,22 @@ TEST_F(LuaLoadTest, ChunkRoundTripAndItsBytes)
     EXPECT_EQ(Text(back), Text(lc));
 }
 
-TEST_F(LuaLoadTest, ChunkBuiltByHandLoads)
+namespace
 {
-    auto in = StreamOf(ChunkFile("LCFG", 1, "", "speed = 7"), "hand");
+// Loads the "LCFG" chunk of a chunk file given as bytes.
+bool LoadChunkBytes(LuaConfig& lc, const std::string& file)
+{
+    auto in = StreamOf(file, lc.GetName());
     ByteStreamAdapter adapter(*in);
     Chunky chunky(adapter);
+    return LuaConfigSave::LoadChunky(lc, chunky, adapter);
+}
+} // namespace
+
+TEST_F(LuaLoadTest, ChunkBuiltByHandLoads)
+{
     LuaConfig lc("hand");
-    ASSERT_TRUE(LuaConfigSave::LoadChunky(lc, chunky, adapter));
+    ASSERT_TRUE(LoadChunkBytes(lc, ChunkFile("LCFG", 1, "", "speed = 7")));
     double speed = 0;
     EXPECT_TRUE(lc.GetNumber("speed", speed));
     EXPECT_EQ(speed, 7.0);
@@ -277,41 +286,21 @@ TEST_F(LuaLoadTest, ChunkBuiltByHandLoads)
 TEST_F(LuaLoadTest, BadChunksFailWithoutCrashing)
 {
     LogCapture log;
-    // Newer version than the reader knows.
-    {
-        auto in = StreamOf(ChunkFile("LCFG", 2, "", "a = 1"), "v2");
-        ByteStreamAdapter adapter(*in);
-        Chunky chunky(adapter);
-        LuaConfig lc("v2");
-        EXPECT_FALSE(LuaConfigSave::LoadChunky(lc, chunky, adapter));
-        EXPECT_TRUE(log.Has("Unsupported (newer) Chunk Version!"));
-    }
-    // Another chunk id only.
-    {
-        auto in = StreamOf(ChunkFile("XXXX", 1, "", "a = 1"), "other");
-        ByteStreamAdapter adapter(*in);
-        Chunky chunky(adapter);
-        LuaConfig lc("other");
-        EXPECT_FALSE(LuaConfigSave::LoadChunky(lc, chunky, adapter));
-    }
+    LuaConfig newer("v2");
+    EXPECT_FALSE(LoadChunkBytes(newer, ChunkFile("LCFG", 2, "", "a = 1")));
+    EXPECT_TRUE(log.Has("Unsupported (newer) Chunk Version!"));
+
+    LuaConfig other("other");
+    EXPECT_FALSE(LoadChunkBytes(other, ChunkFile("XXXX", 1, "", "a = 1")));
+
     // A size that runs past the end of the file.
-    {
-        std::string file = ChunkFile("LCFG", 1, "", "a = 1");
-        file[24 + 12] = char(0xFF);
-        auto in = StreamOf(file, "long");
-        ByteStreamAdapter adapter(*in);
-        Chunky chunky(adapter);
-        LuaConfig lc("long");
-        EXPECT_FALSE(LuaConfigSave::LoadChunky(lc, chunky, adapter));
-        EXPECT_EQ(lc.GetType("a"), LuaConfig::Kind_Nil);
-    }
-    // Text that doesn't compile.
-    {
-        auto in = StreamOf(ChunkFile("LCFG", 1, "", "a = = 1"), "syntax");
-        ByteStreamAdapter adapter(*in);
-        Chunky chunky(adapter);
-        LuaConfig lc("syntax");
-        EXPECT_FALSE(LuaConfigSave::LoadChunky(lc, chunky, adapter));
-        EXPECT_TRUE(log.Has("LUA_ERRSYNTAX"));
-    }
+    std::string file = ChunkFile("LCFG", 1, "", "a = 1");
+    file[24 + 12] = char(0xFF);
+    LuaConfig tooLong("long");
+    EXPECT_FALSE(LoadChunkBytes(tooLong, file));
+    EXPECT_EQ(tooLong.GetType("a"), LuaConfig::Kind_Nil);
+
+    LuaConfig syntax("syntax");
+    EXPECT_FALSE(LoadChunkBytes(syntax, ChunkFile("LCFG", 1, "", "a = = 1")));
+    EXPECT_TRUE(log.Has("LUA_ERRSYNTAX"));
 }
