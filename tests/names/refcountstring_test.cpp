@@ -17,7 +17,8 @@ TEST(RefCountString, CopiesShareOneBlockUntilTheLastGoes)
         EXPECT_EQ(a.c_str(), b.c_str());
         EXPECT_EQ(a.c_str(), c.c_str());
         EXPECT_EQ(a.GetRefCount(), 3u);
-        c = c; // self-assignment keeps the block alive
+        RefCountString& same = c;
+        c = same; // self-assignment keeps the block alive
         EXPECT_EQ(a.GetRefCount(), 3u);
         EXPECT_STREQ(c.c_str(), "FOLDDATA");
     }
