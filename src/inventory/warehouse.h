@@ -39,7 +39,7 @@ public:
     // The same, but the resource cannot be found by name.
     bool AddAnonymous(Resource* pResource, ResourceTypeInfo* pInfo);
     // Makes the resource for an object in hand and adds it under the object's type.
-    template <class T> Reference<T> Add(T* pData);
+    template <class T> Reference<T> Add(T* pObject);
 
     // Destroys the resource of that name when nothing references it; otherwise does nothing.
     void Flush(const char* name, ResourceTypeInfo* pInfo);
@@ -99,14 +99,15 @@ private:
     static Warehouse* s_pWarehouse;
 };
 
-template <class T> Reference<T> Warehouse::Add(T* pData)
+template <class T> Reference<T> Warehouse::Add(T* pObject)
 {
+    // The inventory's name, also where T has a name of its own that hides it.
+    const NamedResource* pData = pObject;
     if (!dbAssert(pData))
         return Reference<T>();
     if (!dbAssert(pData->GetName()))
         return Reference<T>();
-    auto* pResource = new Resource;
-    pResource->m_pData = pData;
+    auto* pResource = new Resource(pObject);
     if (!Add(pResource, T::GetTypeInfo()))
     {
         // The object stays the caller's.
