@@ -1,5 +1,4 @@
 #include "model/textureloadgeneric.h"
-#include "model/texturetypeinfo.h"
 
 #include "image/image.h"
 #include "image/imageload.h"
@@ -158,15 +157,4 @@ TEST(TextureFiles, SavingAsAnImageFileWritesTheTopLevel)
     LogCapture log;
     EXPECT_FALSE(TextureLoadGeneric::SaveFile(folder.Name("nothing.tga").c_str(), empty));
     EXPECT_TRUE(log.Has("Unable to convert texture to an image!"));
-}
-
-TEST(TextureFiles, TypeInfoDescribesTextures)
-{
-    TextureTypeInfo& info = static_cast<TextureTypeInfo&>(*Texture::GetTypeInfo());
-    EXPECT_STREQ(info.GetTypeName(), "Texture");
-    EXPECT_TRUE(info.CanReload());
-    EXPECT_EQ(info.CreateDefault("x"), nullptr);
-    char name[Inv::MaxResourceName];
-    info.TranslateName(name, "DATA:Art\\Textures\\Stone.TGA");
-    EXPECT_STREQ(name, "art/textures/stone");
 }

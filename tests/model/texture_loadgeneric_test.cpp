@@ -195,19 +195,6 @@ TEST(TextureLoadGeneric, PalettedAndMixedImagesAreConverted)
     EXPECT_TRUE(TextureLoadGeneric::CreateRenderTexture({top.get(), right.get()}, false, "mixed"));
 }
 
-TEST(TextureLoadGeneric, ImageTypesAndPixelFormatsMapBothWays)
-{
-    for (int type : {0, 1, 4, 5, 7, 8, 10, 11})
-    {
-        fr::PixelFormat format;
-        ASSERT_TRUE(TextureLoadGeneric::PixelFormatOf(type, format)) << type;
-        EXPECT_EQ(TextureLoadGeneric::ImageTypeOf(format), type);
-    }
-    fr::PixelFormat format;
-    EXPECT_FALSE(TextureLoadGeneric::PixelFormatOf(IMAGETYPE_PALETTE, format));
-    EXPECT_FALSE(TextureLoadGeneric::PixelFormatOf(IMAGETYPE_RGBA4444, format));
-}
-
 TEST(TextureLoadGeneric, BrokenFilesThrowOrGiveNull)
 {
     Env env;

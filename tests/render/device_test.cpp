@@ -85,19 +85,6 @@ TEST(DeviceCreation, DriverLibrariesAreCheckedBeforeUse)
     }
 }
 
-TEST(DeviceObjects, NullDeviceMakesMemoryObjects)
-{
-    NullDevice device;
-    EXPECT_EQ(device.GetMaxTextureSize(), 4096u);
-    auto pSet = device.CreateVertexSet();
-    EXPECT_NE(dynamic_cast<fr::NullVertexSet*>(pSet.get()), nullptr);
-    auto pPrim = device.CreatePrimSet();
-    EXPECT_NE(dynamic_cast<fr::NullPrimSet*>(pPrim.get()), nullptr);
-    auto pShader = device.CreateShader();
-    EXPECT_NE(dynamic_cast<fr::NullShader*>(pShader.get()), nullptr);
-    EXPECT_EQ(pShader->GetRefCount(), 1u);
-}
-
 TEST(PixelMask, ShiftAndLossOfChannelMasks)
 {
     struct Case
