@@ -1,5 +1,8 @@
 #include "cli/command.h"
 
+#include "logging/consolelistener.h"
+#include "logging/runoptionsfile.h"
+
 #include <cstdio>
 #include <vector>
 
@@ -18,7 +21,12 @@ CommandRegistrar::CommandRegistrar(CommandSetup setup) { Registry().push_back(st
 
 int RunMain(int argc, char** argv)
 {
+    // Run options ("--opt NAME" and runoptions.cfg) are taken out before the subcommand parses.
+    argc = RunOptions::Init(argc, argv);
+    dbg::AddConsoleListener();
     CLI::App app{"tq7z: the model pipeline's command-line tool", "tq7z"};
+    app.footer("Run options: --opt NAME (invleaks, noimages, nomodels, notrace, nodbg), also read from "
+               "runoptions.cfg in the working folder.");
     app.require_subcommand(1);
     app.set_help_all_flag("--help-all", "Show help for every subcommand");
     int exitCode = 0;
