@@ -152,13 +152,13 @@ struct NameList : FilePath::FileListObj
 void RecurseFindFiles(Source& source, const char* folder, const char* relative, const char* nameExt,
                       FilePath::FileSet& set, FilePath::SEARCH_Type type, bool recurse)
 {
-    char spec[FilePath::MAXPATH + 1];
+    char pattern[FilePath::MAXPATH + 1];
     char full[FilePath::MAXPATH + 1];
     char rel[FilePath::MAXPATH + 1];
-    if (!Concat(spec, folder, nameExt))
+    if (!Concat(pattern, folder, nameExt))
         return;
     NameList found;
-    source.FindFiles(spec, &found);
+    source.FindFiles(pattern, &found);
     for (const std::string& entry : found.cName)
     {
         if (!Concat(full, folder, entry.c_str()) || !Concat(rel, relative, entry.c_str()))
@@ -176,10 +176,10 @@ void RecurseFindFiles(Source& source, const char* folder, const char* relative, 
     if (!recurse)
         return;
 
-    if (!Concat(spec, folder, "*.*"))
+    if (!Concat(pattern, folder, "*.*"))
         return;
     NameList all;
-    source.FindFiles(spec, &all);
+    source.FindFiles(pattern, &all);
     for (const std::string& entry : all.cName)
     {
         if (!Concat(full, folder, entry.c_str()) || source.FileType(full) != 2)

@@ -479,37 +479,37 @@ bool Copy(char* dst, const char* src)
     return true;
 }
 
-bool MatchSpec(const char* spec, const char* name)
+bool MatchSpec(const char* pattern, const char* name)
 {
-    if (!dbAssert(spec && name))
+    if (!dbAssert(pattern && name))
         return false;
-    if (std::strcmp(spec, "*.*") == 0)
+    if (std::strcmp(pattern, "*.*") == 0)
         return true;
     // Greedy match with one point of return: the last '*' seen and where its run began.
-    const char* starSpec = nullptr;
+    const char* starPattern = nullptr;
     const char* starName = nullptr;
     while (*name)
     {
-        if (*spec == '*')
+        if (*pattern == '*')
         {
-            starSpec = ++spec;
+            starPattern = ++pattern;
             starName = name;
         }
-        else if (*spec == '?' || (*spec != '\0' && FoldCase(*spec) == FoldCase(*name)))
+        else if (*pattern == '?' || (*pattern != '\0' && FoldCase(*pattern) == FoldCase(*name)))
         {
-            ++spec;
+            ++pattern;
             ++name;
         }
-        else if (starSpec)
+        else if (starPattern)
         {
-            spec = starSpec;
+            pattern = starPattern;
             name = ++starName;
         }
         else
             return false;
     }
-    while (*spec == '*')
-        ++spec;
-    return *spec == '\0';
+    while (*pattern == '*')
+        ++pattern;
+    return *pattern == '\0';
 }
 } // namespace FilePathUtil

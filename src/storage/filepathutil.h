@@ -103,7 +103,7 @@ void ToLower(char* text);
 // Bounded copy into a path buffer; false (and `dst` untouched) when `src` does not fit.
 bool Copy(char* dst, const char* src);
 
-// Matches a file name against a wildcard spec: '*' any run, '?' any one character, without regard
+// Matches a file name against a wildcard pattern: '*' any run, '?' any one character, without regard
 // to case. "*.*" matches every name, with or without a dot, as the find-first functions do.
-bool MatchSpec(const char* spec, const char* name);
+bool MatchSpec(const char* pattern, const char* name);
 } // namespace FilePathUtil
