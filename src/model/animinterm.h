@@ -1,0 +1,57 @@
+// AnimInterm: the working form of an animation that the exporter fills with sampled model-space
+// bone matrices. After a load of the intermediate file it is converted to the ordinary form in
+// place: local position and rotation streams per bone, rotations on the short way, and control
+// streams made relative to their shader's base.
+#pragma once
+
+#include "model/anim.h"
+
+#include <memory>
+#include <vector>
+
+class RenderModel;
+class Skeleton;
+
+namespace ra
+{
+class MeshGroup;
+}
+
+class AnimInterm final : public Anim
+{
+public:
+    // A control stream whose values all stay within this of the base does nothing.
+    static constexpr float FlatTolerance = 0.005f;
+
+    AnimInterm() = default;
+    explicit AnimInterm(const char* name) : Anim(name) {}
+
+    // Bone entries keep one matrix stream each.
+    void SetBoneCount(int boneCount) override;
+    int AddBone(ra::Name name) override;
+    // Replaces and deletes an earlier stream.
+    void SetBoneMatrixStream(int boneIndex, std::unique_ptr<BoneMatrixStream> pStream);
+    const BoneMatrixStream* GetBoneMatrixStream(int boneIndex) const;
+    BoneMatrixStream* GetBoneMatrixStream(int boneIndex);
+
+    // The whole conversion after a read, against the model's skeleton and mesh group (either may
+    // be missing, and its part is then left out): bones, cameras, control fix-ups, then a default
+    // visibility stream for every mesh that has none.
+    void Convert(const RenderModel& model);
+
+    // Position and rotation streams from the matrix streams, for the bones that the skeleton
+    // has: local matrices (relative to the parent bone's matrix at the same key), then each
+    // rotation key turned to the hemisphere of the one before it, starting from the bone's
+    // reference rotation. A bone not marked animated loses its streams.
+    void ConvertBoneStreams(const Skeleton& skeleton);
+    // The hemisphere pass on camera rotations, starting from the identity.
+    void ConvertCameraStreams();
+    // Finds each control stream's shader or mesh by name, takes the shader's base value off its
+    // keys, and drops the streams (all but mesh visibility) that then do nothing.
+    void FixControlStreams(const ra::MeshGroup& meshGroup);
+    // A mesh without a visibility stream gets one: a single key of value 0 at time 0.
+    void AddDefaultVisibilityStreams(const ra::MeshGroup& meshGroup);
+
+private:
+    std::vector<std::unique_ptr<BoneMatrixStream>> m_BoneMatrixStream;
+};
