@@ -1,5 +1,6 @@
 #include "storage/bytestream.h"
 #include "storage/bytestreamadapter.h"
+#include "storage/chunky.h"
 #include "storage/ramstream.h"
 
 #include "foundation/debug.h"
@@ -360,5 +361,24 @@ TEST(ByteStreamAdapterConverter, EveryOperationGoesThroughTheConverter)
         {"ReadInt8", 1},   {"ReadUInt8", 1},   {"ReadBool", 1},   {"ReadRaw", 1},     {"ReadString", 1},
         {"ReadWString", 1}};
     EXPECT_EQ(converter.m_calls, expected);
+}
+
+TEST(ByteStreamAdapterConverter, ChunkFilesAreWrittenThroughTheConverterWithItsPlatform)
+{
+    RamStream stream;
+    stream.Create(16, ByteStream::Mode_Write);
+    CountingConverter converter(&stream);
+    ByteStreamAdapter adapter(stream);
+    adapter.SetConverter(&converter);
+    {
+        Chunky chunky(adapter);
+        chunky.OpenDataChunk(FourCC("ABCD"), 1, "n");
+        chunky.CloseChunk();
+    }
+    EXPECT_EQ(Contents(stream), std::string("Vardo Chunky\r\n\x1a\0\x01\0\0\0\x07\0\0\0"
+                                            "DATAABCD\x01\0\0\0\0\0\0\0\x02\0\0\0n\0",
+                                            46));
+    EXPECT_EQ(converter.m_calls["WriteRaw"], 3) << "the magic and the name, twice";
+    EXPECT_EQ(converter.m_calls["WriteUInt32"], 3) << "the file header and the chunk header, twice";
 }
 } // namespace
