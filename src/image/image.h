@@ -98,7 +98,10 @@ public:
     }
 
     // A new image of `targetType` made from `src`: see imageconvert.cpp for the pairs handled.
+    // A pair outside them is the fatal "Conversion not handled"; ask CanConvert first when the
+    // types come from outside.
     static std::unique_ptr<Image> Convert(int targetType, const Image& src);
+    static bool CanConvert(int targetType, int sourceType);
     // Resamples level 0 of `src` into level 0 of `dst` (both IMAGETYPE_RGBA32, `dst` allocated to
     // the wanted size) with a separable quadratic filter.
     static bool Rescale(Image& dst, const Image& src);

@@ -100,6 +100,28 @@ std::unique_ptr<Image> Level0AsRGBA32(const Image& src)
 }
 } // namespace
 
+bool Image::CanConvert(int targetType, int sourceType)
+{
+    if (!IsValidType(targetType) || !IsValidType(sourceType))
+        return false;
+    if (targetType == sourceType)
+        return true;
+    switch (targetType)
+    {
+    case IMAGETYPE_RGBA32:
+        return !IsCompressedType(sourceType);
+    case IMAGETYPE_LUMINANCE:
+        return sourceType == IMAGETYPE_PALETTE;
+    case IMAGETYPE_PALETTE:
+        return sourceType == IMAGETYPE_RGBA32 || sourceType == IMAGETYPE_RGB888;
+    case IMAGETYPE_RGBA4444:
+    case IMAGETYPE_RGB888:
+        return sourceType == IMAGETYPE_RGBA32;
+    default:
+        return false;
+    }
+}
+
 std::unique_ptr<Image> Image::Convert(int targetType, const Image& src)
 {
     if (src.GetData(0) == nullptr)

@@ -46,6 +46,9 @@ std::unique_ptr<Image> Load(int* pSourceFormat, const char* name, int wantedType
 std::unique_ptr<Image> Load(Chunky& chunky, ByteStreamAdapter& adapter, int mipsToSkip = 0);
 // Writes `image` as one "IMAG" folder named after the image.
 void Save(Chunky& chunky, ByteStreamAdapter& adapter, const Image& image);
+// The types the chunk reader takes back: all but the 16-bit ones (4, 5, 6), whose data it refuses
+// with an assertion.
+bool IsChunkType(int type);
 
 // Steps of the chunk reader, each on its own data chunk, which it enters and closes.
 // "ATTR": makes the image with its (skipped) size and mip count; `pSkip` receives the levels to

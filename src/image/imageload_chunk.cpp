@@ -50,6 +50,11 @@ bool WriteFields(ByteStreamAdapter& adapter, const uint32* pFields, uint32 count
 }
 } // namespace
 
+bool ImageLoad::IsChunkType(int type)
+{
+    return BitsPerPixel(type) != 0;
+}
+
 std::unique_ptr<Image> ImageLoad::ReadImageAttributes(Chunky& chunky, ByteStreamAdapter& adapter,
                                                       int mipsToSkip, uint32* pSkip, uint32* pFileWidth,
                                                       uint32* pFileHeight)

@@ -172,6 +172,17 @@ TEST(ImageConvert, SameTypeCopiesEveryLevelAndTheName)
 
 TEST(ImageConvert, PairsOutsideTheTableAreFatal)
 {
+    // The table as CanConvert tells it: every valid pair it allows converts (tested above), and
+    // the rest are refused.
+    int allowed = 0;
+    for (int target = 0; target < 12; ++target)
+        for (int source = 0; source < 12; ++source)
+            allowed += Image::CanConvert(target, source) ? 1 : 0;
+    EXPECT_EQ(allowed, 10 + 6 + 1 + 2 + 1 + 1); // 10 same-type copies, 6 to RGBA32, 1, 2, 1, 1 more
+    EXPECT_FALSE(Image::CanConvert(IMAGETYPE_RGB565, IMAGETYPE_RGBA32));
+    EXPECT_FALSE(Image::CanConvert(IMAGETYPE_RGBA32, IMAGETYPE_DXT1));
+    EXPECT_TRUE(Image::CanConvert(IMAGETYPE_PALETTE, IMAGETYPE_RGB888));
+
     dbg::ScopedThrowOnAssert throwing;
     auto p32 = imagetest::MakeGradient(4, 4);
     Image_DXT1 dxt;
