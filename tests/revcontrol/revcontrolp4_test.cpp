@@ -129,8 +129,7 @@ TEST_F(RevControlP4Test, CreateChangelistFailures)
     EXPECT_FALSE(m_pP4->CreateChangelist("SGM Export Changes", number));
     EXPECT_EQ("Failed to parse changlist # for changelist: 'SGM Export Changes'", m_pP4->GetLastError());
 
-    Expect("change -i",
-           "error: Error in change specification.\nerror: Missing required field 'Client'.\nexit: 1\n");
+    Expect("change -i", "error: Client 'artist-ws' unknown - use 'client' command to create it.\nexit: 1\n");
     EXPECT_FALSE(m_pP4->CreateChangelist("SGM Export Changes", number));
     EXPECT_EQ("Failed to create changlist: 'SGM Export Changes'", m_pP4->GetLastError());
     EXPECT_EQ(5, number);
