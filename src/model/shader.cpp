@@ -23,28 +23,6 @@ Inv::ResourceTypeInfo* Shader::GetTypeInfo()
     return &s_shaderTypeInfo;
 }
 
-template <> Inv::Reference<Shader> Inv::Warehouse::Add<Shader>(Shader* pData)
-{
-    if (!dbAssert(pData))
-        return Reference<Shader>();
-    if (!dbAssert(static_cast<const NamedResource*>(pData)->GetName()))
-        return Reference<Shader>();
-    auto* pResource = new Resource(pData);
-    if (!Add(pResource, Shader::GetTypeInfo()))
-    {
-        // The shader stays the caller's.
-        pResource->m_pData = nullptr;
-        delete pResource;
-        return Reference<Shader>();
-    }
-    return Reference<Shader>(pResource);
-}
-
-template <> Inv::Reference<ShaderImp> Inv::Warehouse::Add<ShaderImp>(ShaderImp* pData)
-{
-    return Reference<ShaderImp>(Add<Shader>(pData).GetResource());
-}
-
 bool SetChannelTextureByName(Shader& shader, uint32 n, const char* textureName, const char* modelName,
                              bool warnChannel)
 {

@@ -103,14 +103,6 @@ public:
     virtual const fr::Matrix44& GetTransform2(uint32 n) const = 0;
 };
 
-namespace Inv
-{
-// A shader's GetName gives its ra::Name, so the warehouse's Add takes shaders through these,
-// which read the inventory's text name. The shader is the inventory's once added.
-template <> Reference<Shader> Warehouse::Add<Shader>(Shader* pData);
-template <> Reference<ShaderImp> Warehouse::Add<ShaderImp>(ShaderImp* pData);
-} // namespace Inv
-
 // What a model file's channel does with the texture name it carries: finds the texture in the
 // inventory and sets it on the channel. A texture that isn't there never fails the load: the
 // channel becomes opaque pink (method 0, colour 0xFFFF00FF) and the pink line is logged with the
