@@ -3,6 +3,7 @@
 #include "model/anim.h"
 
 #include "inventory/inventory.h"
+#include "model/anim_test_util.h"
 
 #include "foundation/debug.h"
 
@@ -10,6 +11,8 @@
 
 #include <memory>
 #include <string>
+
+using anim_test::AssertionText;
 
 namespace
 {
@@ -23,30 +26,6 @@ std::unique_ptr<BonePositionStream> Positions(float v0, float v1)
     return pStream;
 }
 
-std::unique_ptr<ControlStream> Controls(float v0, float v1)
-{
-    auto pStream = std::make_unique<ControlStream>(2);
-    pStream->SetTime(0, 0.0f);
-    pStream->SetValue(0, v0);
-    pStream->SetTime(1, 1.0f);
-    pStream->SetValue(1, v1);
-    return pStream;
-}
-
-// The message of the assertion that `f` trips.
-template <class F> std::string AssertionText(F f)
-{
-    dbg::ScopedThrowOnAssert throwOnAssert;
-    try
-    {
-        f();
-    }
-    catch (const std::runtime_error& e)
-    {
-        return e.what();
-    }
-    return "";
-}
 } // namespace
 
 TEST(AnimEvaluate, BonesEvaluateInSecondsOverTheLength)
@@ -85,30 +64,6 @@ TEST(AnimEvaluate, BonesEvaluateInSecondsOverTheLength)
     EXPECT_EQ(ra::MakeName("walk"), anim.GetName());
 }
 
-TEST(AnimEvaluate, CamerasAppendAndEvaluateLikeBones)
-{
-    Anim anim("Intro");
-    anim.SetTime(4.0f);
-    auto pRotations = std::make_unique<CameraRotationStream>(1);
-    pRotations->SetValue(0, {0, 1, 0, 0});
-    EXPECT_EQ(0, anim.AddCamera(ra::MakeName("camA"), nullptr, std::move(pRotations)));
-    auto pPositions = std::make_unique<CameraPositionStream>(2);
-    pPositions->SetTime(1, 1.0f);
-    pPositions->SetValue(1, {0, 8, 0});
-    EXPECT_EQ(1, anim.AddCamera(ra::MakeName("camB"), std::move(pPositions), nullptr));
-    EXPECT_EQ(2, anim.GetCameraCount());
-    EXPECT_EQ(1, anim.FindCamera(ra::MakeName("camb")));
-
-    ra::Vec3 position(1, 1, 1);
-    ra::Quat rotation;
-    AnimHints hints;
-    EXPECT_TRUE(anim.EvaluateCamera(0, 3.0f, false, position, rotation, hints));
-    EXPECT_EQ(ra::Vec3(1, 1, 1), position);
-    EXPECT_EQ(ra::Quat(0, 1, 0, 0), rotation);
-    EXPECT_TRUE(anim.EvaluateCamera(1, 1.0f, false, position, rotation, hints));
-    EXPECT_FLOAT_EQ(2.0f, position.y);
-}
-
 TEST(AnimEvaluate, ControlStreamsCarryTheirTargetsAndEvaluateToZeroWithoutKeys)
 {
     Anim anim("Fade");
@@ -118,7 +73,7 @@ TEST(AnimEvaluate, ControlStreamsCarryTheirTargetsAndEvaluateToZeroWithoutKeys)
     opacity.m_index = 3;
     opacity.channel = 4;
     opacity.parameter = ControlInfo::Parameter_Colour;
-    EXPECT_EQ(0, anim.AddControlStream(ra::MakeName("glass"), opacity, Controls(1.0f, 0.0f)));
+    EXPECT_EQ(0, anim.AddControlStream(ra::MakeName("glass"), opacity, anim_test::Keys(1.0f, 0.0f)));
     ControlInfo visibility;
     visibility.targetType = ControlInfo::Target_Mesh;
     EXPECT_EQ(1, anim.AddControlStream(ra::MakeName("door"), visibility, nullptr));
@@ -130,7 +85,7 @@ TEST(AnimEvaluate, ControlStreamsCarryTheirTargetsAndEvaluateToZeroWithoutKeys)
     EXPECT_FLOAT_EQ(0.75f, anim.EvaluateControl(0, 0.125f, false, hint));
     EXPECT_FLOAT_EQ(0.0f, anim.EvaluateControl(1, 0.125f, false, hint));
 
-    anim.SetControlStream(1, Controls(1.0f, 1.0f));
+    anim.SetControlStream(1, anim_test::Keys(1.0f, 1.0f));
     EXPECT_FLOAT_EQ(1.0f, anim.EvaluateControl(1, 0.3f, true, hint));
     anim.RemoveControlStream(0);
     EXPECT_EQ(1, anim.GetControlStreamCount());

@@ -3,6 +3,7 @@
 // shaders and meshes.
 #include "model/animinterm.h"
 
+#include "model/anim_test_util.h"
 #include "model/meshgroup.h"
 #include "model/rendermodel.h"
 #include "model/shader_test_env.h"
@@ -15,23 +16,12 @@
 #include <memory>
 #include <vector>
 
+using anim_test::ExpectQuat;
+using anim_test::ExpectVec;
+using anim_test::Keys;
+
 namespace
 {
-void ExpectVec(const ra::Vec3& expected, const ra::Vec3& actual)
-{
-    EXPECT_NEAR(expected.x, actual.x, 1e-5f);
-    EXPECT_NEAR(expected.y, actual.y, 1e-5f);
-    EXPECT_NEAR(expected.z, actual.z, 1e-5f);
-}
-
-void ExpectQuat(const ra::Quat& expected, const ra::Quat& actual)
-{
-    EXPECT_NEAR(expected.x, actual.x, 1e-5f);
-    EXPECT_NEAR(expected.y, actual.y, 1e-5f);
-    EXPECT_NEAR(expected.z, actual.z, 1e-5f);
-    EXPECT_NEAR(expected.w, actual.w, 1e-5f);
-}
-
 ra::Matrix34 Rows(const ra::Vec3& r0, const ra::Vec3& r1, const ra::Vec3& r2, const ra::Vec3& t)
 {
     ra::Matrix34 m;
@@ -67,16 +57,6 @@ std::unique_ptr<Skeleton> Chain(const ra::Quat& rootRotation = ra::Quat())
 
 const float kHalfRoot2 = 0.70710677f;
 const float kHalfRoot3 = 0.86602540f;
-
-std::unique_ptr<ControlStream> Keys(float v0, float v1)
-{
-    auto pStream = std::make_unique<ControlStream>(2);
-    pStream->SetTime(0, 0.0f);
-    pStream->SetValue(0, v0);
-    pStream->SetTime(1, 1.0f);
-    pStream->SetValue(1, v1);
-    return pStream;
-}
 
 ControlInfo Info(int32 targetType, int32 channel, int32 parameter)
 {

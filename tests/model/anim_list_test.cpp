@@ -2,6 +2,7 @@
 // the shader flags, stand-ins for missing animations, and the checks on what a node brings.
 #include "model/animlist.h"
 
+#include "model/anim_test_util.h"
 #include "model/meshgroup.h"
 #include "model/rendermodel.h"
 #include "model/shader_test_env.h"
@@ -16,6 +17,8 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+using anim_test::AssertionText;
 
 namespace
 {
@@ -62,20 +65,6 @@ std::vector<int32> ControlMappings(const AnimListNode& node)
     return cMapping;
 }
 
-// The message of the assertion that `f` trips.
-template <class F> std::string AssertionText(F f)
-{
-    dbg::ScopedThrowOnAssert throwOnAssert;
-    try
-    {
-        f();
-    }
-    catch (const std::runtime_error& e)
-    {
-        return e.what();
-    }
-    return "";
-}
 } // namespace
 
 // A model "hero" with bones root, arm, hand; cameras cam1, cam2; shaders skin, metal; meshes body,
@@ -212,17 +201,6 @@ TEST_F(AnimListTest, MissingAnimationGetsAnEmptyStandInWithTheModelsBones)
     m_list.Clear();
     Inv::Warehouse::Get()->FlushUnreferenced();
     EXPECT_EQ(0u, Inv::Warehouse::Get()->GetCount(Anim::GetTypeInfo()));
-}
-
-TEST_F(AnimListTest, NodeReadWithItsBoundVolumeKeepsIt)
-{
-    auto pNode = Node(std::make_unique<Anim>("turn"));
-    pNode->SetBV({-1, 0, -2}, {1, 3, 2});
-    m_list.AddAnim(std::move(pNode), true);
-    ra::Vec3 minimum, maximum;
-    ASSERT_TRUE(m_list.GetAnimNode(0)->GetBV(minimum, maximum));
-    EXPECT_EQ(ra::Vec3(-1, 0, -2), minimum);
-    EXPECT_EQ(ra::Vec3(1, 3, 2), maximum);
 }
 
 TEST_F(AnimListTest, MismatchedNodesAreAssertionsAndAreMappedAnyway)

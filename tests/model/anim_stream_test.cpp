@@ -2,6 +2,7 @@
 // spherical interpolation), hints against fresh searches, insertion by time and the raw key bytes.
 #include "model/animstream.h"
 
+#include "model/anim_test_util.h"
 #include "names/logcapture.h"
 
 #include "foundation/debug.h"
@@ -12,23 +13,11 @@
 #include <cstring>
 #include <vector>
 
+using anim_test::ExpectQuat;
+using anim_test::ExpectVec;
+
 namespace
 {
-void ExpectVec(const ra::Vec3& expected, const ra::Vec3& actual, float tolerance = 1e-5f)
-{
-    EXPECT_NEAR(expected.x, actual.x, tolerance);
-    EXPECT_NEAR(expected.y, actual.y, tolerance);
-    EXPECT_NEAR(expected.z, actual.z, tolerance);
-}
-
-void ExpectQuat(const ra::Quat& expected, const ra::Quat& actual, float tolerance = 1e-5f)
-{
-    EXPECT_NEAR(expected.x, actual.x, tolerance);
-    EXPECT_NEAR(expected.y, actual.y, tolerance);
-    EXPECT_NEAR(expected.z, actual.z, tolerance);
-    EXPECT_NEAR(expected.w, actual.w, tolerance);
-}
-
 // Keys at 0, 0.5 and 1: (0,0,0), (10,20,30), (20,0,-10).
 BonePositionStream ThreeKeys()
 {
@@ -172,20 +161,6 @@ TEST(AnimStreamEvaluate, RotationsSlerpTheShortWayAndNormalise)
     ExpectQuat({0, 0, -0.38268343f, -0.92387953f}, stream.Evaluate(0.5f, false, hint));
 }
 
-TEST(AnimStreamEvaluate, RotationsOfEqualKeysBlendPlainlyAndKeysComeBackAsStored)
-{
-    BoneRotationStream stream(2);
-    stream.SetTime(0, 0.0f);
-    stream.SetValue(0, {0, 0, 0, 2});
-    stream.SetTime(1, 1.0f);
-    stream.SetValue(1, {0, 0, 0, 2});
-    int16 hint = 0;
-    // Dot product at or above 1 takes the weights 1-u and u; the sum is normalised.
-    ExpectQuat(kIdentity, stream.Evaluate(0.5f, false, hint));
-    // On a key nothing is normalised.
-    EXPECT_EQ(ra::Quat(0, 0, 0, 2), stream.Evaluate(0.0f, false, hint));
-}
-
 TEST(AnimStreamEvaluate, HintsGiveTheSameValuesAsFreshSearches)
 {
     // Uneven key times and values from a small generator.
@@ -322,15 +297,4 @@ TEST(AnimStreamKeys, KeysInMemoryAreTheFileBytes)
 
     EXPECT_EQ(8u, ControlStream::KeySize);
     EXPECT_EQ(52u, BoneMatrixStream::KeySize);
-}
-
-TEST(AnimStreamKeys, ControlValuesShiftAndTestFlatWithinTolerance)
-{
-    ControlStream stream = Controls({{0.0f, 0.7f}, {1.0f, 0.2f}});
-    stream.OffsetValues(-0.2f);
-    EXPECT_NEAR(0.5f, stream.GetKeyValue(0), 1e-6f);
-    EXPECT_NEAR(0.0f, stream.GetKeyValue(1), 1e-6f);
-    EXPECT_FALSE(stream.IsFlat(0.005f));
-    EXPECT_TRUE(Controls({{0.0f, 0.005f}, {1.0f, -0.005f}}).IsFlat(0.005f));
-    EXPECT_FALSE(Controls({{0.0f, 0.0f}, {1.0f, -0.0051f}}).IsFlat(0.005f));
 }
