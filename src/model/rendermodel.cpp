@@ -73,9 +73,7 @@ void RenderModel::SetSkeleton(std::unique_ptr<Skeleton> pSkeleton)
     if (!m_pSkeleton)
         return;
     for (Marker& marker : m_cMarkers)
-        marker.parentIndex = marker.parentName == ra::Name::INVALID
-                                 ? Bone::InvalidIndex
-                                 : m_pSkeleton->FindBone(marker.parentName);
+        ResolveParent(marker);
 }
 
 uint32 RenderModel::Display(const AnimPose& pose, uint32 polyLevel, fr::MatrixStack& worldStack,
@@ -195,8 +193,18 @@ void RenderModel::SetCMarkerCount(int32 n)
 
 void RenderModel::SetCMarker(int32 index, const Marker& marker)
 {
-    if (dbAssert(uint32(index) < m_cMarkers.size()))
-        m_cMarkers[size_t(index)] = marker;
+    if (!dbAssert(uint32(index) < m_cMarkers.size()))
+        return;
+    Marker& stored = m_cMarkers[size_t(index)];
+    stored = marker;
+    if (m_pSkeleton)
+        ResolveParent(stored);
+}
+
+void RenderModel::ResolveParent(Marker& marker) const
+{
+    marker.parentIndex = marker.parentName == ra::Name::INVALID ? Bone::InvalidIndex
+                                                                : m_pSkeleton->FindBone(marker.parentName);
 }
 
 const Marker& RenderModel::GetCMarker(int32 index) const

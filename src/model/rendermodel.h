@@ -68,7 +68,8 @@ public:
     // Appends "root", "random", then every marker record's name; bones are not listed.
     void GetMarkerNames(std::vector<std::string>& cOut) const;
 
-    // The marker records.
+    // The marker records. A record stored while there is a skeleton has its parent resolved at
+    // once, as SetSkeleton does for those stored before.
     void SetCMarkerCount(int32 n);
     int32 GetCMarkerCount() const { return int32(m_cMarkers.size()); }
     void SetCMarker(int32 index, const Marker& marker);
@@ -103,6 +104,8 @@ private:
     bool IsMarkerIndex(int32 index) const;
     // The bone behind a marker index past the records.
     const Bone* GetMarkerBone(int32 index) const;
+    // The parent's index in the skeleton, which must exist.
+    void ResolveParent(Marker& marker) const;
 
     std::unique_ptr<ra::MeshGroup> m_pMeshGroup;
     std::unique_ptr<Skeleton> m_pSkeleton;

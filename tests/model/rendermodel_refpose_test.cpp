@@ -1,0 +1,185 @@
+// RenderModel: the reference pose from shaders and bones, the selection volume taken from the
+// mesh group, and ownership of the group and skeleton.
+#include "model/rendermodel.h"
+
+#include "foundation/debug.h"
+#include "model/mesh_test_util.h"
+
+#include <gtest/gtest.h>
+
+using model_test::AddMesh;
+using model_test::AddShader;
+using model_test::MakeMesh;
+using model_test::MakeSkeleton;
+using model_test::QuarterTurn;
+
+namespace
+{
+struct RenderModelTest : ::testing::Test
+{
+    model_test::Env env;
+};
+
+std::unique_ptr<ra::MeshGroup> GroupOf(std::initializer_list<Inv::Reference<Shader>> cShader)
+{
+    auto pGroup = std::make_unique<ra::MeshGroup>();
+    pGroup->SetMeshCount(1);
+    ra::MeshRef ref;
+    ref.mesh = AddMesh(MakeMesh("body", cShader));
+    ref.name = ra::MakeName("body");
+    pGroup->SetMesh(0, ref);
+    return pGroup;
+}
+} // namespace
+
+TEST_F(RenderModelTest, ReferencePoseTakesChannelColoursAndBoneMatrices)
+{
+    Inv::Reference<Shader> paint = AddShader("paint");
+    // Bytes low to high: 0x44, 0x33, 0x22, 0x11; the multiplier reads byte 1.
+    paint->SetColour(Shader::CN_Diffuse, 0x11223344);
+    paint->SetColour(Shader::CN_Specular, 0x0000FF00);
+    // The opacity channel reads the alpha byte instead.
+    paint->SetColour(Shader::CN_Opacity, 0x80FF0000);
+
+    RenderModel model("tank");
+    model.SetMeshGroup(GroupOf({AddShader("plain"), paint}));
+    model.SetSkeleton(
+        MakeSkeleton({{"root", -1, {0, 1, 0}, {}}, {"turret", 0, {0, 0, 2}, QuarterTurn({0, 1, 0})}}));
+    EXPECT_EQ(model.GetRefPose(), nullptr);
+    model.BuildRefPose();
+    const AnimPose* pPose = model.GetRefPose();
+    ASSERT_NE(pPose, nullptr);
+
+    ASSERT_EQ(pPose->GetShaderCount(), 2);
+    const AnimPose::ShaderValues& values = pPose->GetShaderValues(1);
+    EXPECT_FLOAT_EQ(values[0], 0x33 / 255.0f);
+    EXPECT_FLOAT_EQ(values[5], 1.0f);
+    EXPECT_FLOAT_EQ(values[4 * 5], 0x80 / 255.0f);
+    for (uint32 c = 0; c < AnimPose::ChannelCount; ++c)
+    {
+        EXPECT_EQ(values[c * 5 + 1], 0.0f) << c;
+        EXPECT_EQ(values[c * 5 + 2], 0.0f) << c;
+        EXPECT_EQ(values[c * 5 + 3], 1.0f) << c;
+        EXPECT_EQ(values[c * 5 + 4], 1.0f) << c;
+    }
+    // A new shader is white on diffuse and opacity, opaque black elsewhere: only the opacity
+    // channel reads the alpha byte.
+    const float defaults[AnimPose::ChannelCount] = {1, 0, 0, 0, 1, 0};
+    for (uint32 c = 0; c < AnimPose::ChannelCount; ++c)
+        EXPECT_FLOAT_EQ(pPose->GetShaderValues(0)[c * 5], defaults[c]) << c;
+
+    ASSERT_EQ(pPose->GetBoneCount(), 2);
+    for (int32 b = 0; b < 2; ++b)
+        EXPECT_EQ(pPose->GetBoneMatrix(b), model.GetSkeleton()->GetBone(b)->GetWorldMatrix()) << b;
+    EXPECT_EQ(pPose->GetMeshCount(), 1);
+    EXPECT_TRUE(pPose->IsMeshVisible(0));
+}
+
+TEST_F(RenderModelTest, ReferencePoseIsBuiltOnce)
+{
+    Inv::Reference<Shader> paint = AddShader("paint", 0xFF00FF00);
+    RenderModel model("tank");
+    model.SetMeshGroup(GroupOf({paint}));
+    model.BuildRefPose();
+    const AnimPose* pFirst = model.GetRefPose();
+    ASSERT_NE(pFirst, nullptr);
+    EXPECT_EQ(pFirst->GetBoneCount(), 0);
+
+    paint->SetColour(Shader::CN_Diffuse, 0xFF000000);
+    model.BuildRefPose();
+    EXPECT_EQ(model.GetRefPose(), pFirst);
+    EXPECT_FLOAT_EQ(pFirst->GetShaderValues(0)[0], 1.0f);
+}
+
+TEST_F(RenderModelTest, PoseAndDisplayNeedAMeshGroup)
+{
+    RenderModel model("empty");
+    AnimPose pose(model);
+    fr::MatrixStack stack;
+    ra::MatrixPalette palette;
+    {
+        dbg::ScopedThrowOnAssert throwing;
+        EXPECT_THROW(model.BuildRefPose(), std::runtime_error);
+        EXPECT_THROW(model.Display(pose, ra::Mesh::Poly_High, stack, palette, nullptr, false),
+                     std::runtime_error);
+        EXPECT_THROW(model.SetMeshGroup(nullptr), std::runtime_error);
+    }
+    EXPECT_EQ(model.GetRefPose(), nullptr);
+
+    model.SetMeshGroup(GroupOf({AddShader("plain")}));
+    fr::Interface::GetDevice()->BeginScene();
+    EXPECT_EQ(model.Display(AnimPose(model), ra::Mesh::Poly_High, stack, palette, nullptr, false), 1u);
+    fr::Interface::GetDevice()->EndScene();
+}
+
+TEST_F(RenderModelTest, SelectionComesFromTheGroupsBoundVolume)
+{
+    RenderModel model("tank");
+    EXPECT_EQ(model.GetSelectionType(), 1);
+
+    ra::OBB box;
+    box.centre = {1, 2, 3};
+    box.scale = {4, 5, 6};
+    box.rotation[0] = {0, 0, 1};
+    box.rotation[2] = {-1, 0, 0};
+    ra::BoundVolume bv;
+    bv.SetOBB(box);
+    auto pGroup = GroupOf({});
+    pGroup->SetBV(bv);
+    model.SetMeshGroup(std::move(pGroup));
+
+    float extents[2], centre[2];
+    model.GetSelectionBox(extents, centre);
+    EXPECT_EQ(extents[0], 4.0f);
+    EXPECT_EQ(extents[1], 6.0f);
+    EXPECT_EQ(centre[0], 1.0f);
+    EXPECT_EQ(centre[1], 3.0f);
+    EXPECT_EQ(model.GetSelectionVolume(), box);
+
+    const float otherExtents[2] = {7, 8}, otherCentre[2] = {9, 10};
+    model.SetSelectionBox(otherExtents, otherCentre);
+    model.SetSelectionType(3);
+    model.GetSelectionBox(extents, centre);
+    EXPECT_EQ(extents[1], 8.0f);
+    EXPECT_EQ(centre[0], 9.0f);
+    EXPECT_EQ(model.GetSelectionType(), 3);
+}
+
+TEST_F(RenderModelTest, PoseOfAModelIsSizedByItsParts)
+{
+    RenderModel model("tank");
+    model.SetMeshGroup(GroupOf({AddShader("a"), AddShader("b"), AddShader("c")}));
+    model.SetSkeleton(
+        MakeSkeleton({{"r", -1, {}, {}}, {"s", 0, {}, {}}, {"t", 1, {}, {}}, {"u", 2, {}, {}}}));
+    model.SetCCameraCount(2);
+    RenderModelCamera camera;
+    camera.name = ra::MakeName("intro");
+    camera.fov = 0.5f;
+    model.SetCCamera(1, camera);
+
+    const AnimPose pose(model);
+    EXPECT_EQ(pose.GetBoneCount(), 4);
+    EXPECT_EQ(pose.GetShaderCount(), 3);
+    EXPECT_EQ(pose.GetMeshCount(), 1);
+    ASSERT_EQ(pose.GetCameraCount(), 2);
+    EXPECT_EQ(pose.GetCamera(1).name, ra::MakeName("intro"));
+    EXPECT_EQ(pose.GetCamera(1).fov, 0.5f);
+}
+
+TEST_F(RenderModelTest, DroppingTheModelReleasesItsMeshes)
+{
+    {
+        Inv::Reference<RenderModel> modelRef;
+        {
+            auto pModel = std::make_unique<RenderModel>("art/tank");
+            pModel->SetMeshGroup(GroupOf({AddShader("paint")}));
+            modelRef = Inv::Warehouse::Get()->Add(pModel.release());
+        }
+        Inv::Warehouse::Get()->FlushUnreferenced();
+        EXPECT_EQ(Inv::Warehouse::Get()->GetCount(ra::Mesh::GetTypeInfo()), 1u);
+    }
+    Inv::Warehouse::Get()->FlushUnreferenced();
+    EXPECT_EQ(Inv::Warehouse::Get()->GetCount(RenderModel::GetTypeInfo()), 0u);
+    EXPECT_EQ(Inv::Warehouse::Get()->GetCount(ra::Mesh::GetTypeInfo()), 0u);
+    EXPECT_EQ(Inv::Warehouse::Get()->GetCount(Shader::GetTypeInfo()), 0u);
+}
