@@ -42,16 +42,32 @@ uint32 RenderModel::Random(uint32 count)
     return count == 0 ? 0 : s_randomSource(count);
 }
 
-RenderModel::RenderModel() = default;
+RenderModel::RenderModel() : m_pMotionList(std::make_unique<ra::MotionList>()) {}
 
-RenderModel::RenderModel(const char* name) : Inv::NamedResource(name) {}
+RenderModel::RenderModel(const char* name)
+    : Inv::NamedResource(name), m_pMotionList(std::make_unique<ra::MotionList>())
+{
+}
 
 RenderModel::~RenderModel()
 {
-    // The group points at the skeleton: it goes first.
+    // Each goes before what it points at: the group at the skeleton, actions at motions and
+    // conditions, motions at animation nodes, conditions at clauses.
     m_pMeshGroup.reset();
     m_pSkeleton.reset();
+    m_ActionTree.Clear();
+    m_pMotionList.reset();
+    m_pAnimList.reset();
     m_pRefPose.reset();
+    m_ConditionList.Clear();
+    m_ClauseList.Clear();
+    m_EventList.Clear();
+    m_ModifierList.Clear();
+}
+
+void RenderModel::SetAnimList(std::unique_ptr<AnimList> pAnimList)
+{
+    m_pAnimList = std::move(pAnimList);
 }
 
 void RenderModel::SetMeshGroup(std::unique_ptr<ra::MeshGroup> pMeshGroup)

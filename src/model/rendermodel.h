@@ -1,13 +1,20 @@
-// RenderModel: the resource that ties one model together: mesh group, skeleton, markers,
-// cameras, reference pose and selection volume. The exporter fills one and writes it, the burner
-// reads it and writes the final form; once loaded it is read-only.
+// RenderModel: the resource that ties one model together: mesh group, skeleton, animation and
+// motion lists, markers, cameras, reference pose, the motion tree's lists and selection volume. The exporter
+// fills one and writes it, the burner reads it and writes the final form; once loaded it is read-only.
 #pragma once
 
 #include "foundation/types.h"
 #include "inventory/inventory.h"
 #include "math/matrix.h"
+#include "model/action.h"
+#include "model/animlist.h"
 #include "model/animpose.h"
+#include "model/clause.h"
+#include "model/condition.h"
+#include "model/eventlist.h"
 #include "model/meshgroup.h"
+#include "model/modifier.h"
+#include "model/motion.h"
 #include "model/rendermodelcamera.h"
 #include "model/rendermodelmarker.h"
 #include "model/skeleton.h"
@@ -48,6 +55,27 @@ public:
     void SetSkeleton(std::unique_ptr<Skeleton> pSkeleton);
     Skeleton* GetSkeleton() { return m_pSkeleton.get(); }
     const Skeleton* GetSkeleton() const { return m_pSkeleton.get(); }
+
+    // The animation list: an AnimList, or for the generic form an AnimListGeneric, made on this
+    // model and set before a load starts.
+    void SetAnimList(std::unique_ptr<AnimList> pAnimList);
+    AnimList* GetAnimList() { return m_pAnimList.get(); }
+    const AnimList* GetAnimList() const { return m_pAnimList.get(); }
+
+    // The motion tree: motions, actions, and the clauses, conditions, events and modifiers they
+    // use. All start empty.
+    ra::MotionList& GetMotionList() { return *m_pMotionList; }
+    const ra::MotionList& GetMotionList() const { return *m_pMotionList; }
+    ra::ActionTree& GetActionTree() { return m_ActionTree; }
+    const ra::ActionTree& GetActionTree() const { return m_ActionTree; }
+    ra::ClauseList& GetClauseList() { return m_ClauseList; }
+    const ra::ClauseList& GetClauseList() const { return m_ClauseList; }
+    ra::ConditionList& GetConditionList() { return m_ConditionList; }
+    const ra::ConditionList& GetConditionList() const { return m_ConditionList; }
+    ra::EventList& GetEventList() { return m_EventList; }
+    const ra::EventList& GetEventList() const { return m_EventList; }
+    ra::ModifierList& GetModifierList() { return m_ModifierList; }
+    const ra::ModifierList& GetModifierList() const { return m_ModifierList; }
 
     // Draws the mesh group (see ra::MeshGroup::Display); asserts that there is one.
     uint32 Display(const AnimPose& pose, uint32 polyLevel, fr::MatrixStack& worldStack,
@@ -109,9 +137,16 @@ private:
 
     std::unique_ptr<ra::MeshGroup> m_pMeshGroup;
     std::unique_ptr<Skeleton> m_pSkeleton;
+    std::unique_ptr<AnimList> m_pAnimList;
+    std::unique_ptr<ra::MotionList> m_pMotionList;
     std::unique_ptr<AnimPose> m_pRefPose;
     std::vector<Marker> m_cMarkers;
     std::vector<RenderModelCamera> m_cCameras;
+    ra::ActionTree m_ActionTree;
+    ra::ClauseList m_ClauseList;
+    ra::ConditionList m_ConditionList;
+    ra::EventList m_EventList;
+    ra::ModifierList m_ModifierList;
     int32 m_selectionType = 1;
     float m_selectionExtents[2] = {0, 0};
     float m_selectionCentre[2] = {0, 0};
