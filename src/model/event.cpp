@@ -20,11 +20,11 @@ template <class T, size_t N> constexpr size_t LENGTHOF(const T (&)[N])
     return N;
 }
 
-// Every event counts as high detail unless the user turns the setting down.
+// Events up to detail level 1 are high detail until the user changes the setting.
 float s_eventDetail = 1.0f;
+} // namespace
 
-// A whole text as a number: leading and trailing blanks allowed, nothing else.
-bool ParseNumber(const char* text, float& out)
+bool Event::ParseNumber(const char* text, float& out)
 {
     if (text == nullptr)
         return false;
@@ -40,7 +40,6 @@ bool ParseNumber(const char* text, float& out)
     out = value;
     return true;
 }
-} // namespace
 
 Event::Event(EventSink* pSink, const Inv::Reference<EventData>& eventRef)
     : m_pSink(pSink), m_EventRef(eventRef)

@@ -56,6 +56,9 @@ public:
     // A parameter as a number: false when absent; false and a log line when it is not a number.
     bool GetFloatParam(ra::Name key, float& out) const;
 
+    // A whole text as a number, blanks around it allowed; false for anything else.
+    static bool ParseNumber(const char* text, float& out);
+
     // Variables for the expansion of values; a second set of a name replaces the first.
     void SetVariable(ra::Name name, const char* value);
 
