@@ -129,7 +129,6 @@ TEST_F(MeshGroupTest, MeshesByIndexAndName)
     ra::MeshGroup group;
     group.SetMeshCount(2);
     group.SetMesh(1, Ref(mesh, "Barrel_Left", "guns.sgm", 3));
-    group.SetMeshName(0, ra::MakeName("empty"));
     EXPECT_EQ(group.GetMeshCount(), 2);
     EXPECT_EQ(group.FindMesh(ra::MakeName("barrel_left")), 1);
     EXPECT_EQ(group.FindMesh(ra::MakeName("barrel")), ra::MeshGroup::InvalidIndex);
@@ -142,14 +141,8 @@ TEST_F(MeshGroupTest, MeshesByIndexAndName)
     EXPECT_EQ(group.GetMeshBone(1), -1);
 
     dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(group.SetMesh(2, Ref(mesh, "x")), std::runtime_error);
     EXPECT_THROW(group.SetMesh(0, ra::MeshRef{}), std::runtime_error);
-    EXPECT_THROW(group.SetMeshName(0, ra::Name::INVALID), std::runtime_error);
-    EXPECT_THROW(group.IsShaderLocal(ra::MeshGroup::InvalidIndex), std::runtime_error);
-    EXPECT_THROW(group.GetShader(0), std::runtime_error);
-    ra::MeshGroup unnamed;
-    unnamed.SetMeshCount(1);
-    EXPECT_THROW(unnamed.GetMeshName(0), std::runtime_error);
+    EXPECT_THROW(group.GetMeshName(0), std::runtime_error);
 }
 
 TEST_F(MeshGroupTest, SkinTransformsResolveWhenTheSkeletonArrivesLater)
@@ -190,20 +183,6 @@ TEST_F(MeshGroupTest, AMissingSkinBoneFallsBackToBoneZero)
     ASSERT_TRUE(group.GetSkinnedTransform(0, 1, slot, bone));
     EXPECT_EQ(slot, 1);
     EXPECT_EQ(bone, 0);
-}
-
-TEST_F(MeshGroupTest, SkinTransformsSetByHand)
-{
-    ra::MeshGroup group;
-    group.SetMeshCount(1);
-    group.SetSkinnedTransformCount(0, 2);
-    group.SetSkinnedTransform(0, 1, 5, 3);
-    int32 slot = 0, bone = 0;
-    ASSERT_TRUE(group.GetSkinnedTransform(0, 1, slot, bone));
-    EXPECT_EQ(slot, 5);
-    EXPECT_EQ(bone, 3);
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(group.SetSkinnedTransform(0, 2, 0, 0), std::runtime_error);
 }
 
 // Two bones: b0 at (1, 0, 0), b1 at (0, 1, 0) below it, both unrotated, so the reference world
@@ -282,12 +261,4 @@ TEST_F(GroupDisplay, BoneLinksWithoutASkeletonAreAssertions)
     EXPECT_THROW(group.Display(pose, ra::Mesh::Poly_High, stack, palette, nullptr, false),
                  std::runtime_error);
     EXPECT_EQ(stack.GetLevel(), 0u);
-}
-
-TEST(MatrixPalette, PositionsOutOfRangeAreAssertions)
-{
-    ra::MatrixPalette palette;
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(palette.Load(ra::MatrixPalette::Size, fr::Matrix44::Identity()), std::runtime_error);
-    EXPECT_NO_THROW(palette.Load(ra::MatrixPalette::Size - 1, fr::Matrix44::Identity()));
 }

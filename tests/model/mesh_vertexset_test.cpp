@@ -159,49 +159,6 @@ TEST_F(MeshTest, NameMirrorsTheInventoryName)
     EXPECT_THROW(loose.SetName(nullptr), std::runtime_error);
 }
 
-TEST_F(MeshTest, SkinnedTransformsHoldNameAndSlot)
-{
-    ra::Mesh mesh("skin");
-    EXPECT_EQ(mesh.GetSkinnedTransformCount(), 0);
-    mesh.SetSkinnedTransformCount(2);
-    mesh.SetSkinnedTransformName(1, ra::MakeName("Spine"));
-    mesh.SetSkinnedTransformIndex(1, 7);
-    EXPECT_EQ(mesh.GetSkinnedTransformName(1), ra::MakeName("spine"));
-    EXPECT_EQ(mesh.GetSkinnedTransformIndex(1), 7);
-    EXPECT_EQ(mesh.GetSkinnedTransformIndex(0), -1);
-
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(mesh.GetSkinnedTransformName(2), std::runtime_error);
-    EXPECT_THROW(mesh.SetSkinnedTransformIndex(ra::Mesh::InvalidIndex, 0), std::runtime_error);
-}
-
-TEST_F(MeshTest, BoundVolumeMustBeValidBothWays)
-{
-    ra::Mesh mesh("boxed");
-    EXPECT_FALSE(mesh.HasBV());
-    ra::BoundVolume bv;
-    {
-        dbg::ScopedThrowOnAssert throwing;
-        EXPECT_THROW(mesh.SetBV(bv), std::runtime_error);
-        EXPECT_THROW(mesh.GetBV(), std::runtime_error);
-    }
-    bv.SetOBB(ra::OBB::FromMinMax({-1, 0, -2}, {1, 3, 2}));
-    mesh.SetBV(bv);
-    EXPECT_TRUE(mesh.HasBV());
-    EXPECT_EQ(mesh.GetBV(), bv);
-}
-
-TEST_F(MeshTest, PolygonCountsPerLevel)
-{
-    ra::Mesh mesh("counted");
-    mesh.SetPolyCount(ra::Mesh::Poly_Low, 12);
-    mesh.SetPolyCount(ra::Mesh::Poly_High, 40);
-    EXPECT_EQ(mesh.GetPolyCount(ra::Mesh::Poly_Low), 12);
-    EXPECT_EQ(mesh.GetPolyCount(ra::Mesh::Poly_High), 40);
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(mesh.SetPolyCount(ra::Mesh::Poly_Count, 1), std::runtime_error);
-}
-
 TEST_F(MeshTest, DisplayOfAMissingLevelDrawsPolyHigh)
 {
     const auto pMesh = MakeMesh("Body", {AddShader("metal"), AddShader("glass")});
@@ -237,17 +194,4 @@ TEST_F(MeshTest, DisplayPassesOverHiddenShaders)
     const auto pMesh = MakeMesh("Body", {AddShader("metal"), hidden});
     Scene scene;
     EXPECT_EQ(pMesh->Display(ra::Mesh::Poly_High), 1u);
-}
-
-TEST_F(MeshTest, DisplayWithoutHighVerticesIsAnAssertion)
-{
-    ra::Mesh empty("empty");
-    fr::VertexType type;
-    type.set(fr::VC_Position);
-    auto pNoVertices = MakeMesh("novertices", {AddShader("metal")}, 0);
-    Scene scene;
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(empty.Display(ra::Mesh::Poly_High), std::runtime_error);
-    EXPECT_THROW(pNoVertices->Display(ra::Mesh::Poly_High), std::runtime_error);
-    EXPECT_THROW(pNoVertices->Display(ra::Mesh::Poly_Count), std::runtime_error);
 }

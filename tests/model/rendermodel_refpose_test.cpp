@@ -145,27 +145,6 @@ TEST_F(RenderModelTest, SelectionComesFromTheGroupsBoundVolume)
     EXPECT_EQ(model.GetSelectionType(), 3);
 }
 
-TEST_F(RenderModelTest, PoseOfAModelIsSizedByItsParts)
-{
-    RenderModel model("tank");
-    model.SetMeshGroup(GroupOf({AddShader("a"), AddShader("b"), AddShader("c")}));
-    model.SetSkeleton(
-        MakeSkeleton({{"r", -1, {}, {}}, {"s", 0, {}, {}}, {"t", 1, {}, {}}, {"u", 2, {}, {}}}));
-    model.SetCCameraCount(2);
-    RenderModelCamera camera;
-    camera.name = ra::MakeName("intro");
-    camera.fov = 0.5f;
-    model.SetCCamera(1, camera);
-
-    const AnimPose pose(model);
-    EXPECT_EQ(pose.GetBoneCount(), 4);
-    EXPECT_EQ(pose.GetShaderCount(), 3);
-    EXPECT_EQ(pose.GetMeshCount(), 1);
-    ASSERT_EQ(pose.GetCameraCount(), 2);
-    EXPECT_EQ(pose.GetCamera(1).name, ra::MakeName("intro"));
-    EXPECT_EQ(pose.GetCamera(1).fov, 0.5f);
-}
-
 TEST_F(RenderModelTest, DroppingTheModelReleasesItsMeshes)
 {
     {
