@@ -460,7 +460,7 @@ std::unique_ptr<RenderModel> RenderModelLoadGeneric::Load(const char* filename, 
 
     char ebpPath[FilePath::MAXPATH];
     if (loadEbp && WithExtension(ebpPath, path.c_str(), EntityExtension) &&
-        FilePath::Exists(ebpPath, ByteStream::Mode_Read))
+        FilePath::FileType(ebpPath) == 1)
     {
         try
         {
