@@ -5,6 +5,7 @@
 #include "model/clauseload.h"
 #include "model/conditionload.h"
 #include "model/motionpayloadreader.h"
+#include "model/rendermodel.h"
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
 
@@ -163,4 +164,33 @@ void ActionLoadGeneric::SaveTree(Chunky& chunky, ByteStreamAdapter& adapter, con
     ConditionLoad::Save(chunky, adapter, conditions);
     Save(chunky, adapter, tree);
     chunky.CloseChunk();
+}
+
+void ActionLoadGeneric::LoadTree(Chunky& chunky, ByteStreamAdapter& adapter, RenderModel& model)
+{
+    LoadTree(chunky, adapter, model.GetActionTree(), model.GetConditionList(), model.GetClauseList(),
+             model.GetMotionList(), model.GetName());
+}
+
+void ActionLoadGeneric::SaveTree(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model)
+{
+    SaveTree(chunky, adapter, model.GetActionTree(), model.GetConditionList(), model.GetClauseList());
+}
+
+bool ActionLoadGeneric::LoadFile(const char* filename, RenderModel& model)
+{
+    if (!dbAssert(filename))
+        return false;
+    return ra::WithChunkFile(filename, ByteStream::Mode_Read,
+                             [&](Chunky& chunky, ByteStreamAdapter& adapter)
+                             { LoadTree(chunky, adapter, model); });
+}
+
+bool ActionLoadGeneric::SaveFile(const char* filename, const RenderModel& model)
+{
+    if (!dbAssert(filename))
+        return false;
+    return ra::WithChunkFile(filename, ByteStream::Mode_Write,
+                             [&](Chunky& chunky, ByteStreamAdapter& adapter)
+                             { SaveTree(chunky, adapter, model); });
 }

@@ -23,6 +23,7 @@
 
 class ByteStreamAdapter;
 class Chunky;
+class RenderModel;
 
 class ActionLoadGeneric
 {
@@ -47,4 +48,12 @@ public:
                          const ra::MotionList& motions, const char* modelName);
     static void SaveTree(Chunky& chunky, ByteStreamAdapter& adapter, const ra::ActionTree& tree,
                          const ra::ConditionList& conditions, const ra::ClauseList& clauses);
+    // The same on a model's own lists.
+    static void LoadTree(Chunky& chunky, ByteStreamAdapter& adapter, RenderModel& model);
+    static void SaveTree(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model);
+
+    // A stand-alone action file by name: a chunk file whose root is "ERTR". False, logged, when the
+    // file cannot be opened or is damaged; never throws.
+    static bool LoadFile(const char* filename, RenderModel& model);
+    static bool SaveFile(const char* filename, const RenderModel& model);
 };

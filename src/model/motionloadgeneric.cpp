@@ -333,3 +333,34 @@ void MotionLoadGeneric::SaveMotions(Chunky& chunky, ByteStreamAdapter& adapter, 
     Save(chunky, adapter, motions);
     chunky.CloseChunk();
 }
+
+void MotionLoadGeneric::LoadMotions(Chunky& chunky, ByteStreamAdapter& adapter, RenderModel& model)
+{
+    if (!dbAssert(model.GetAnimList()))
+        return;
+    LoadMotions(chunky, adapter, model.GetMotionList(), model.GetModifierList(), model.GetEventList(),
+                *model.GetAnimList(), &model.GetActionTree());
+}
+
+void MotionLoadGeneric::SaveMotions(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model)
+{
+    SaveMotions(chunky, adapter, model.GetMotionList(), model.GetModifierList());
+}
+
+bool MotionLoadGeneric::LoadFile(const char* filename, RenderModel& model)
+{
+    if (!dbAssert(filename) || !dbAssert(model.GetAnimList()))
+        return false;
+    return ra::WithChunkFile(filename, ByteStream::Mode_Read,
+                             [&](Chunky& chunky, ByteStreamAdapter& adapter)
+                             { LoadMotions(chunky, adapter, model); });
+}
+
+bool MotionLoadGeneric::SaveFile(const char* filename, const RenderModel& model)
+{
+    if (!dbAssert(filename))
+        return false;
+    return ra::WithChunkFile(filename, ByteStream::Mode_Write,
+                             [&](Chunky& chunky, ByteStreamAdapter& adapter)
+                             { SaveMotions(chunky, adapter, model); });
+}

@@ -41,6 +41,7 @@
 class AnimList;
 class ByteStreamAdapter;
 class Chunky;
+class RenderModel;
 
 class MotionLoadGeneric
 {
@@ -73,4 +74,13 @@ public:
                             ra::ActionTree* pActions);
     static void SaveMotions(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MotionList& motions,
                             const ra::ModifierList& modifiers);
+    // The same on a model's own lists; a model without an animation list is an assertion and
+    // reads nothing.
+    static void LoadMotions(Chunky& chunky, ByteStreamAdapter& adapter, RenderModel& model);
+    static void SaveMotions(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model);
+
+    // A stand-alone motion file by name: a chunk file whose root is "ERML". False, logged, when the
+    // file cannot be opened or is damaged; never throws.
+    static bool LoadFile(const char* filename, RenderModel& model);
+    static bool SaveFile(const char* filename, const RenderModel& model);
 };

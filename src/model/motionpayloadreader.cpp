@@ -1,6 +1,10 @@
 #include "model/motionpayloadreader.h"
 
+#include "foundation/output.h"
 #include "storage/bytestreamadapter.h"
+#include "storage/filepath.h"
+
+#include <exception>
 
 namespace ra
 {
@@ -101,6 +105,31 @@ uint32 MotionPayloadReader::ReadCount(uint32 minItemBytes)
     if (minItemBytes != 0 && uint32(count) > GetRemaining() / minItemBytes)
         throw Chunky::Exception(EXC_PastEnd, s_textPastEnd, pos);
     return uint32(count);
+}
+
+bool WithChunkFile(const char* filename, int mode,
+                   const std::function<void(Chunky&, ByteStreamAdapter&)>& body)
+{
+    std::shared_ptr<ByteStream> pStream = FilePath::Open(filename, mode);
+    if (!pStream)
+    {
+        dbWarningf("'%s': Unable to open file!", filename);
+        return false;
+    }
+    try
+    {
+        ByteStreamAdapter adapter(*pStream);
+        Chunky chunky(adapter);
+        body(chunky, adapter);
+        if (mode == ByteStream::Mode_Write)
+            pStream->Flush();
+        return true;
+    }
+    catch (const std::exception& e)
+    {
+        dbWarningf("'%s': %s", filename, e.what());
+        return false;
+    }
 }
 
 bool WriteName(ByteStreamAdapter& adapter, const ra::Name& name)

@@ -9,6 +9,7 @@
 #include "names/name.h"
 #include "storage/chunky.h"
 
+#include <functional>
 #include <string>
 
 namespace ra
@@ -44,6 +45,12 @@ private:
     ByteStreamAdapter& m_adapter;
     uint32 m_end;
 };
+
+// Opens `filename` through the path aliases in `mode` (ByteStream::Mode_Read or Mode_Write) and
+// runs `body` on its chunk container. False, with a line "'filename': reason" logged, when the file
+// does not open or `body` throws; never throws itself.
+bool WithChunkFile(const char* filename, int mode,
+                   const std::function<void(Chunky&, ByteStreamAdapter&)>& body);
 
 // Writes a name as a string: the empty string for ra::Name::INVALID.
 bool WriteName(ByteStreamAdapter& adapter, const ra::Name& name);

@@ -9,8 +9,14 @@
 #include "model/motion_test_util.h"
 #include "model/rendermodel.h"
 #include "render/logcapture.h"
+#include "storage/filepath.h"
+#include "storage/filepath_hd.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 using motion_test::Bytes;
 using motion_test::ChunkReader;
@@ -598,4 +604,38 @@ TEST(MotionChunks, DamagedAndNewerChunksThrow)
     EXPECT_THROW(
         load(HandFile().Folder("ACTR", 1).Data("ACTN", 1, "a", Bytes().I32(1).Str("m")).End().Contents()),
         Chunky::Exception);
+}
+
+TEST(MotionFiles, ActionAndMotionFilesRoundTripByName)
+{
+    Inventory inventory;
+    char pattern[] = "/tmp/tq7z_motion_XXXXXX";
+    const std::string root = mkdtemp(pattern);
+    FilePath::AddAlias("DATA", "test", 100,
+                       FilePathHD::Create(root.c_str(), ByteStream::Mode_Both, false, false));
+    {
+        const Inv::Reference<ra::EventData> step = StepEvent();
+        Model source(step);
+        BuildTree(source);
+        ASSERT_TRUE(MotionLoadGeneric::SaveFile("DATA:units\\marine.motions", source.model));
+        ASSERT_TRUE(ActionLoadGeneric::SaveFile("DATA:units\\marine.actions", source.model));
+
+        Model target(step);
+        EXPECT_TRUE(MotionLoadGeneric::LoadFile("DATA:units\\marine.motions", target.model));
+        EXPECT_TRUE(ActionLoadGeneric::LoadFile("DATA:units\\marine.actions", target.model));
+        EXPECT_EQ(WriteTree(target.model), WriteTree(source.model));
+
+        LogCapture log;
+        EXPECT_FALSE(MotionLoadGeneric::LoadFile("DATA:units\\none.motions", target.model));
+        EXPECT_TRUE(log.Has("'DATA:units\\none.motions': Unable to open file!"));
+        // An action file where a motion file is expected: the root is missing.
+        EXPECT_FALSE(MotionLoadGeneric::LoadFile("DATA:units\\marine.actions", target.model));
+        EXPECT_TRUE(log.Has("Missing Chunk Type!"));
+        std::ofstream(root + "/units/cut.actions", std::ios::binary)
+            << ChunkWriter().Bytes() + std::string("\x44\x4c\x4f\x46", 4);
+        EXPECT_FALSE(ActionLoadGeneric::LoadFile("DATA:units\\cut.actions", target.model));
+        EXPECT_TRUE(log.Has("Not a valid chunk header!"));
+    }
+    FilePath::Reset();
+    std::filesystem::remove_all(root);
 }
