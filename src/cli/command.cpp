@@ -19,6 +19,16 @@ std::vector<CommandSetup>& Registry()
 
 CommandRegistrar::CommandRegistrar(CommandSetup setup) { Registry().push_back(std::move(setup)); }
 
+CLI::App* GetOrAddSubcommand(CLI::App& app, const std::string& name, const std::string& description)
+{
+    for (CLI::App* sub : app.get_subcommands([](CLI::App*) { return true; }))
+        if (sub->get_name() == name)
+            return sub;
+    CLI::App* sub = app.add_subcommand(name, description);
+    sub->require_subcommand(1);
+    return sub;
+}
+
 int RunMain(int argc, char** argv)
 {
     // Run options ("--opt NAME" and runoptions.cfg) are taken out before the subcommand parses.

@@ -18,6 +18,10 @@ public:
     explicit CommandRegistrar(CommandSetup setup);
 };
 
+// The subcommand `name` of `app`, made when no command file has made it yet: several command files
+// add their subcommands under one group ("model info" and "model pose"), in any order.
+CLI::App* GetOrAddSubcommand(CLI::App& app, const std::string& name, const std::string& description);
+
 // Runs the program on its arguments: parses, runs the chosen subcommand, returns the exit status.
 int RunMain(int argc, char** argv);
 } // namespace cli
