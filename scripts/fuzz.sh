@@ -25,6 +25,7 @@ fi
 seeds_for() {
     case "$1" in
         chunky) echo samples/chunks ;;
+        configfile) echo samples/project ;;
         *) [[ -d "samples/$1" ]] && echo "samples/$1" ;;
     esac
 }
