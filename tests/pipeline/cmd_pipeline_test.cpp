@@ -1,6 +1,6 @@
 // tq7z pipeline run end to end, on the sample tree that ships with the project and on broken trees.
 #include "pipelinetree.h"
-#include "revcontrol/runtool.h"
+#include "support/runtool.h"
 
 #include <gtest/gtest.h>
 

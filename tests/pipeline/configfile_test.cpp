@@ -1,6 +1,6 @@
 // ConfigFile: the reading rules of ini text, the typed reads, and the writer read back.
 #include "logcatcher.h"
-#include "revcontrol/tempfolder.h"
+#include "support/tempfolder.h"
 
 #include "foundation/debug.h"
 #include "pipeline/configfile.h"

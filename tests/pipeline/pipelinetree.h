@@ -1,7 +1,7 @@
 // Builds pipeline.ini trees in a temporary folder for the pipeline tests.
 #pragma once
 
-#include "revcontrol/tempfolder.h"
+#include "support/tempfolder.h"
 
 #include <initializer_list>
 #include <string>

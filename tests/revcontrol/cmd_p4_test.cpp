@@ -1,5 +1,5 @@
 // tq7z p4 run end to end against a stand-in "p4" program put first on PATH.
-#include "runtool.h"
+#include "support/runtool.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The workstation's Perforce connection: the tagged output of "p4 -s" turned into ClientUser
 // calls, and a stand-in client program run as the real one would be.
-#include "tempfolder.h"
+#include "support/tempfolder.h"
 
 #include "revcontrol/p4commandclient.h"
 

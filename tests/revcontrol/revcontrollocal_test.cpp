@@ -1,5 +1,5 @@
 // Local mode: the answers come from the disk alone, and the factory's choice of back end.
-#include "tempfolder.h"
+#include "support/tempfolder.h"
 
 #include "foundation/debug.h"
 #include "revcontrol/revcontrollocal.h"
