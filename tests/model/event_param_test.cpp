@@ -173,15 +173,6 @@ TEST(EventData, ParamsAreCheckedAndFoundByKey)
     EXPECT_EQ(data.GetParamCount(), 2);
 }
 
-TEST(EventData, NameIsFixedOnceInTheInventory)
-{
-    EventEnv env;
-    auto ref = MakeEvent("fixed", {});
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(ref->SetName("other"), std::runtime_error);
-    EXPECT_STREQ(ref->GetName(), "fixed");
-}
-
 TEST(EventList, FindsByNameAndChecksIndices)
 {
     EventEnv env;

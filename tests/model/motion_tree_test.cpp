@@ -262,17 +262,3 @@ TEST(MotionActionTree, CyclesResolveToPointersAndDeletingUnlinks)
     EXPECT_THROW(tree.DeleteAction(1), std::runtime_error);
     EXPECT_THROW(tree.GetAction(1), std::runtime_error);
 }
-
-TEST(MotionModifier, ListAndNoneText)
-{
-    ra::ModifierList list;
-    Modifier* pSpeed = list.CreateModifier(N("speed"));
-    list.CreateModifier(N("turn"));
-    EXPECT_EQ(list.FindModifier(N("TURN")), 1);
-    EXPECT_EQ(list.FindModifier(N("x")), InvalidIndex);
-    EXPECT_EQ(list.GetModifier(0), pSpeed);
-    EXPECT_STREQ(pSpeed->GetVariableNameText(), "<NONE>");
-    EXPECT_STREQ(pSpeed->GetNameText(), "speed");
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(list.GetModifier(2), std::runtime_error);
-}
