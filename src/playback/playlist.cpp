@@ -96,13 +96,14 @@ int PlayList::AddMotion(const Motion* pMotion, int32 id)
     return int(m_PlayingStatePtrs.size()) - 1;
 }
 
-void PlayList::SetModifier(int index, float value)
+void PlayList::SetModifier(int stateIndex, float value)
 {
-    if (!dbAssert(index != InvalidIndex))
+    if (!dbAssert(stateIndex != InvalidIndex))
         return;
-    if (!dbAssert(size_t(index) < m_PlayingStatePtrs.size()))
+    const size_t index = size_t(stateIndex);
+    if (!dbAssert(index < m_PlayingStatePtrs.size()))
         return;
-    PlayState& state = *m_PlayingStatePtrs[size_t(index)];
+    PlayState& state = *m_PlayingStatePtrs[index];
     const Motion* pMotion = state.GetRootMotion() ? state.GetRootMotion() : state.GetMotion();
     const Modifier* pModifier = pMotion ? pMotion->GetTimingModifier() : nullptr;
     if (pModifier == nullptr)

@@ -51,7 +51,7 @@ public:
     // Applies the motion's timing modifier with the variable's `value`: an absolute modifier sets
     // the position to `value` (0 to 1) of the motion's length, a scaled one sets the rate to
     // `value` (not below 0) over the modifier's reference value. No modifier means rate 1.
-    void SetModifier(int index, float value);
+    void SetModifier(int stateIndex, float value);
 
     // Steps every state by `dt` seconds. Looped or finished plays of `id` show in HasFinished.
     void Update(float dt, int32 id);
