@@ -10,3 +10,5 @@ out=build/sample-out
 mkdir -p "$out"
 # The chunk tree of the sample chunk file.
 "$tq7z" chunks samples/chunks/walker.chunky
+# What the sample model file holds.
+"$tq7z" model info samples/models/walker.sgm
