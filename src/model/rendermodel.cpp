@@ -85,6 +85,10 @@ void RenderModel::SetMeshGroup(std::unique_ptr<ra::MeshGroup> pMeshGroup)
 
 void RenderModel::SetSkeleton(std::unique_ptr<Skeleton> pSkeleton)
 {
+    // A group that followed the old skeleton follows the new one: its pointer must not outlive
+    // what it points at.
+    if (m_pMeshGroup && m_pMeshGroup->GetSkeleton() == m_pSkeleton.get())
+        m_pMeshGroup->SetSkeleton(pSkeleton.get());
     m_pSkeleton = std::move(pSkeleton);
     if (!m_pSkeleton)
         return;

@@ -51,7 +51,8 @@ public:
     const ra::MeshGroup* GetMeshGroup() const { return m_pMeshGroup.get(); }
 
     // Takes the skeleton, which may be null: a model without bones is legal. A new skeleton
-    // resolves every marker's parent bone by name.
+    // resolves every marker's parent bone by name, and becomes the mesh group's when the group
+    // followed the old one (or none); the group's skin transforms are not resolved again here.
     void SetSkeleton(std::unique_ptr<Skeleton> pSkeleton);
     Skeleton* GetSkeleton() { return m_pSkeleton.get(); }
     const Skeleton* GetSkeleton() const { return m_pSkeleton.get(); }

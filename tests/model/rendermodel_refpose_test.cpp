@@ -162,3 +162,21 @@ TEST_F(RenderModelTest, DroppingTheModelReleasesItsMeshes)
     EXPECT_EQ(Inv::Warehouse::Get()->GetCount(ra::Mesh::GetTypeInfo()), 0u);
     EXPECT_EQ(Inv::Warehouse::Get()->GetCount(Shader::GetTypeInfo()), 0u);
 }
+
+TEST_F(RenderModelTest, ANewSkeletonBecomesTheGroupsWhenItFollowedTheOldOne)
+{
+    RenderModel model("tank");
+    model.SetMeshGroup(GroupOf({}));
+    model.SetSkeleton(MakeSkeleton({{"root", -1, {}, {}}}));
+    EXPECT_EQ(model.GetMeshGroup()->GetSkeleton(), model.GetSkeleton());
+    model.SetSkeleton(MakeSkeleton({{"root", -1, {}, {}}, {"tail", 0, {}, {}}}));
+    EXPECT_EQ(model.GetMeshGroup()->GetSkeleton(), model.GetSkeleton());
+    model.SetSkeleton(nullptr);
+    EXPECT_EQ(model.GetMeshGroup()->GetSkeleton(), nullptr);
+
+    // A group given a skeleton of its own keeps it.
+    const auto pOwn = MakeSkeleton({{"other", -1, {}, {}}});
+    model.GetMeshGroup()->SetSkeleton(pOwn.get());
+    model.SetSkeleton(MakeSkeleton({{"root", -1, {}, {}}}));
+    EXPECT_EQ(model.GetMeshGroup()->GetSkeleton(), pOwn.get());
+}
