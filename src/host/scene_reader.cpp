@@ -1031,7 +1031,7 @@ void SceneReader::ReadMesh(const At& at, Mesh& mesh) const
     const At faces = Required(at, "faces", "an array of faces");
     Array(faces);
     mesh.setNumFaces(int(faces.j.size()));
-    auto vertexIndices = [this](const At& v, uint32* out, size_t count, const char* what)
+    auto vertexIndices = [this](const At& v, uint32* out, size_t count, const char* what, const char* whats)
     {
         Array(v, 3, "3 indices");
         for (size_t k = 0; k < 3; ++k)
@@ -1040,8 +1040,8 @@ void SceneReader::ReadMesh(const At& at, Mesh& mesh) const
             const int64 n = Integer(index, 0, 0xFFFFFFFF);
             if (uint64(n) >= count)
                 Fail(index.path, std::string(what) + " index " + std::to_string(n) +
-                                     " out of range (mesh has " + std::to_string(count) + " " + what +
-                                     (count == 1 ? "" : "s") + ")");
+                                     " out of range (mesh has " + std::to_string(count) + " " +
+                                     (count == 1 ? what : whats) + ")");
             out[k] = uint32(n);
         }
     };
@@ -1053,13 +1053,14 @@ void SceneReader::ReadMesh(const At& at, Mesh& mesh) const
         out.setEdgeVisFlags(EDGE_ALL);
         if (face.j.is_array())
         {
-            vertexIndices(face, out.v, verts.j.size(), "vertex");
+            vertexIndices(face, out.v, verts.j.size(), "vertex", "vertices");
             continue;
         }
         if (!face.j.is_object())
             Expected(face, "[a, b, c] or a face object");
         Keys(face, {"v", "smoothing", "materialId", "edges"});
-        vertexIndices(Required(face, "v", "the face's 3 vertex indices"), out.v, verts.j.size(), "vertex");
+        vertexIndices(Required(face, "v", "the face's 3 vertex indices"), out.v, verts.j.size(), "vertex",
+                      "vertices");
         if (face.Has("smoothing"))
             out.smGroup = uint32(Integer(face.Member("smoothing"), 0, 0xFFFFFFFF));
         if (face.Has("materialId"))
@@ -1093,7 +1094,8 @@ void SceneReader::ReadMesh(const At& at, Mesh& mesh) const
         Fail(tvFaces.path, std::to_string(tvFaces.j.size()) + " texture faces for " +
                                std::to_string(faces.j.size()) + " faces (expected one per face)");
     for (size_t f = 0; f < tvFaces.j.size(); ++f)
-        vertexIndices(tvFaces.Element(f), mesh.tvFace[f].t, tverts.j.size(), "texture vertex");
+        vertexIndices(tvFaces.Element(f), mesh.tvFace[f].t, tverts.j.size(), "texture vertex",
+                      "texture vertices");
 }
 
 void SceneReader::ReadCamera(const At& at, SceneCamera& camera) const
