@@ -59,7 +59,7 @@ inline ra::Quat QuarterTurn(const ra::Vec3& axis)
     return ra::QuatFromAxisAngle(axis, 1.5707963267948966f);
 }
 
-struct BoneSpec
+struct BoneDesc
 {
     const char* name;
     int32 parent;
@@ -68,16 +68,16 @@ struct BoneSpec
 };
 
 // A skeleton of named bones with parents and local transforms, reference pose built.
-inline std::unique_ptr<Skeleton> MakeSkeleton(const std::vector<BoneSpec>& cSpec)
+inline std::unique_ptr<Skeleton> MakeSkeleton(const std::vector<BoneDesc>& cDesc)
 {
-    auto pSkeleton = std::make_unique<Skeleton>(uint32(cSpec.size()));
-    for (size_t i = 0; i < cSpec.size(); ++i)
+    auto pSkeleton = std::make_unique<Skeleton>(uint32(cDesc.size()));
+    for (size_t i = 0; i < cDesc.size(); ++i)
     {
         Bone* pBone = pSkeleton->GetBone(int32(i));
-        pBone->SetName(ra::MakeName(cSpec[i].name));
-        pBone->SetPosition(cSpec[i].position);
-        pBone->SetRotation(cSpec[i].rotation);
-        pSkeleton->SetBoneParent(int32(i), cSpec[i].parent);
+        pBone->SetName(ra::MakeName(cDesc[i].name));
+        pBone->SetPosition(cDesc[i].position);
+        pBone->SetRotation(cDesc[i].rotation);
+        pSkeleton->SetBoneParent(int32(i), cDesc[i].parent);
     }
     pSkeleton->BuildRefPose();
     return pSkeleton;

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-using model_test::BoneSpec;
+using model_test::BoneDesc;
 using model_test::MakeSkeleton;
 using model_test::MatrixNear;
 using model_test::QuarterTurn;
@@ -17,7 +17,7 @@ namespace
 {
 // Root at (1, 0, 0) turned a quarter about z; arm at (0, 2, 0) below it; hand at (0, 0, 3),
 // turned a quarter about x.
-std::vector<BoneSpec> Chain()
+std::vector<BoneDesc> Chain()
 {
     return {{"Root", -1, {1, 0, 0}, QuarterTurn({0, 0, 1})},
             {"Arm", 0, {0, 2, 0}, {}},
