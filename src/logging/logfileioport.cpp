@@ -127,10 +127,21 @@ LogFileIOPort::OpenResult LogFileIOPort::TryOpen(const char* name)
         return OpenResult::Failed;
     if (LogRegistry::IsRegistered(full.c_str()))
         return OpenResult::Held;
-    // Others may read a log while it is written.
-    const OSFile::Handle file = OSFile::Open(full.c_str(), OSFile::OM_Write, true);
+    // Others may read a log while it is written. The file is opened without truncating first: a
+    // log that another process holds (its lock) is left as it is, and the walk goes on.
+    const OSFile::Handle file = OSFile::Open(full.c_str(), OSFile::OM_ReadWrite, true);
     if (file == 0)
         return OpenResult::Failed;
+    if (!OSFile::TryLock(file))
+    {
+        OSFile::Close(file);
+        return OpenResult::Held;
+    }
+    if (!OSFile::Truncate(file))
+    {
+        OSFile::Close(file);
+        return OpenResult::Failed;
+    }
     m_file = file;
     m_fileName = full;
     m_registered = LogRegistry::Register(full.c_str());

@@ -4,6 +4,7 @@
 #include "foundation/output.h"
 #include "names/utf8.h"
 #include "storage/diskfilestream.h"
+#include "storage/osfile.h"
 #include "storage/filepathutil.h"
 
 #include <cerrno>
@@ -131,6 +132,9 @@ bool ConfigFile::Save(const char* name)
     std::string target = name != nullptr ? name : m_fileName;
     if (!dbAssert(!target.empty()))
         return false;
+    // A file checked in read-only is written all the same: the read-only attribute goes first.
+    if ((OSFile::FileAttr(target.c_str()) & OSFile::F_ATTRIBUTE_FILE) != 0)
+        OSFile::SetWritable(target.c_str(), true);
     std::unique_ptr<DiskFileStream> pStream =
         DiskFileStream::New(target.c_str(), ByteStream::Mode_Write, false);
     if (pStream == nullptr)

@@ -37,26 +37,6 @@ std::vector<HDNotification*>& LiveWatches()
     return s_live;
 }
 
-// A changed file is ready when it opens for reading and no process holds it open for writing.
-// A read lease is refused (EAGAIN) exactly while some process has the file open for writing; the
-// lease is dropped again at once. Where leases are not to be had (a file of another owner, a file
-// system without them) the open alone decides.
-bool CanOpenShared(const std::string& native)
-{
-    const int fd = ::open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0)
-        return false;
-    // A writer that opens in the moment the lease stands breaks it, and the kernel then signals
-    // the holder; SIGURG is ignored unless a handler is set, where SIGIO would end the process.
-    ::fcntl(fd, F_SETSIG, SIGURG);
-    bool ready = true;
-    if (::fcntl(fd, F_SETLEASE, F_RDLCK) == 0)
-        ::fcntl(fd, F_SETLEASE, F_UNLCK);
-    else if (errno == EAGAIN)
-        ready = false;
-    ::close(fd);
-    return ready;
-}
 } // namespace
 
 void HDNotification::SetTickSource(TickSource source)
@@ -313,7 +293,7 @@ void HDNotification::Sweep()
     m_lastTick = now;
     for (auto it = m_pending.begin(); it != m_pending.end();)
     {
-        if (CanOpenShared(Native(it->name.c_str() + m_root.length())))
+        if (OSFile::CanOpenShared(Native(it->name.c_str() + m_root.length()).c_str()))
         {
             m_changed.push_back(it->name);
             it = m_pending.erase(it);

@@ -8,7 +8,9 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <csignal>
 #include <strings.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -213,6 +215,55 @@ void Close(Handle h)
     if (!dbAssert(h != 0))
         return;
     ::close(ToFd(h));
+}
+
+bool TryLock(Handle h)
+{
+    if (!dbAssert(h != 0))
+        return false;
+    return ::flock(ToFd(h), LOCK_EX | LOCK_NB) == 0;
+}
+
+bool Truncate(Handle h)
+{
+    if (!dbAssert(h != 0))
+        return false;
+    return ::ftruncate(ToFd(h), 0) == 0 && ::lseek(ToFd(h), 0, SEEK_SET) == 0;
+}
+
+bool CanOpenShared(const char* name)
+{
+    const Handle h = Open(name, OM_Read, true);
+    if (h == 0)
+        return false;
+    const int fd = ToFd(h);
+    // A read lease is refused (EAGAIN) exactly while some process has the file open for writing;
+    // it is dropped again at once. Where leases are not to be had (a file of another owner, a file
+    // system without them) the open alone decides. A writer that opens while the lease stands
+    // breaks it and the kernel signals the holder: SIGURG is ignored unless handled, where the
+    // default SIGIO would end the process.
+    ::fcntl(fd, F_SETSIG, SIGURG);
+    bool ready = true;
+    if (::fcntl(fd, F_SETLEASE, F_RDLCK) == 0)
+        ::fcntl(fd, F_SETLEASE, F_UNLCK);
+    else if (errno == EAGAIN)
+        ready = false;
+    Close(h);
+    return ready;
+}
+
+Result SetWritable(const char* name, bool writable)
+{
+    if (!dbAssert(name != nullptr && name[0] != '\0'))
+        return R_Failed;
+    const std::string native = Resolve(name);
+    struct stat st;
+    if (!StatName(native, st))
+        return R_FileNotFound;
+    const mode_t mode = writable ? (st.st_mode | S_IWUSR) : (st.st_mode & ~mode_t(S_IWUSR | S_IWGRP | S_IWOTH));
+    if (::chmod(native.c_str(), mode & 07777) != 0)
+        return errno == EPERM || errno == EACCES ? R_AccessDenied : R_Failed;
+    return R_Success;
 }
 
 uint32 Tell(Handle h)

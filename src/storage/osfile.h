@@ -59,6 +59,19 @@ uint32 Write(Handle h, const void* src, uint32 n);
 uint32 Read(Handle h, void* dst, uint32 n);
 bool Flush(Handle h);
 
+// Takes the advisory lock of an open file, without waiting: false while another opener of the
+// file holds it. This is how one log file tells that another process is writing it.
+bool TryLock(Handle h);
+// Cuts an open file to length 0 and moves to its start.
+bool Truncate(Handle h);
+
+// True when the file opens for reading and no process holds it open for writing: a saved file
+// is ready once its writer has closed it.
+bool CanOpenShared(const char* name);
+
+// Sets or clears the owner's write permission: the read-only attribute of the file.
+Result SetWritable(const char* name, bool writable);
+
 Result Delete(const char* name);
 // Fails (R_Failed) when `to` exists.
 Result Rename(const char* from, const char* to);

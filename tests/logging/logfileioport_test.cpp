@@ -5,6 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <fstream>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <regex>
@@ -177,6 +182,24 @@ TEST_F(LogPortTest, WithoutANameTheWalkPassesOverHeldWarningsLogs)
     EXPECT_EQ(again.GetFileName(), m_folder / "warnings1.log");
     EXPECT_TRUE(p0->IsOpen());
     EXPECT_TRUE(p2->IsOpen());
+}
+
+TEST_F(LogPortTest, AWarningsLogLockedByAnotherProcessIsPassedOverAndKept)
+{
+    // Another writer's log: its own open file with the lock taken, as another tq7z would hold it.
+    const std::string other = m_folder / "warnings.log";
+    {
+        std::ofstream out(other, std::ios::binary);
+        out << "other process";
+    }
+    const int fd = ::open(other.c_str(), O_RDWR);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::flock(fd, LOCK_EX | LOCK_NB), 0);
+
+    LogFileIOPort port(nullptr, false);
+    EXPECT_EQ(port.GetFileName(), m_folder / "warnings1.log");
+    EXPECT_EQ(ReadFile(other), "other process");
+    ::close(fd);
 }
 
 TEST_F(LogPortTest, AllTenWarningsLogsHeldLeavesThePortWithoutAFile)

@@ -299,6 +299,17 @@ TEST(ConfigFileSave, WritesSortedSectionsAndReadsBack)
     EXPECT_EQ("3", Value(again, "zeta", "c"));
 }
 
+TEST(ConfigFileSave, AReadOnlyTargetIsMadeWritableAndWritten)
+{
+    TempFolder folder;
+    const std::string name = folder.Write("locked.ini", "[old]\r\nk=v\r\n\r\n", std::filesystem::perms::owner_read);
+    ConfigFile config;
+    config.SelectSection("new");
+    config.SetString("k", "w");
+    ASSERT_TRUE(config.Save(name.c_str()));
+    EXPECT_EQ("[new]\r\nk=w\r\n\r\n", TempFolder::Read(name));
+}
+
 TEST(ConfigFileSave, UnwritableTargetFailsWithAMessage)
 {
     LogCatcher log;
