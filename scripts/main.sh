@@ -8,7 +8,18 @@ cmake --build build -j2 --target tq7z
 tq7z=build/bin/tq7z
 out=build/sample-out
 mkdir -p "$out"
-# The chunk tree of the sample chunk file.
+echo "== pipeline.ini of the sample project" >&2
+"$tq7z" pipeline info samples/project
+"$tq7z" pipeline source-to generic samples/project/art/source/units/tank/tank.max
+echo "== the sample images" >&2
+for f in samples/images/walker_diffuse.tga samples/images/walker_normal.dds samples/images/walker_team.bmp; do
+  "$tq7z" image info "$f"
+done
+"$tq7z" image convert samples/images/walker_diffuse.tga "$out/walker_diffuse.img" --mips
+"$tq7z" chunks "$out/walker_diffuse.img"
+echo "== a Lua configuration file, written back in the system's text form" >&2
+"$tq7z" lua dump samples/lua/unit.lua --sorted --pretty
+echo "== the sample chunk file" >&2
 "$tq7z" chunks samples/chunks/walker.chunky
-# What the sample model file holds.
+echo "== the sample model file" >&2
 "$tq7z" model info samples/models/walker.sgm
