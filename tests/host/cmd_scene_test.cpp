@@ -49,3 +49,18 @@ TEST(SceneCheckCommand, BadFilesFailWithThePlace)
     EXPECT_EQ(run.status, 0);
     EXPECT_NE(run.out.find("FILE"), std::string::npos);
 }
+
+TEST(SceneCheckCommand, TheDocumentedExampleReads)
+{
+    const std::string doc = TempFolder::Read(std::string(TQ7Z_SAMPLES) + "/../docs/scene-format.md");
+    const size_t begin = doc.find("```json\n");
+    ASSERT_NE(begin, std::string::npos);
+    const size_t end = doc.find("```", begin + 8);
+    ASSERT_NE(end, std::string::npos);
+    TempFolder folder;
+    const std::string path = folder.Write("example.json", doc.substr(begin + 8, end - begin - 8));
+    const ToolRun run = RunTool({"scene", "check", path});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("9 nodes, frames 0 to 2"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("Mesh                   1  Walls [xref]"), std::string::npos) << run.out;
+}
