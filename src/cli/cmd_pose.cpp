@@ -132,9 +132,9 @@ Json PoseJson(const RenderModel& model, const Anim& anim, float seconds, float p
 
 void PrintText(const Json& info)
 {
-    std::printf("model: %s\nanimation: %s at %g s (position %g s)\n", info["model"].get<std::string>().c_str(),
-                info["animation"].get<std::string>().c_str(), info["seconds"].get<double>(),
-                info["position"].get<double>());
+    std::printf("model: %s\nanimation: %s at %g s (position %g s)\n",
+                info["model"].get<std::string>().c_str(), info["animation"].get<std::string>().c_str(),
+                info["seconds"].get<double>(), info["position"].get<double>());
     std::printf("bones: %zu\n", info["bones"].size());
     for (const Json& bone : info["bones"])
     {
@@ -156,8 +156,8 @@ void PrintText(const Json& info)
     }
     std::printf("meshes: %zu\n", info["meshes"].size());
     for (const Json& mesh : info["meshes"])
-        std::printf("  %s: %.6g%s\n", mesh["name"].get<std::string>().c_str(), mesh["visibility"].get<double>(),
-                    mesh["visible"].get<bool>() ? "" : " (hidden)");
+        std::printf("  %s: %.6g%s\n", mesh["name"].get<std::string>().c_str(),
+                    mesh["visibility"].get<double>(), mesh["visible"].get<bool>() ? "" : " (hidden)");
 }
 
 int RunPose(const std::string& file, const std::string& animName, float seconds, bool json, bool loop)
@@ -227,12 +227,13 @@ cli::CommandRegistrar s_pose(
     {
         CLI::App* model = cli::GetOrAddSubcommand(app, "model", "Model files");
         CLI::App* pose = model->add_subcommand("pose", "Pose a model at a time of one of its animations");
-        pose->footer("FILE is a generic model file (.sgm, with its .ebp). ANIM is played alone from its start\n"
-                     "and advanced by SECONDS; played once it holds its last frame, with --loop it wraps.\n"
-                     "Prints each bone's model-space matrix (four rows: three axes and the translation),\n"
-                     "each shader's thirty values (six channels of colour, U and V offset, U and V scale)\n"
-                     "and each mesh's visibility; --json prints one object with the keys model, animation,\n"
-                     "seconds, position, bones, shaders and meshes.\n");
+        pose->footer(
+            "FILE is a generic model file (.sgm, with its .ebp). ANIM is played alone from its start\n"
+            "and advanced by SECONDS; played once it holds its last frame, with --loop it wraps.\n"
+            "Prints each bone's model-space matrix (four rows: three axes and the translation),\n"
+            "each shader's thirty values (six channels of colour, U and V offset, U and V scale)\n"
+            "and each mesh's visibility; --json prints one object with the keys model, animation,\n"
+            "seconds, position, bones, shaders and meshes.\n");
         static std::string s_file;
         static std::string s_anim;
         static float s_seconds = 0.0f;

@@ -173,10 +173,11 @@ void ActionState::evaluateStack()
 
     const int actionCount = m_RenderModel.GetActionTree().GetActionCount();
     if (actionCount > MaxQuietActions)
-        dbTracef("ANIM -- '%s': Motion '%s' - there are more than 25 actions being evaluated -- please simplify "
-                 "your action tree setup!",
-                 m_RenderModel.Inv::NamedResource::GetName() ? m_RenderModel.Inv::NamedResource::GetName() : "",
-                 Text(pAction->GetName()));
+        dbTracef(
+            "ANIM -- '%s': Motion '%s' - there are more than 25 actions being evaluated -- please simplify "
+            "your action tree setup!",
+            m_RenderModel.Inv::NamedResource::GetName() ? m_RenderModel.Inv::NamedResource::GetName() : "",
+            Text(pAction->GetName()));
 
     if (m_bVariablesChanged && !m_bReEvaluate)
     {
@@ -207,7 +208,8 @@ int ActionState::evaluateActionMotions(const Action& action, int position)
     for (int i = 0; i < action.GetMotionCount(); ++i)
     {
         const Action::MotionEntry& entry = action.GetMotion(i);
-        const bool holds = Condition::EvaluateType(entry.conditionType, entry.pCondition, running, m_Variables);
+        const bool holds =
+            Condition::EvaluateType(entry.conditionType, entry.pCondition, running, m_Variables);
         const Motion* pMotion = entry.pMotion;
         if (!holds || pMotion == nullptr || !pMotion->IsPlayable())
             continue;

@@ -22,8 +22,8 @@ void BoxCorners(const ra::OBB& box, ra::Vec3 (&corners)[8])
         const float sx = (i & 1) ? 1.0f : -1.0f;
         const float sy = (i & 2) ? 1.0f : -1.0f;
         const float sz = (i & 4) ? 1.0f : -1.0f;
-        corners[i] = box.centre + box.rotation[0] * (box.scale.x * sx) + box.rotation[1] * (box.scale.y * sy) +
-                     box.rotation[2] * (box.scale.z * sz);
+        corners[i] = box.centre + box.rotation[0] * (box.scale.x * sx) +
+                     box.rotation[1] * (box.scale.y * sy) + box.rotation[2] * (box.scale.z * sz);
     }
 }
 } // namespace
@@ -85,8 +85,8 @@ bool AnimBVBuilder::Build(const RenderModel& renderModel, AnimListNode& node)
             BoxCorners(pMesh->GetBV().GetOBB(), corners);
             const int32 boneIndex = pMeshGroup->GetMeshBone(m);
             const Skeleton* pSkeleton = renderModel.GetSkeleton();
-            const bool followsBone =
-                boneIndex != Bone::InvalidIndex && pSkeleton != nullptr && boneIndex < pSkeleton->GetBoneCount();
+            const bool followsBone = boneIndex != Bone::InvalidIndex && pSkeleton != nullptr &&
+                                     boneIndex < pSkeleton->GetBoneCount();
             const ra::Matrix34 move = followsBone ? pSkeleton->GetBone(boneIndex)->GetInvWorldMatrix() *
                                                         pose.GetBoneMatrix(boneIndex)
                                                   : ra::Matrix34();

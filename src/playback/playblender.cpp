@@ -97,7 +97,10 @@ void PlayBlender::buildBones(AnimPose& pose, const AnimPose& refPose)
 {
     const Skeleton& skeleton = *m_RenderModel.GetSkeleton();
     const int numBones = skeleton.GetBoneCount();
+    // The asserted text is the diagnostic, spaces and all.
+    // clang-format off
     if (!dbAssert(static_cast<int>( pose.GetBoneCount() ) == numBones))
+        // clang-format on
         return;
 
     if (m_pPlayList->GetStateCount() == 0)
@@ -333,15 +336,15 @@ void PlayBlender::buildControls(AnimPose& pose)
                 const bool isShader = info.targetType == ControlInfo::Target_Shader;
                 if (!isShader && !info.IsMeshVisibility())
                     continue;
-                const float value = pAnim->EvaluateControl(c, state.GetPosition(), loop,
-                                                           playing.controlHints[size_t(c)]) *
-                                    w;
+                const float value =
+                    pAnim->EvaluateControl(c, state.GetPosition(), loop, playing.controlHints[size_t(c)]) * w;
                 if (isShader)
                 {
                     if (resourceIndex >= pose.GetShaderCount())
                         continue;
                     AnimPose::ShaderValues values = pose.GetShaderValues(resourceIndex);
-                    const uint32 index = uint32(info.channel) * AnimPose::ValuesPerChannel + uint32(info.parameter);
+                    const uint32 index =
+                        uint32(info.channel) * AnimPose::ValuesPerChannel + uint32(info.parameter);
                     if (!dbAssert(index < values.size()))
                         continue;
                     values[index] += value;
@@ -413,7 +416,8 @@ void PlayBlender::GetBV(ra::BoundVolume& outBox, const ra::Matrix34& world)
                     contributed = true;
                 }
             }
-            if (!contributed || !(maximum.x > minimum.x) || !(maximum.y > minimum.y) || !(maximum.z > minimum.z))
+            if (!contributed || !(maximum.x > minimum.x) || !(maximum.y > minimum.y) ||
+                !(maximum.z > minimum.z))
             {
                 minimum = groupBox.centre - groupBox.scale;
                 maximum = groupBox.centre + groupBox.scale;

@@ -33,7 +33,10 @@ int PlayList::AddMotion(const Motion* pMotion, int32 id)
 {
     if (!dbAssert(pMotion))
         return InvalidIndex;
+    // The asserted text is the diagnostic, spaces and all.
+    // clang-format off
     if (!dbAssert(( pMotion->GetAnimNodeCount() > 0 ) || ( pMotion->GetRandMotionCount() > 0 )))
+        // clang-format on
         return InvalidIndex;
 
     const Motion* pPlay = pMotion;
@@ -78,7 +81,8 @@ int PlayList::AddMotion(const Motion* pMotion, int32 id)
     for (auto it = m_PlayingStatePtrs.rbegin(); it != m_PlayingStatePtrs.rend(); ++it)
     {
         PlayState& older = **it;
-        if (older.GetState() != PlayState::STATE_EXIT_REQUEST && older.GetState() != PlayState::STATE_EXIT_DELAY)
+        if (older.GetState() != PlayState::STATE_EXIT_REQUEST &&
+            older.GetState() != PlayState::STATE_EXIT_DELAY)
             continue;
         if (ignoreDelays)
         {
@@ -162,7 +166,10 @@ void PlayList::Cleanup()
     int numStates = int(m_PlayingStatePtrs.size());
     for (int i = 0; i < numStates;)
     {
+        // The asserted text is the diagnostic, spaces and all.
+        // clang-format off
         dbAssert(numStates == static_cast<int>( m_PlayingStatePtrs.size() ));
+        // clang-format on
         PlayState& state = *m_PlayingStatePtrs[size_t(i)];
         if (state.GetState() == PlayState::STATE_FINISHED)
         {
@@ -170,7 +177,10 @@ void PlayList::Cleanup()
             m_PlayingStatePtrs.erase(m_PlayingStatePtrs.begin() + i);
             --numStates;
             if (i < numStates)
+                // The asserted text is the diagnostic, spaces and all.
+                // clang-format off
                 dbAssert(m_PlayingStatePtrs[ i ]);
+            // clang-format on
             continue;
         }
 
@@ -183,7 +193,8 @@ void PlayList::Cleanup()
                 m_pEventState->Start(*pMotion, state.GetEventData());
                 state.SetEventStarted(true);
             }
-            m_pEventState->Update(*pMotion, state.GetEventData(), state.GetPreviousPosition(), state.GetPosition());
+            m_pEventState->Update(*pMotion, state.GetEventData(), state.GetPreviousPosition(),
+                                  state.GetPosition());
         }
 
         const Motion* pRoot = state.GetRootMotion();
@@ -206,7 +217,10 @@ PlayState* PlayList::GetState(int index) const
 {
     if (!IsIndex(index))
         return nullptr;
+    // The asserted text is the diagnostic, spaces and all.
+    // clang-format off
     if (!dbAssert(m_PlayingStatePtrs[ index ]))
+        // clang-format on
         return nullptr;
     return m_PlayingStatePtrs[size_t(index)].get();
 }

@@ -149,9 +149,12 @@ void PlayState::SetRate(float rate)
 
 void PlayState::SetState(int state)
 {
+    // The asserted text is the diagnostic, spaces and all.
+    // clang-format off
     if (!dbAssert(( state != STATE_START_DELAY ) && ( state != STATE_PLAY ) && ( state != STATE_LOOP_DELAY ) &&
                   ( state != STATE_TRANSITION_OUT ) && ( state != STATE_FINISHED ) && ( state >= 0 ) &&
                   ( state < STATE_COUNT )))
+        // clang-format on
         return;
     m_state = state;
 }

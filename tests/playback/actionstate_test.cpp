@@ -68,8 +68,9 @@ TEST_F(ActionStateTest, ConditionsChooseThePlaysAndAChangeSendsTheOthersAway)
     state.SetAction(m_pAction);
     state.Update(0.1f);
     using Plays_t = std::vector<std::pair<const Motion*, int>>;
-    EXPECT_EQ((Plays_t{{m_pIdle, PlayState::STATE_START_REQUEST}, {m_pBreathe, PlayState::STATE_START_REQUEST}}),
-              Plays(state));
+    EXPECT_EQ(
+        (Plays_t{{m_pIdle, PlayState::STATE_START_REQUEST}, {m_pBreathe, PlayState::STATE_START_REQUEST}}),
+        Plays(state));
     EXPECT_EQ(state.GetCurrentId(), state.GetPlayList().GetState(0)->GetId());
     state.GetPlayList().Update(0.1f, state.GetCurrentId());
 
@@ -144,13 +145,14 @@ TEST_F(ActionStateTest, VariablesAreMadeOnceAndMissingOnesAreAssertions)
     state.SetVariableString(N("moving"), N("north"));
     std::vector<std::string> cLines;
     variables.GetDebugLines(cLines);
-    EXPECT_EQ((std::vector<std::string>{"~~ Variables ~~", "moving = true", "aim NOT_SET!", "moving = north"}),
-              cLines);
+    EXPECT_EQ(
+        (std::vector<std::string>{"~~ Variables ~~", "moving = true", "aim NOT_SET!", "moving = north"}),
+        cLines);
 
     EXPECT_NE(std::string::npos, AssertionText([&] { state.SetVariableFloat(N("speed"), 1.0f); })
                                      .find("index != VariableList::InvalidIndex"));
-    EXPECT_NE(std::string::npos,
-              AssertionText([&] { variables.CreateFloat(ra::Name::INVALID); }).find("nameKey != ra::Name::INVALID"));
+    EXPECT_NE(std::string::npos, AssertionText([&] { variables.CreateFloat(ra::Name::INVALID); })
+                                     .find("nameKey != ra::Name::INVALID"));
     bool value = false;
     EXPECT_TRUE(variables.GetBool(N("moving"), value));
     EXPECT_TRUE(value);
@@ -165,7 +167,8 @@ TEST_F(ActionStateTest, MoreThanTwentyFourActionsDrawAWarningEachEvaluation)
         tree.AddAction();
     ra::ActionState state(m_arm.Model());
     state.SetAction(m_pAction);
-    const std::string warning = "ANIM -- 'arm': Motion 'locomotion' - there are more than 25 actions being evaluated";
+    const std::string warning =
+        "ANIM -- 'arm': Motion 'locomotion' - there are more than 25 actions being evaluated";
     {
         LogCapture log;
         state.Update(0.1f);

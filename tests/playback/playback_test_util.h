@@ -214,7 +214,8 @@ private:
     {
         auto* pMesh = new ra::Mesh(name);
         ra::BoundVolume bv;
-        bv.SetOBB(ra::OBB::FromMinMax(centre - ra::Vec3(0.5f, 0.5f, 0.5f), centre + ra::Vec3(0.5f, 0.5f, 0.5f)));
+        bv.SetOBB(
+            ra::OBB::FromMinMax(centre - ra::Vec3(0.5f, 0.5f, 0.5f), centre + ra::Vec3(0.5f, 0.5f, 0.5f)));
         pMesh->SetBV(bv);
         ra::MeshRef ref;
         ref.mesh = Inv::Warehouse::Get()->Add(pMesh);

@@ -29,7 +29,8 @@ protected:
     PlayBlenderTest() : m_blender(m_arm.Model(), &m_list), m_pose(m_arm.Model()) {}
 
     // A looping motion holding the shoulder at one position and rotation.
-    Motion* Hold(const char* name, const ra::Vec3& position, const ra::Quat& rotation, float transitionOut = 0.0f)
+    Motion* Hold(const char* name, const ra::Vec3& position, const ra::Quat& rotation,
+                 float transitionOut = 0.0f)
     {
         auto pAnim = ArmModel::MakeAnim(name, 1.0f);
         ArmModel::Positions(*pAnim, 0, {{0.0f, position}});
@@ -114,7 +115,8 @@ TEST_F(PlayBlenderTest, SinglePlayGivesItsSampleExactlyAndChildrenFollow)
     m_blender.SetScale(2.0f);
     state.SetPosition(0.0f);
     m_blender.BuildPose(m_pose);
-    EXPECT_TRUE(MatrixNear(m_pose.GetBoneMatrix(0), ra::Matrix34{{{2, 0, 0}, {0, 2, 0}, {0, 0, 2}, {0, 0, 0}}}));
+    EXPECT_TRUE(
+        MatrixNear(m_pose.GetBoneMatrix(0), ra::Matrix34{{{2, 0, 0}, {0, 2, 0}, {0, 0, 2}, {0, 0, 0}}}));
     ExpectVec({2, 0, 0}, m_pose.GetBoneMatrix(1).Translation());
 }
 
@@ -193,7 +195,8 @@ TEST_F(PlayBlenderTest, ShaderValuesAddAcrossPlaysAndTheNewestVisibilityWins)
     EXPECT_FLOAT_EQ(0.0f, m_pose.GetMeshVisibility(0));
     EXPECT_FLOAT_EQ(1.0f, m_pose.GetMeshVisibility(1));
     // Only the targeted value moved.
-    EXPECT_FLOAT_EQ(m_arm.Model().GetRefPose()->GetShaderValues(0)[1 * 5 + 1], m_pose.GetShaderValues(0)[1 * 5 + 1]);
+    EXPECT_FLOAT_EQ(m_arm.Model().GetRefPose()->GetShaderValues(0)[1 * 5 + 1],
+                    m_pose.GetShaderValues(0)[1 * 5 + 1]);
 
     m_list.Clear();
     m_blender.BuildPose(m_pose);

@@ -159,8 +159,8 @@ TEST_F(PlayListTest, ModifiersSetAbsolutePositionOrScaledRate)
     pScaled->SetRefValue(0.0f);
     EXPECT_NE(std::string::npos, AssertionText([&] { m_list.SetModifier(run, 1.0f); })
                                      .find("pMotion->GetTimingModifier()->GetRefValue() > 0.0f"));
-    EXPECT_NE(std::string::npos, AssertionText([&] { m_list.SetModifier(3, 1.0f); })
-                                     .find("index < m_PlayingStatePtrs.size()"));
+    EXPECT_NE(std::string::npos,
+              AssertionText([&] { m_list.SetModifier(3, 1.0f); }).find("index < m_PlayingStatePtrs.size()"));
 }
 
 TEST_F(PlayListTest, PlayTimeFallsBackToAbsolutePlaysAndFlagsFollowTheId)
@@ -211,8 +211,13 @@ TEST_F(PlayListTest, CleanupRemovesFinishedPlaysAndFiresEventsInOrder)
     EXPECT_EQ(pLong, m_list.GetState(0)->GetMotion());
     const std::vector<std::string> cExpected = {
         // The long play leaves its start delay in the second update and plays that whole step.
-        "Start short", "Update short 0.00 0.40", "Update short 0.40 0.80", "Start long",
-        "Update long 0.00 0.40", "End short", "Update long 0.40 0.80",
+        "Start short",
+        "Update short 0.00 0.40",
+        "Update short 0.40 0.80",
+        "Start long",
+        "Update long 0.00 0.40",
+        "End short",
+        "Update long 0.40 0.80",
     };
     EXPECT_EQ(cExpected, events.m_cCall);
 

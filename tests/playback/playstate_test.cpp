@@ -239,7 +239,8 @@ TEST_F(PlayStateTest, OnlyRequestsTransitionInAndExitDelayCanBeSetFromOutside)
     for (int refused : {3, 5, 6, 8, 9})
     {
         const std::string text = AssertionText([&] { state.SetState(refused); });
-        EXPECT_NE(std::string::npos, text.find("( state != STATE_START_DELAY ) && ( state != STATE_PLAY )")) << text;
+        EXPECT_NE(std::string::npos, text.find("( state != STATE_START_DELAY ) && ( state != STATE_PLAY )"))
+            << text;
         EXPECT_EQ(7, state.GetState());
     }
     state.SetState(PlayState::STATE_PLAY_REQUEST);
