@@ -44,7 +44,8 @@ public:
     // Both must be given (assertions); the flags are read from the parameters here.
     Event(EventSink* pSink, const Inv::Reference<EventData>& eventRef);
 
-    // The user's event detail setting: events whose "detail_level" is above it are low detail.
+    // The user's event detail setting, 1 until set: events whose "detail_level" is above it are
+    // low detail.
     static void SetEventDetail(float detail);
     static float GetEventDetail();
 

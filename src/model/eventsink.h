@@ -57,7 +57,8 @@ public:
     const std::vector<std::string>& GetPrecachedFX() const { return m_cPrecachedFX; }
     const std::vector<std::string>& GetPrecachedSounds() const { return m_cPrecachedSound; }
 
-    // The values "fx_transform" may take.
+    // The values "fx_transform" may take: "marker" (the effect takes the marker's orientation),
+    // "world" (upright, at the marker's place) and "model" (the model's orientation).
     static bool IsValidTransform(const char* text);
 
 private:
