@@ -304,11 +304,12 @@ int64 SceneReader::Integer(const At& at, int64 lowest, int64 highest) const
     int64 v = 0;
     if (at.j.is_number_unsigned())
     {
+        // Compared as unsigned first: a value past the signed range must not wrap into it.
         const uint64 u = at.j.get<uint64>();
-        v = u > uint64(highest) ? highest + (highest < std::numeric_limits<int64>::max() ? 1 : 0) : int64(u);
         if (u > uint64(highest))
             Fail(at.path, std::to_string(u) + " out of range (" + std::to_string(lowest) + " to " +
                               std::to_string(highest) + ")");
+        v = int64(u);
     }
     else
         v = at.j.get<int64>();

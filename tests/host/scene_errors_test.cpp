@@ -55,6 +55,9 @@ TEST(SceneErrors, WrongTypes)
               "walker.json: /nodes/0/visibility: expected a number, found an array");
     EXPECT_EQ(Refusal(R"({"nodes": [{"name": "a", "wireColor": [0, 300, 0]}]})"),
               "walker.json: /nodes/0/wireColor/1: 300 out of range (0 to 255)");
+    // Past the signed 64-bit range: refused, not wrapped.
+    EXPECT_EQ(Refusal(R"({"nodes": [{"name": "a", "wireColor": [0, 18446744073709551615, 0]}]})"),
+              "walker.json: /nodes/0/wireColor/1: 18446744073709551615 out of range (0 to 255)");
 }
 
 TEST(SceneErrors, MissingAndUnknownKeys)
