@@ -218,14 +218,10 @@ Json ModelJson(const RenderModel& model)
                            {"far", camera.farClip}});
     }
     const char* name = model.Inv::NamedResource::GetName();
-    return {{"name", name ? name : ""},
-            {"textures", Textures(group)},
-            {"shaders", Shaders(group)},
-            {"bones", Bones(model.GetSkeleton())},
-            {"meshes", Meshes(group)},
-            {"markers", markers},
-            {"cameras", cameras},
-            {"animations", Animations(model.GetAnimList())}};
+    return {{"name", name ? name : ""},  {"textures", Textures(group)},
+            {"shaders", Shaders(group)}, {"bones", Bones(model.GetSkeleton())},
+            {"meshes", Meshes(group)},   {"markers", markers},
+            {"cameras", cameras},        {"animations", Animations(model.GetAnimList())}};
 }
 
 // The same as lines of text: a heading per part, one line per item.
@@ -239,7 +235,8 @@ void PrintText(const RenderModel& model, const Json& info)
     std::printf("shaders: %zu\n", info["shaders"].size());
     for (const Json& s : info["shaders"])
         std::printf("  %s%s blend %d %d\n", s["name"].get<std::string>().c_str(),
-                    s["shared"].get<bool>() ? " (shared)" : "", s["blend"][0].get<int>(), s["blend"][1].get<int>());
+                    s["shared"].get<bool>() ? " (shared)" : "", s["blend"][0].get<int>(),
+                    s["blend"][1].get<int>());
     std::printf("bones: %zu\n", info["bones"].size());
     for (const Json& b : info["bones"])
         std::printf("  %s parent %d\n", b["name"].get<std::string>().c_str(), b["parent"].get<int>());
@@ -254,7 +251,8 @@ void PrintText(const RenderModel& model, const Json& info)
     std::printf("markers: %zu\n", info["markers"].size());
     for (const Json& m : info["markers"])
         std::printf("  %s%s%s\n", m["name"].get<std::string>().c_str(),
-                    m["parent"].get<std::string>().empty() ? "" : " on ", m["parent"].get<std::string>().c_str());
+                    m["parent"].get<std::string>().empty() ? "" : " on ",
+                    m["parent"].get<std::string>().c_str());
     std::printf("cameras: %zu\n", info["cameras"].size());
     for (const Json& c : info["cameras"])
         std::printf("  %s\n", c["name"].get<std::string>().c_str());
@@ -285,7 +283,8 @@ public:
         if (!genericFolder.empty())
         {
             const std::string root = std::filesystem::absolute(genericFolder).lexically_normal().string();
-            std::shared_ptr<FilePathHD> pSource = FilePathHD::Create(root.c_str(), ByteStream::Mode_Read, false, false);
+            std::shared_ptr<FilePathHD> pSource =
+                FilePathHD::Create(root.c_str(), ByteStream::Mode_Read, false, false);
             m_generic = pSource && FilePath::AddAlias("GENERIC", "Command Line", 100, pSource);
         }
         m_device = fr::Interface::CreateDevice({}) != nullptr;
@@ -330,7 +329,8 @@ std::unique_ptr<RenderModel> LoadModel(const std::string& command, const std::st
     }
     try
     {
-        std::unique_ptr<RenderModel> pModel = RenderModelLoadGeneric::Load(ModelSession::Name(file).c_str(), true);
+        std::unique_ptr<RenderModel> pModel =
+            RenderModelLoadGeneric::Load(ModelSession::Name(file).c_str(), true);
         if (!pModel)
             std::fprintf(stderr, "tq7z model %s: %s: does not load as a model (see the messages above)\n",
                          command.c_str(), file.c_str());
@@ -338,8 +338,8 @@ std::unique_ptr<RenderModel> LoadModel(const std::string& command, const std::st
     }
     catch (const Chunky::Exception& e)
     {
-        std::fprintf(stderr, "tq7z model %s: %s: %s (code %u, at byte offset %u)\n", command.c_str(), file.c_str(),
-                     e.what(), e.GetCode(), e.GetPosition());
+        std::fprintf(stderr, "tq7z model %s: %s: %s (code %u, at byte offset %u)\n", command.c_str(),
+                     file.c_str(), e.what(), e.GetCode(), e.GetPosition());
     }
     catch (const std::exception& e)
     {
@@ -372,7 +372,8 @@ int RunConvert(const std::string& in, const std::string& out, bool interm, const
     ModelSession session(genericFolder);
     if (!session.IsReady())
     {
-        std::fprintf(stderr, "tq7z model convert: the null render device or the inventory could not be made\n");
+        std::fprintf(stderr,
+                     "tq7z model convert: the null render device or the inventory could not be made\n");
         return 1;
     }
     std::unique_ptr<RenderModel> pModel = LoadModel("convert", in);
@@ -383,7 +384,8 @@ int RunConvert(const std::string& in, const std::string& out, bool interm, const
                               : RenderModelLoadGeneric::Save(name.c_str(), *pModel);
     if (!saved)
     {
-        std::fprintf(stderr, "tq7z model convert: %s: could not be written (see the messages above)\n", out.c_str());
+        std::fprintf(stderr, "tq7z model convert: %s: could not be written (see the messages above)\n",
+                     out.c_str());
         return 1;
     }
     return 0;
@@ -396,22 +398,25 @@ cli::CommandRegistrar s_model(
         model->require_subcommand(1);
 
         CLI::App* info = model->add_subcommand("info", "Print what a model file holds");
-        info->footer("FILE is a .sgm file of the generic or the intermediate form; the .ebp beside it is read\n"
-                     "too. --json prints one object with the keys name, textures, shaders, bones, meshes,\n"
-                     "markers, cameras and animations. A file that does not load exits 1.\n");
+        info->footer(
+            "FILE is a .sgm file of the generic or the intermediate form; the .ebp beside it is read\n"
+            "too. --json prints one object with the keys name, textures, shaders, bones, meshes,\n"
+            "markers, cameras and animations. A file that does not load exits 1.\n");
         static std::string s_infoFile;
         static bool s_json = false;
         static std::string s_infoGeneric;
         info->add_option("FILE", s_infoFile, "The model file")->required();
         info->add_flag("--json", s_json, "Print one JSON object");
-        info->add_option("--generic", s_infoGeneric,
-                         "Folder mounted as GENERIC, where cross-referenced models and shared shaders are found");
+        info->add_option(
+            "--generic", s_infoGeneric,
+            "Folder mounted as GENERIC, where cross-referenced models and shared shaders are found");
         info->callback([&exitCode] { exitCode = RunInfo(s_infoFile, s_json, s_infoGeneric); });
 
         CLI::App* convert = model->add_subcommand("convert", "Read a model file and write it again");
-        convert->footer("IN is read as `model info` reads it. OUT is written in the generic form with the .ebp\n"
-                        "beside it, or with --interm in the intermediate form (sampled bone matrices, no .ebp).\n"
-                        "A file this command wrote comes out of it again byte for byte the same.\n");
+        convert->footer(
+            "IN is read as `model info` reads it. OUT is written in the generic form with the .ebp\n"
+            "beside it, or with --interm in the intermediate form (sampled bone matrices, no .ebp).\n"
+            "A file this command wrote comes out of it again byte for byte the same.\n");
         static std::string s_in;
         static std::string s_out;
         static bool s_interm = false;
@@ -419,8 +424,9 @@ cli::CommandRegistrar s_model(
         convert->add_option("IN", s_in, "The model file to read")->required();
         convert->add_option("OUT", s_out, "The model file to write")->required();
         convert->add_flag("--interm", s_interm, "Write the intermediate form");
-        convert->add_option("--generic", s_convertGeneric,
-                            "Folder mounted as GENERIC, where cross-referenced models and shared shaders are found");
+        convert->add_option(
+            "--generic", s_convertGeneric,
+            "Folder mounted as GENERIC, where cross-referenced models and shared shaders are found");
         convert->callback([&exitCode] { exitCode = RunConvert(s_in, s_out, s_interm, s_convertGeneric); });
     });
 } // namespace

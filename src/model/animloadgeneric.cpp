@@ -54,8 +54,8 @@ void ReadInfo(Payload& payload, const ChunkInfo& info, Anim& anim)
         ThrowBadContent(payload.GetAdapter(), "Animation '%s' has %lld frames!", ra::NameText(anim.GetName()),
                         static_cast<long long>(frameCount));
     if (!(time > 0.0f) || !std::isfinite(time))
-        ThrowBadContent(payload.GetAdapter(), "Animation '%s' lasts %g seconds!", ra::NameText(anim.GetName()),
-                        double(time));
+        ThrowBadContent(payload.GetAdapter(), "Animation '%s' lasts %g seconds!",
+                        ra::NameText(anim.GetName()), double(time));
     anim.SetFrameCount(int32(frameCount));
     anim.SetTime(time);
 }
@@ -92,8 +92,8 @@ void ReadBoneAnim(Payload& payload, const ChunkInfo& info, Anim& anim, const Ske
 
 } // namespace
 
-void AnimLoadGeneric::ReadControl(Payload& payload, const ChunkInfo& info, Anim& anim, const RenderModel& model,
-                                  bool oldVisibility)
+void AnimLoadGeneric::ReadControl(Payload& payload, const ChunkInfo& info, Anim& anim,
+                                  const RenderModel& model, bool oldVisibility)
 {
     ControlInfo control;
     control.targetType = payload.ReadInt32();
@@ -129,7 +129,8 @@ void AnimLoadGeneric::ReadControl(Payload& payload, const ChunkInfo& info, Anim&
     anim.AddControlStream(name, control, std::move(pStream));
 }
 
-void AnimLoadGeneric::ReadCamera(Payload& payload, const ChunkInfo& info, Anim& anim, const RenderModel& model)
+void AnimLoadGeneric::ReadCamera(Payload& payload, const ChunkInfo& info, Anim& anim,
+                                 const RenderModel& model)
 {
     std::unique_ptr<CameraPositionStream> pPositions = ReadKeyStream<CameraPositionStream>(payload);
     std::unique_ptr<CameraRotationStream> pRotations = ReadKeyStream<CameraRotationStream>(payload);
@@ -143,7 +144,8 @@ void AnimLoadGeneric::ReadCamera(Payload& payload, const ChunkInfo& info, Anim& 
     anim.AddCamera(name, std::move(pPositions), std::move(pRotations));
 }
 
-void AnimLoadGeneric::WriteControl(ByteStreamAdapter& adapter, const ControlInfo& control, const ControlStream* pStream)
+void AnimLoadGeneric::WriteControl(ByteStreamAdapter& adapter, const ControlInfo& control,
+                                   const ControlStream* pStream)
 {
     WriteInt32(adapter, control.targetType);
     WriteInt32(adapter, control.channel);
@@ -151,11 +153,13 @@ void AnimLoadGeneric::WriteControl(ByteStreamAdapter& adapter, const ControlInfo
     WriteKeyStream(adapter, pStream);
 }
 
-std::unique_ptr<AnimListNode> AnimLoadGeneric::MakeNode(const RenderModel& model, const Inv::Reference<Anim>& animRef)
+std::unique_ptr<AnimListNode> AnimLoadGeneric::MakeNode(const RenderModel& model,
+                                                        const Inv::Reference<Anim>& animRef)
 {
     const Skeleton* pSkeleton = model.GetSkeleton();
-    auto pNode = std::make_unique<AnimListNode>(pSkeleton ? pSkeleton->GetBoneCount() : 0, model.GetCameraCount(),
-                                                animRef.Get() ? animRef.Get()->GetControlStreamCount() : 0);
+    auto pNode =
+        std::make_unique<AnimListNode>(pSkeleton ? pSkeleton->GetBoneCount() : 0, model.GetCameraCount(),
+                                       animRef.Get() ? animRef.Get()->GetControlStreamCount() : 0);
     pNode->SetAnim(animRef);
     return pNode;
 }
@@ -292,7 +296,8 @@ int AnimLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& 
     int index = AnimList::InvalidIndex;
     if (pAnim)
     {
-        std::unique_ptr<AnimListNode> pNode = AnimLoadGeneric::MakeNode(model, Anim::AddToInventory(std::move(pAnim)));
+        std::unique_ptr<AnimListNode> pNode =
+            AnimLoadGeneric::MakeNode(model, Anim::AddToInventory(std::move(pAnim)));
         if (!pNode->GetAnim().IsValid())
             return AnimList::InvalidIndex;
         if (hasBV)

@@ -53,7 +53,8 @@ public:
 
     // The pieces the intermediate form shares. A node for the animation, its mappings sized for
     // `model` (the list fills them when the node is added):
-    static std::unique_ptr<AnimListNode> MakeNode(const RenderModel& model, const Inv::Reference<Anim>& animRef);
+    static std::unique_ptr<AnimListNode> MakeNode(const RenderModel& model,
+                                                  const Inv::Reference<Anim>& animRef);
     // A control stream chunk into `anim`, its shader or mesh found in `model`'s group; with
     // `oldVisibility` (the first version of the chunk) parameter 0 reads one lower.
     static void ReadControl(GenericChunk::Payload& payload, const ChunkInfo& info, Anim& anim,
@@ -62,5 +63,6 @@ public:
     static void ReadCamera(GenericChunk::Payload& payload, const ChunkInfo& info, Anim& anim,
                            const RenderModel& model);
     // The control stream fields, as "CANM" and "CONS" hold them.
-    static void WriteControl(ByteStreamAdapter& adapter, const ControlInfo& control, const ControlStream* pStream);
+    static void WriteControl(ByteStreamAdapter& adapter, const ControlInfo& control,
+                             const ControlStream* pStream);
 };

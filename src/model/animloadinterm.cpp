@@ -60,8 +60,8 @@ void ReadInfo(Payload& payload, Anim& anim)
         ThrowBadContent(payload.GetAdapter(), "Animation '%s' has %d frames!", ra::NameText(anim.GetName()),
                         frameCount);
     if (!(time > 0.0f) || !std::isfinite(time))
-        ThrowBadContent(payload.GetAdapter(), "Animation '%s' lasts %g seconds!", ra::NameText(anim.GetName()),
-                        double(time));
+        ThrowBadContent(payload.GetAdapter(), "Animation '%s' lasts %g seconds!",
+                        ra::NameText(anim.GetName()), double(time));
     anim.SetFrameCount(frameCount);
     anim.SetTime(time);
 }

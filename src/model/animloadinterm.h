@@ -29,5 +29,6 @@ public:
     // Writes the node's animation in the intermediate form. An AnimInterm is the exporter's raw
     // sampling and is written as it stands; an ordinary animation has its bone matrices sampled
     // from its streams once per frame, against the model's skeleton.
-    static void Save(Chunky& chunky, ByteStreamAdapter& adapter, const AnimListNode& node, const RenderModel& model);
+    static void Save(Chunky& chunky, ByteStreamAdapter& adapter, const AnimListNode& node,
+                     const RenderModel& model);
 };

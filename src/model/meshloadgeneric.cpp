@@ -126,13 +126,14 @@ fr::VertexType ReadVertexType(Payload& payload, const char* meshName)
 {
     const uint32 type = payload.ReadUInt32();
     if ((type >> fr::VC_Count) != 0)
-        ThrowBadContent(payload.GetAdapter(), "Mesh '%s': vertex type 0x%X names components the render layer lacks!",
-                        meshName, type);
+        ThrowBadContent(payload.GetAdapter(),
+                        "Mesh '%s': vertex type 0x%X names components the render layer lacks!", meshName,
+                        type);
     return fr::VertexType(type);
 }
 
-std::unique_ptr<fr::VertexSet> CreateVertexSet(Payload& payload, const fr::VertexType& type, int64 vertexCount,
-                                               const char* meshName)
+std::unique_ptr<fr::VertexSet> CreateVertexSet(Payload& payload, const fr::VertexType& type,
+                                               int64 vertexCount, const char* meshName)
 {
     if (vertexCount < 0 || vertexCount > fr::VertexSet::MaxSize)
         ThrowBadContent(payload.GetAdapter(), "Mesh '%s': %lld vertices do not fit a vertex set!", meshName,
@@ -152,7 +153,8 @@ void ReadStream(Payload& payload, fr::VertexSet* pSet, const fr::VertexType& typ
 {
     if (!type.test(component))
         return;
-    const std::vector<uint32> cWord = payload.ReadArray<uint32>(vertexCount * ra::GetStreamWordCount(component));
+    const std::vector<uint32> cWord =
+        payload.ReadArray<uint32>(vertexCount * ra::GetStreamWordCount(component));
     if (pSet != nullptr)
         ra::WriteStreamWords(*pSet, component, cWord);
 }
@@ -369,7 +371,8 @@ std::unique_ptr<ra::MeshGroup> BuildGroup(std::vector<Entry>& cEntry,
             }
         if (!entry.mesh.IsValid())
         {
-            dbWarningf("MODELS -- '%s': Mesh '%s' is not in the model file!", modelName, ra::NameText(entry.name));
+            dbWarningf("MODELS -- '%s': Mesh '%s' is not in the model file!", modelName,
+                       ra::NameText(entry.name));
             entry.mesh = MissingMesh();
         }
     }
@@ -378,8 +381,8 @@ std::unique_ptr<ra::MeshGroup> BuildGroup(std::vector<Entry>& cEntry,
                                 {
                                     if (entry.mesh.IsValid())
                                         return false;
-                                    dbWarningf("MODELS -- '%s': no stand-in for mesh '%s', left out!", modelName,
-                                               ra::NameText(entry.name));
+                                    dbWarningf("MODELS -- '%s': no stand-in for mesh '%s', left out!",
+                                               modelName, ra::NameText(entry.name));
                                     return true;
                                 }),
                  cEntry.end());
@@ -490,7 +493,8 @@ uint16 VertexRange(const std::vector<uint16>& cIndex)
 }
 } // namespace
 
-Inv::Reference<ra::Mesh> MeshLoadGeneric::LoadMesh(Chunky& chunky, ByteStreamAdapter& adapter, const char* modelName)
+Inv::Reference<ra::Mesh> MeshLoadGeneric::LoadMesh(Chunky& chunky, ByteStreamAdapter& adapter,
+                                                   const char* modelName)
 {
     const ChunkInfo mslc = chunky.ReadFolderChunk(ID_MSLC, MSLCVersion);
     if (mslc.name.empty())
@@ -577,7 +581,8 @@ std::unique_ptr<ra::MeshGroup> MeshLoadGeneric::LoadLegacy(Chunky& chunky, ByteS
     return BuildGroup(cEntry, {}, pSkeleton, bv, modelName);
 }
 
-void MeshLoadGeneric::SaveMesh(Chunky& chunky, ByteStreamAdapter& adapter, const ra::Mesh& mesh, const char* name)
+void MeshLoadGeneric::SaveMesh(Chunky& chunky, ByteStreamAdapter& adapter, const ra::Mesh& mesh,
+                               const char* name)
 {
     chunky.OpenFolderChunk(ID_MSLC, MSLCVersion, name);
 

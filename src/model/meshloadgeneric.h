@@ -50,7 +50,8 @@ public:
                                                      const Skeleton* pSkeleton, const char* modelName,
                                                      const char* folder);
     // Reads the next "MSLC" folder into a new mesh, put into the inventory.
-    static Inv::Reference<ra::Mesh> LoadMesh(Chunky& chunky, ByteStreamAdapter& adapter, const char* modelName);
+    static Inv::Reference<ra::Mesh> LoadMesh(Chunky& chunky, ByteStreamAdapter& adapter,
+                                             const char* modelName);
 
     // Writes the group: an "MSLC" folder for each mesh held by this model, the entries, the volume.
     static void Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MeshGroup& meshGroup);

@@ -14,6 +14,7 @@
 #include "model/modelloadgeneric_chunks.h"
 #include "model/modifierload.h"
 #include "model/motionloadgeneric.h"
+#include "model/motionpayloadreader.h"
 #include "model/rendermodel.h"
 #include "model/rendermodeltypeinfo.h"
 #include "model/shaderimp.h"
@@ -232,29 +233,6 @@ void WriteMarkersAndCameras(Chunky& chunky, ByteStreamAdapter& adapter, const Re
         WriteCamera(chunky, adapter, model.GetCCamera(i));
 }
 
-// Opens `path` and runs `write` on a chunk file there. False, logged, on failure.
-template <class WriteT> bool WriteFile(const char* path, WriteT write)
-{
-    std::shared_ptr<ByteStream> pStream = FilePath::Open(path, ByteStream::Mode_Write);
-    if (!pStream)
-    {
-        dbWarningf("MODELS -- '%s': Unable to open file for writing!", path);
-        return false;
-    }
-    try
-    {
-        ByteStreamAdapter adapter(*pStream);
-        Chunky chunky(adapter);
-        write(chunky, adapter);
-        return true;
-    }
-    catch (const std::exception& e)
-    {
-        dbWarningf("MODELS -- '%s': %s", path, e.what());
-        return false;
-    }
-}
-
 std::unique_ptr<RenderModel> LoadGenericModel(const char* filename, bool loadEbp)
 {
     return RenderModelLoadGeneric::Load(filename, loadEbp);
@@ -336,7 +314,8 @@ std::unique_ptr<RenderModel> RenderModelLoadGeneric::Load(Chunky& chunky, ByteSt
             if (!folderChunk)
                 break;
             if (pModel->GetSkeleton() == nullptr)
-                dbWarningf("%s: Animation '%s' - in a model without a valid skeleton!", modelName, info.name.c_str());
+                dbWarningf("%s: Animation '%s' - in a model without a valid skeleton!", modelName,
+                           info.name.c_str());
             if (pModel->GetMeshGroup() != nullptr)
                 pModel->BuildRefPose();
             if (info.version == ANIMIntermVersion)
@@ -459,23 +438,13 @@ std::unique_ptr<RenderModel> RenderModelLoadGeneric::Load(const char* filename, 
     pStream.reset();
 
     char ebpPath[FilePath::MAXPATH];
-    if (loadEbp && WithExtension(ebpPath, path.c_str(), EntityExtension) &&
-        FilePath::FileType(ebpPath) == 1)
+    if (loadEbp && WithExtension(ebpPath, path.c_str(), EntityExtension) && FilePath::FileType(ebpPath) == 1)
     {
-        try
-        {
-            std::shared_ptr<ByteStream> pEbp = FilePath::Open(ebpPath, ByteStream::Mode_Read);
-            if (!pEbp)
-                throw Chunky::Exception(0, "Unable to open file!");
-            ByteStreamAdapter adapter(*pEbp);
-            Chunky chunky(adapter);
-            LoadEbp(chunky, adapter, *pModel, folder.c_str());
-        }
-        catch (const std::exception& e)
-        {
-            dbWarningf("MODELS -- '%s': %s", ebpPath, e.what());
+        // A damaged entity file fails the whole load.
+        if (!ra::WithChunkFile(ebpPath, ByteStream::Mode_Read,
+                               [&](Chunky& chunky, ByteStreamAdapter& adapter)
+                               { LoadEbp(chunky, adapter, *pModel, folder.c_str()); }))
             return nullptr;
-        }
     }
     pModel->GetAnimList()->BuildShaderAnimated();
     return pModel;
@@ -533,14 +502,18 @@ bool RenderModelLoadGeneric::Save(const char* filename, const RenderModel& model
         dbWarningf("MODELS -- '%s': name too long for a model file!", filename);
         return false;
     }
-    if (!WriteFile(path, [&](Chunky& chunky, ByteStreamAdapter& adapter) { Save(chunky, adapter, model, flags); }))
+    if (!ra::WithChunkFile(path, ByteStream::Mode_Write,
+                           [&](Chunky& chunky, ByteStreamAdapter& adapter)
+                           { Save(chunky, adapter, model, flags); }))
         return false;
     if (!flags.meshes)
         return true;
     char ebpPath[FilePath::MAXPATH];
     if (!WithExtension(ebpPath, path, EntityExtension))
         return false;
-    return WriteFile(ebpPath, [&](Chunky& chunky, ByteStreamAdapter& adapter) { SaveEbp(chunky, adapter, model); });
+    return ra::WithChunkFile(ebpPath, ByteStream::Mode_Write,
+                             [&](Chunky& chunky, ByteStreamAdapter& adapter)
+                             { SaveEbp(chunky, adapter, model); });
 }
 
 void RenderModelLoadGeneric::SaveInterm(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model,
@@ -579,6 +552,7 @@ bool RenderModelLoadGeneric::SaveInterm(const char* filename, const RenderModel&
         dbWarningf("MODELS -- '%s': name too long for a model file!", filename);
         return false;
     }
-    return WriteFile(path, [&](Chunky& chunky, ByteStreamAdapter& adapter)
-                     { SaveInterm(chunky, adapter, model, modelPart, animPart, textures); });
+    return ra::WithChunkFile(path, ByteStream::Mode_Write,
+                             [&](Chunky& chunky, ByteStreamAdapter& adapter)
+                             { SaveInterm(chunky, adapter, model, modelPart, animPart, textures); });
 }

@@ -75,6 +75,6 @@ public:
     // cameras, with `textures` also the textures; `animPart` the animations.
     static bool SaveInterm(const char* filename, const RenderModel& model, bool modelPart, bool animPart,
                            bool textures);
-    static void SaveInterm(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model, bool modelPart,
-                           bool animPart, bool textures);
+    static void SaveInterm(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model,
+                           bool modelPart, bool animPart, bool textures);
 };

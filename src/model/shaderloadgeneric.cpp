@@ -10,9 +10,6 @@
 #include "storage/bytestream.h"
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
-#include "storage/filepath.h"
-
-#include <exception>
 
 using namespace GenericChunk;
 
@@ -188,33 +185,20 @@ bool ShaderLoadGeneric::SaveSharedFile(const char* filename, const Shader& shade
 {
     if (!dbAssert(filename))
         return false;
-    std::shared_ptr<ByteStream> pStream = FilePath::Open(filename, ByteStream::Mode_Write);
-    if (!pStream)
-    {
-        dbWarningf("SHADER -- '%s': Unable to open file for writing!", filename);
-        return false;
-    }
-    try
-    {
-        ByteStreamAdapter adapter(*pStream);
-        Chunky chunky(adapter);
-        chunky.OpenFolderChunk(ID_SHRF, SHRFVersion, nullptr);
-        std::set<const Texture*> cWritten;
-        for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
-        {
-            const Texture* pTexture = shader.GetTexture(n).Get();
-            if (pTexture != nullptr && cWritten.insert(pTexture).second)
-                TextureLoadGeneric::Save(chunky, adapter, *pTexture);
-        }
-        SaveBody(chunky, adapter, shader);
-        chunky.CloseChunk();
-        return true;
-    }
-    catch (const std::exception& e)
-    {
-        dbWarningf("SHADER -- '%s': %s", filename, e.what());
-        return false;
-    }
+    return ra::WithChunkFile(filename, ByteStream::Mode_Write,
+                             [&shader](Chunky& chunky, ByteStreamAdapter& adapter)
+                             {
+                                 chunky.OpenFolderChunk(ID_SHRF, SHRFVersion, nullptr);
+                                 std::set<const Texture*> cWritten;
+                                 for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
+                                 {
+                                     const Texture* pTexture = shader.GetTexture(n).Get();
+                                     if (pTexture != nullptr && cWritten.insert(pTexture).second)
+                                         TextureLoadGeneric::Save(chunky, adapter, *pTexture);
+                                 }
+                                 ShaderLoadGeneric::SaveBody(chunky, adapter, shader);
+                                 chunky.CloseChunk();
+                             });
 }
 
 void ShaderLoadGeneric::Register()

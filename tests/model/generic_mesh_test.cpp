@@ -11,8 +11,8 @@ using testing_log::LogCapture;
 
 namespace
 {
-constexpr uint32 s_allStreams = (1u << fr::VC_Position) | (1u << fr::VC_Weights) | (1u << fr::VC_Normal) |
-                                (1u << fr::VC_TexCoord0);
+constexpr uint32 s_allStreams =
+    (1u << fr::VC_Position) | (1u << fr::VC_Weights) | (1u << fr::VC_Normal) | (1u << fr::VC_TexCoord0);
 
 // Words of a stream that tell vertex and place.
 std::vector<uint32> StreamWords(uint32 component, uint32 vertexCount, uint32 seed)
@@ -207,11 +207,12 @@ TEST(GenericMesh, HandBuiltMeshOfVersionOneAndOldVolumesRead)
     box.centre = {1, 2, 3};
     box.scale = {4, 5, 6};
     // Version 1 has no render flag; the old volume carries a sphere (dropped) and a box.
-    const std::string oldVolume = Data("BVOL", 1, Bytes().U8(1).U8(1).Vec3(9, 9, 9).F32(2).Raw(&box, sizeof(box)));
-    const std::string chunks =
-        Folder("MSGR", 1,
-               Folder("MSLC", 1, Data("DATA", 1, MeshData(1, "stone", Indices({0, 1, 2}), 3)) + oldVolume, "rock") +
-                   GroupData("rock") + Data("BVOL", 1, Bytes().U8(1).U8(0).Vec3(0, 0, 0).F32(1)));
+    const std::string oldVolume =
+        Data("BVOL", 1, Bytes().U8(1).U8(1).Vec3(9, 9, 9).F32(2).Raw(&box, sizeof(box)));
+    const std::string chunks = Folder(
+        "MSGR", 1,
+        Folder("MSLC", 1, Data("DATA", 1, MeshData(1, "stone", Indices({0, 1, 2}), 3)) + oldVolume, "rock") +
+            GroupData("rock") + Data("BVOL", 1, Bytes().U8(1).U8(0).Vec3(0, 0, 0).F32(1)));
     std::unique_ptr<ra::MeshGroup> p = LoadGroup(chunks);
     ASSERT_EQ(p->GetMeshCount(), 1);
     const ra::Mesh* pMesh = p->GetMesh(0);
@@ -224,11 +225,12 @@ TEST(GenericMesh, HandBuiltMeshOfVersionOneAndOldVolumesRead)
     ASSERT_TRUE(ra::ReadStreamWords(*pMesh->GetVertexSet(ra::Mesh::Poly_High), fr::VC_Position, cWord));
     EXPECT_EQ(reinterpret_cast<const float&>(cWord[8]), 8.0f);
     // A volume of valid 0 leaves the mesh without one.
-    std::unique_ptr<ra::MeshGroup> pNoVolume =
-        LoadGroup(Folder("MSGR", 1,
-                         Folder("MSLC", 1, Data("DATA", 2, MeshData(2, "stone", Indices({0, 1, 2}), 3)) +
-                                               Data("BVOL", 2, Bytes().U8(0)), "rock") +
-                             GroupData("rock")));
+    std::unique_ptr<ra::MeshGroup> pNoVolume = LoadGroup(Folder(
+        "MSGR", 1,
+        Folder("MSLC", 1,
+               Data("DATA", 2, MeshData(2, "stone", Indices({0, 1, 2}), 3)) + Data("BVOL", 2, Bytes().U8(0)),
+               "rock") +
+            GroupData("rock")));
     EXPECT_FALSE(pNoVolume->GetMesh(0)->HasBV());
 }
 
@@ -239,9 +241,11 @@ TEST(GenericMesh, MissingShadersAndMeshesAreLoggedAndStoodIn)
     std::unique_ptr<ra::MeshGroup> p = LoadGroup(Folder(
         "MSGR", 1,
         Folder("MSLC", 1, Data("DATA", 2, MeshData(2, "Lost_Shader", Indices({0, 1, 2}), 3)), "rock") +
-            Data("DATA", 1, Bytes().I32(2).Str("rock").Str("").U32(uint32(-1)).Str("ghost").Str("").U32(uint32(-1)))));
-    EXPECT_TRUE(log.Has("Mesh 'rock': Unable to load shader 'Lost_Shader' (Make sure the MAX Ref does not have "
-                        "IgnoreShaders on!"));
+            Data("DATA", 1,
+                 Bytes().I32(2).Str("rock").Str("").U32(uint32(-1)).Str("ghost").Str("").U32(uint32(-1)))));
+    EXPECT_TRUE(
+        log.Has("Mesh 'rock': Unable to load shader 'Lost_Shader' (Make sure the MAX Ref does not have "
+                "IgnoreShaders on!"));
     // The stand-in is an empty shader of that name, in the inventory.
     Inv::Resource* pFound = nullptr;
     ASSERT_TRUE(Inv::Warehouse::Get()->Find(&pFound, "lost_shader", Shader::GetTypeInfo()));
@@ -320,8 +324,8 @@ TEST(GenericMesh, LegacyTreeReadsNodesGeometryAndCrossReferences)
     {
         SCOPED_TRACE(version);
         LogCapture log;
-        const std::string mesh =
-            Folder("MESH", 2, Folder("GEOM", 2, geometry(version, version < 5) + volume + volume + volume), "Rock");
+        const std::string mesh = Folder(
+            "MESH", 2, Folder("GEOM", 2, geometry(version, version < 5) + volume + volume + volume), "Rock");
         const std::string chunks =
             Folder("MESH", 2,
                    Folder("GGRP", 1,

@@ -104,9 +104,10 @@ inline std::unique_ptr<fr::PrimSet> TriangleList(const std::vector<uint16>& cInd
 }
 
 // A mesh of `vertexCount` vertices with the given streams, one triangle list per shader.
-inline Inv::Reference<ra::Mesh> BuildMesh(const char* name, uint32 vertexCount, bool weighted,
-                                          const std::vector<std::pair<Inv::Reference<Shader>, std::vector<uint16>>>& cPart,
-                                          const ra::BoundVolume& bv)
+inline Inv::Reference<ra::Mesh>
+BuildMesh(const char* name, uint32 vertexCount, bool weighted,
+          const std::vector<std::pair<Inv::Reference<Shader>, std::vector<uint16>>>& cPart,
+          const ra::BoundVolume& bv)
 {
     auto pMesh = std::make_unique<ra::Mesh>(name);
     fr::VertexType type;
@@ -157,8 +158,8 @@ inline Inv::Reference<Anim> AddAnim(std::unique_ptr<Anim> pAnim)
 inline std::unique_ptr<AnimListNode> NodeFor(const RenderModel& model, const Inv::Reference<Anim>& animRef)
 {
     const Skeleton* pSkeleton = model.GetSkeleton();
-    auto pNode = std::make_unique<AnimListNode>(pSkeleton ? pSkeleton->GetBoneCount() : 0, model.GetCameraCount(),
-                                                animRef->GetControlStreamCount());
+    auto pNode = std::make_unique<AnimListNode>(pSkeleton ? pSkeleton->GetBoneCount() : 0,
+                                                model.GetCameraCount(), animRef->GetControlStreamCount());
     pNode->SetAnim(animRef);
     return pNode;
 }
@@ -175,7 +176,10 @@ inline std::unique_ptr<RenderModel> BuildDonor()
     pGroup->SetSkeleton(pModel->GetSkeleton());
     pGroup->SetMeshCount(1);
     pGroup->SetMesh(0, ra::MeshRef{BuildMesh("blade", 3, false, {{metal, {0, 1, 2}}}, BoxAt(0, 0, 1, 0.5f)),
-                                   ra::MakeName("blade"), ra::Name::INVALID, 0, {}});
+                                   ra::MakeName("blade"),
+                                   ra::Name::INVALID,
+                                   0,
+                                   {}});
     pGroup->SetBV(BoxAt(0, 0, 1, 1));
     pModel->SetMeshGroup(std::move(pGroup));
     auto pWave = std::make_unique<Anim>("wave");
@@ -251,7 +255,8 @@ inline std::unique_ptr<RenderModel> BuildWalker(const WalkerOptions& options = W
         body.Get()->SetSkinnedTransformName(i, ra::MakeName(skinBones[i]));
         body.Get()->SetSkinnedTransformIndex(i, i);
     }
-    Inv::Reference<ra::Mesh> gun = BuildMesh("gun", 4, false, {{glow, {0, 1, 2, 1, 3, 2}}}, BoxAt(0.5f, 1.5f, 0, 0.2f));
+    Inv::Reference<ra::Mesh> gun =
+        BuildMesh("gun", 4, false, {{glow, {0, 1, 2, 1, 3, 2}}}, BoxAt(0.5f, 1.5f, 0, 0.2f));
     gun.Get()->SetMeshType(2);
 
     auto pGroup = std::make_unique<ra::MeshGroup>();
@@ -264,8 +269,11 @@ inline std::unique_ptr<RenderModel> BuildWalker(const WalkerOptions& options = W
         Inv::Reference<RenderModel> donor = Inv::Load<RenderModel>("art/donor");
         EXPECT_TRUE(donor.IsValid());
         if (donor.IsValid())
-            pGroup->SetMesh(2, ra::MeshRef{donor->GetMeshGroup()->GetMeshRef(0).mesh, ra::MakeName("blade"),
-                                           ra::MakeName("art/donor"), 4, {}});
+            pGroup->SetMesh(2, ra::MeshRef{donor->GetMeshGroup()->GetMeshRef(0).mesh,
+                                           ra::MakeName("blade"),
+                                           ra::MakeName("art/donor"),
+                                           4,
+                                           {}});
     }
     pGroup->SetBV(BoxAt(0, 1, 0, 1.5f));
     pGroup->ResolveSkinnedTransforms();
@@ -275,7 +283,8 @@ inline std::unique_ptr<RenderModel> BuildWalker(const WalkerOptions& options = W
     pModel->SetCMarkerCount(2);
     pModel->SetCMarker(0, Marker{ra::MakeName("muzzle"), model_test::Translation(0.5f, 0, 0.25f),
                                  ra::MakeName("arm_r"), -1});
-    pModel->SetCMarker(1, Marker{ra::MakeName("smoke"), model_test::Translation(0, 2, 0), ra::Name::INVALID, -1});
+    pModel->SetCMarker(
+        1, Marker{ra::MakeName("smoke"), model_test::Translation(0, 2, 0), ra::Name::INVALID, -1});
     RenderModelCamera camera;
     camera.name = ra::MakeName("portrait");
     camera.position = {0, 1.5f, 3};
@@ -302,9 +311,10 @@ inline std::unique_ptr<RenderModel> BuildWalker(const WalkerOptions& options = W
         pWalk->SetBoneAnimated(i, true);
         pWalk->SetPositionStream(
             i, Keys<BonePositionStream>({{0.0f, {0, f, 0}}, {0.5f, {0.1f * f, f, 0}}, {1.0f, {0, f, 0.2f}}}));
-        pWalk->SetRotationStream(i, Keys<BoneRotationStream>({{0.0f, {0, 0, 0, 1}},
-                                                              {0.5f, ra::QuatFromAxisAngle({0, 1, 0}, 0.1f * f)},
-                                                              {1.0f, {0, 0, 0, 1}}}));
+        pWalk->SetRotationStream(i,
+                                 Keys<BoneRotationStream>({{0.0f, {0, 0, 0, 1}},
+                                                           {0.5f, ra::QuatFromAxisAngle({0, 1, 0}, 0.1f * f)},
+                                                           {1.0f, {0, 0, 0, 1}}}));
     }
     ControlInfo colour;
     colour.targetType = ControlInfo::Target_Shader;
@@ -318,7 +328,8 @@ inline std::unique_ptr<RenderModel> BuildWalker(const WalkerOptions& options = W
     visibility.targetType = ControlInfo::Target_Mesh;
     visibility.parameter = ControlInfo::Parameter_Visibility;
     visibility.m_index = 1;
-    pWalk->AddControlStream(ra::MakeName("gun"), visibility, Keys<ControlStream>({{0.0f, 1.0f}, {0.75f, 0.0f}}));
+    pWalk->AddControlStream(ra::MakeName("gun"), visibility,
+                            Keys<ControlStream>({{0.0f, 1.0f}, {0.75f, 0.0f}}));
     pWalk->AddCamera(ra::MakeName("portrait"),
                      Keys<CameraPositionStream>({{0.0f, {0, 1.5f, 3}}, {1.0f, {1, 1.5f, 3}}}),
                      Keys<CameraRotationStream>({{0.0f, {0, 0, 0, 1}}, {1.0f, {0, 0.1f, 0, 0.995f}}}));
@@ -335,7 +346,8 @@ inline std::unique_ptr<RenderModel> BuildWalker(const WalkerOptions& options = W
     for (int32 i = 0; i < 6; ++i)
         pIdle->SetBoneName(i, pModel->GetSkeleton()->GetBone(i)->GetName());
     pIdle->SetBoneAnimated(1, true);
-    pIdle->SetRotationStream(1, Keys<BoneRotationStream>({{0.0f, {0, 0, 0, 1}}, {1.0f, {0, 0, 0.1f, 0.995f}}}));
+    pIdle->SetRotationStream(1,
+                             Keys<BoneRotationStream>({{0.0f, {0, 0, 0, 1}}, {1.0f, {0, 0, 0.1f, 0.995f}}}));
     Inv::Reference<Anim> idle = AddAnim(std::move(pIdle));
     AnimListNode* pIdleNode = nullptr;
     {
@@ -349,7 +361,8 @@ inline std::unique_ptr<RenderModel> BuildWalker(const WalkerOptions& options = W
         EXPECT_TRUE(donor.IsValid());
         if (donor.IsValid())
         {
-            std::unique_ptr<AnimListNode> pNode = NodeFor(*pModel, donor->GetAnimList()->GetAnimNode(0)->GetAnim());
+            std::unique_ptr<AnimListNode> pNode =
+                NodeFor(*pModel, donor->GetAnimList()->GetAnimNode(0)->GetAnim());
             pNode->SetXRefName(ra::MakeName("art/donor"));
             pModel->GetAnimList()->AddAnim(std::move(pNode), false);
         }

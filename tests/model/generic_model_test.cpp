@@ -217,7 +217,8 @@ void ExpectSameModel(const RenderModel& a, const RenderModel& b)
     }
     ASSERT_EQ(a.GetClauseList().GetClauseCount(), b.GetClauseList().GetClauseCount());
     for (int i = 0; i < a.GetClauseList().GetClauseCount(); ++i)
-        EXPECT_EQ(a.GetClauseList().GetClause(i)->GetDescription(), b.GetClauseList().GetClause(i)->GetDescription());
+        EXPECT_EQ(a.GetClauseList().GetClause(i)->GetDescription(),
+                  b.GetClauseList().GetClause(i)->GetDescription());
     ASSERT_EQ(a.GetConditionList().GetConditionCount(), b.GetConditionList().GetConditionCount());
     ASSERT_EQ(a.GetModifierList().GetModifierCount(), b.GetModifierList().GetModifierCount());
     for (int i = 0; i < a.GetModifierList().GetModifierCount(); ++i)
@@ -285,7 +286,8 @@ void WriteDonor()
 
 std::unique_ptr<RenderModel> LoadModel(const std::string& chunks)
 {
-    return ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a) { return RenderModelLoadGeneric::Load(c, a, "GENERIC:art\\"); });
+    return ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a)
+                      { return RenderModelLoadGeneric::Load(c, a, "GENERIC:art\\"); });
 }
 
 const std::string s_identityBone = Bytes().I32(-1).Vec3(0, 0, 0).Floats({0, 0, 0, 1});
@@ -304,9 +306,12 @@ std::string SmallModelParts()
                   Data("INFO", 1, Bytes().I32(2)) + Data("BONE", 5, s_identityBone, "a") +
                       Data("BONE", 5, Bytes().I32(0).Vec3(0, 1, 0).Floats({0, 0, 0, 1}), "b")) +
            Folder("MSGR", 1,
-                  Folder("MSLC", 1, Data("DATA", 2, mesh) + Data("BVOL", 2, Bytes().U8(1).Raw(&box, sizeof(box))), "m") +
-                      Data("DATA", 1, Bytes().I32(1).Str("m").Str("").U32(uint32(-1))) + Data("BVOL", 2, Bytes().U8(0))) +
-           Data("CMRA", 2, Bytes().Vec3(1, 2, 3).Floats({0, 0, 0, 1}).F32(1).F32(0.1f).F32(100).Vec3(4, 5, 6), "cam");
+                  Folder("MSLC", 1,
+                         Data("DATA", 2, mesh) + Data("BVOL", 2, Bytes().U8(1).Raw(&box, sizeof(box))), "m") +
+                      Data("DATA", 1, Bytes().I32(1).Str("m").Str("").U32(uint32(-1))) +
+                      Data("BVOL", 2, Bytes().U8(0))) +
+           Data("CMRA", 2, Bytes().Vec3(1, 2, 3).Floats({0, 0, 0, 1}).F32(1).F32(0.1f).F32(100).Vec3(4, 5, 6),
+                "cam");
 }
 } // namespace
 
@@ -334,8 +339,10 @@ TEST(GenericModel, EveryKindOfChunkRoundTripsEqualAndRewritesTheSameBytes)
     // The cross-references came from the donor's file.
     EXPECT_EQ(Text(pRead->GetMeshGroup()->GetMeshXRefName(2)), "art/donor");
     EXPECT_EQ(Text(pRead->GetAnimList()->GetAnimNode(2)->GetXRefName()), "art/donor");
-    EXPECT_FALSE(pRead->GetMeshGroup()->IsShaderLocal(pRead->GetMeshGroup()->FindShader(ra::MakeName("donor_metal"))));
-    EXPECT_TRUE(pRead->GetAnimList()->IsShaderAnimated(pRead->GetMeshGroup()->FindShader(ra::MakeName("walker_glow"))));
+    EXPECT_FALSE(
+        pRead->GetMeshGroup()->IsShaderLocal(pRead->GetMeshGroup()->FindShader(ra::MakeName("donor_metal"))));
+    EXPECT_TRUE(pRead->GetAnimList()->IsShaderAnimated(
+        pRead->GetMeshGroup()->FindShader(ra::MakeName("walker_glow"))));
 
     ASSERT_TRUE(RenderModelLoadGeneric::Save("GENERIC:art/again.sgm", *pRead));
     Inv::Warehouse::Get()->PopFrame();
@@ -360,10 +367,10 @@ TEST(GenericModel, WriterPutsChildrenInItsOrderAndGatesThemByTheFlags)
     };
     const std::string all =
         WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { RenderModelLoadGeneric::Save(c, a, *pModel); });
-    EXPECT_EQ(childrenOf(all),
-              (std::vector<std::string>{"TXTR:art/textures/walker_skin", "TXTR:art/textures/walker_glow",
-                                        "SHDR:walker_skin", "SHDR:walker_glow", "SKEL:", "MSGR:", "MARK:muzzle",
-                                        "MARK:smoke", "CMRA:portrait", "ANIM:walk", "ANIM:idle"}));
+    EXPECT_EQ(childrenOf(all), (std::vector<std::string>{
+                                   "TXTR:art/textures/walker_skin", "TXTR:art/textures/walker_glow",
+                                   "SHDR:walker_skin", "SHDR:walker_glow", "SKEL:", "MSGR:", "MARK:muzzle",
+                                   "MARK:smoke", "CMRA:portrait", "ANIM:walk", "ANIM:idle"}));
     ModelSaveFlags animationOnly;
     animationOnly.meshes = false;
     EXPECT_EQ(childrenOf(WriteChunks([&](Chunky& c, ByteStreamAdapter& a)
@@ -419,18 +426,21 @@ TEST(GenericModel, HandBuiltOlderAnimationChunksReadWithTheDocumentedResults)
         const std::string info = version == 5 ? Data("INFO", 5, Bytes().I32(20).F32(0.5f)) : oldInfo(version);
         // A bone chunk of version 1 says animated with an i32 above 0; a control of version 1 with
         // parameter 0 reads one higher; a model camera of version 1 has no target.
-        const std::string anim = Folder(
-            "ANIM", 2,
-            Folder("DATA", 3,
-                   info + Data("BANM", 1, Bytes().I32(1).F32(0).Vec3(1, 2, 3).I32(0).I32(2), "b") +
-                       Data("CANM", 1, Bytes().I32(2).I32(0).I32(0).I32(2).F32(0).F32(0).F32(1).F32(-1), "m") +
-                       Data("CANM", 1, Bytes().I32(0).I32(1).I32(3).I32(1).F32(0).F32(0.5f), "s") +
-                       Data("CANM", 2, Bytes().I32(2).I32(0).I32(0).I32(1).F32(0).F32(0.5f), "m") +
-                       Data("CMRA", 1, Bytes().I32(1).F32(0).Vec3(7, 8, 9).I32(0), "cam")) +
-                Data("ANBV", 1, Bytes().Vec3(-1, -2, -3).Vec3(1, 2, 3), "run"),
-            "run");
-        const std::string oldCamera = Data("CMRA", 1, Bytes().Vec3(1, 2, 3).Floats({0, 0, 0, 1}).F32(1).F32(0.1f).F32(100), "old");
-        std::unique_ptr<RenderModel> p = LoadModel(Folder("RSGM", 1, SmallModelParts() + oldCamera + anim, "small"));
+        const std::string anim =
+            Folder("ANIM", 2,
+                   Folder("DATA", 3,
+                          info + Data("BANM", 1, Bytes().I32(1).F32(0).Vec3(1, 2, 3).I32(0).I32(2), "b") +
+                              Data("CANM", 1,
+                                   Bytes().I32(2).I32(0).I32(0).I32(2).F32(0).F32(0).F32(1).F32(-1), "m") +
+                              Data("CANM", 1, Bytes().I32(0).I32(1).I32(3).I32(1).F32(0).F32(0.5f), "s") +
+                              Data("CANM", 2, Bytes().I32(2).I32(0).I32(0).I32(1).F32(0).F32(0.5f), "m") +
+                              Data("CMRA", 1, Bytes().I32(1).F32(0).Vec3(7, 8, 9).I32(0), "cam")) +
+                       Data("ANBV", 1, Bytes().Vec3(-1, -2, -3).Vec3(1, 2, 3), "run"),
+                   "run");
+        const std::string oldCamera =
+            Data("CMRA", 1, Bytes().Vec3(1, 2, 3).Floats({0, 0, 0, 1}).F32(1).F32(0.1f).F32(100), "old");
+        std::unique_ptr<RenderModel> p =
+            LoadModel(Folder("RSGM", 1, SmallModelParts() + oldCamera + anim, "small"));
         ASSERT_EQ(p->GetAnimList()->GetAnimCount(), 1);
         const Anim& a = *p->GetAnimList()->GetAnim(0);
         EXPECT_EQ(a.GetFrameCount(), 20);
@@ -471,8 +481,12 @@ TEST(GenericModel, EntityFileOfAnOlderSelectionAndARelativeCrossReferenceReads)
         Folder("REBP", 4,
                Folder("ANIM", 2, Data("XREF", 1, Bytes().Str("donor").Str("wave")), "wave") +
                    Data("SEUI", 2, Bytes().I32(5).F32(1).F32(2).F32(3).F32(4)));
-    ReadChunks(ebp, [&](Chunky& c, ByteStreamAdapter& a)
-               { RenderModelLoadGeneric::LoadEbp(c, a, *p, "GENERIC:art\\"); return 0; });
+    ReadChunks(ebp,
+               [&](Chunky& c, ByteStreamAdapter& a)
+               {
+                   RenderModelLoadGeneric::LoadEbp(c, a, *p, "GENERIC:art\\");
+                   return 0;
+               });
     ASSERT_EQ(p->GetAnimList()->GetAnimCount(), 1);
     const AnimListNode& node = *p->GetAnimList()->GetAnimNode(0);
     EXPECT_EQ(Text(node.GetXRefName()), "generic:art\\donor");
@@ -497,14 +511,15 @@ TEST(GenericModel, BrokenLinksAreLoggedAndStoodInOrDropped)
     }
     LogCapture log;
     dbg::ScopedThrowOnAssert quiet(false);
-    const std::string anim = Folder(
-        "ANIM", 2,
-        Folder("DATA", 3,
-               Data("INFO", 5, Bytes().I32(2).F32(1)) + Data("BANM", 2, Bytes().I32(0).I32(0).U8(1), "nobody") +
-                   Data("CANM", 2, Bytes().I32(0).I32(0).I32(0).I32(0), "no_shader") +
-                   Data("CANM", 2, Bytes().I32(2).I32(0).I32(0).I32(0), "no_mesh") +
-                   Data("CMRA", 1, Bytes().I32(0).I32(0), "no_camera")),
-        "run");
+    const std::string anim =
+        Folder("ANIM", 2,
+               Folder("DATA", 3,
+                      Data("INFO", 5, Bytes().I32(2).F32(1)) +
+                          Data("BANM", 2, Bytes().I32(0).I32(0).U8(1), "nobody") +
+                          Data("CANM", 2, Bytes().I32(0).I32(0).I32(0).I32(0), "no_shader") +
+                          Data("CANM", 2, Bytes().I32(2).I32(0).I32(0).I32(0), "no_mesh") +
+                          Data("CMRA", 1, Bytes().I32(0).I32(0), "no_camera")),
+               "run");
     const std::string xrefs =
         Folder("ANIM", 2, Data("XREF", 3, Bytes().Str("art/donor").Str("run")), "run") +
         Folder("ANIM", 2, Data("XREF", 3, Bytes().Str("art/donor").Str("jump")), "jump");
@@ -575,7 +590,8 @@ TEST(GenericModel, SkeletonAfterTheMeshesStillResolvesTheirSkin)
     Inv::Warehouse::Get()->PushFrame("read");
     std::unique_ptr<RenderModel> pRead = LoadModel(Folder("RSGM", 1, rest + skel, "walker"));
     const ra::MeshGroup& group = *pRead->GetMeshGroup();
-    EXPECT_EQ(group.GetMeshRef(0).skinnedTransforms, (std::vector<std::pair<int32, int32>>{{0, 1}, {1, 2}, {2, 3}}));
+    EXPECT_EQ(group.GetMeshRef(0).skinnedTransforms,
+              (std::vector<std::pair<int32, int32>>{{0, 1}, {1, 2}, {2, 3}}));
     EXPECT_EQ(group.GetSkeleton(), pRead->GetSkeleton());
     pRead.reset();
     Inv::Warehouse::Get()->PopFrame();
@@ -617,12 +633,19 @@ TEST(GenericModel, DamagedTreesThrowToTheCaller)
     // A texture folder that ends before its image (the container's "Not a valid chunk header!"),
     // an animation without frames, one with neither data nor a
     // reference, a root of a newer version, a name past the string buffer.
-    EXPECT_EQ(CodeOf([] { LoadModel(Folder("RSGM", 1, Folder("TXTR", 1, Data("INFO", 3, Bytes().I32(1)), "t"), "x")); }),
-              2);
-    EXPECT_EQ(CodeOf([] {
-                  LoadModel(Folder("RSGM", 1,
-                                   Folder("ANIM", 2, Folder("DATA", 3, Data("INFO", 5, Bytes().I32(0).F32(1))), "a"), "x"));
-              }),
+    EXPECT_EQ(
+        CodeOf(
+            []
+            { LoadModel(Folder("RSGM", 1, Folder("TXTR", 1, Data("INFO", 3, Bytes().I32(1)), "t"), "x")); }),
+        2);
+    EXPECT_EQ(CodeOf(
+                  []
+                  {
+                      LoadModel(Folder(
+                          "RSGM", 1,
+                          Folder("ANIM", 2, Folder("DATA", 3, Data("INFO", 5, Bytes().I32(0).F32(1))), "a"),
+                          "x"));
+                  }),
               12);
     EXPECT_EQ(CodeOf([] { LoadModel(Folder("RSGM", 1, Folder("ANIM", 2, "", "a"), "x")); }), 12);
     EXPECT_EQ(CodeOf([] { LoadModel(Folder("RSGM", 2, "", "x")); }), 5);
@@ -647,9 +670,10 @@ TEST(GenericModel, IntermediateFormWritesSampledMatricesAndReadsBackConverted)
         while (r.m_pChunky->NextChunk(info))
             c.push_back(IdText(info.id) + (info.kind == Chunky::CT_Folder ? " folder v" : " data v") +
                         std::to_string(info.version));
-        EXPECT_EQ(c, (std::vector<std::string>{"TXTR folder v1", "TXTR folder v1", "SHDR folder v1", "SHDR folder v1",
-                                               "SKEL data v2", "MSGR folder v1", "MARK data v1", "MARK data v1",
-                                               "CMRA data v2", "ANIM folder v1", "ANIM folder v1"}));
+        EXPECT_EQ(c, (std::vector<std::string>{"TXTR folder v1", "TXTR folder v1", "SHDR folder v1",
+                                               "SHDR folder v1", "SKEL data v2", "MSGR folder v1",
+                                               "MARK data v1", "MARK data v1", "CMRA data v2",
+                                               "ANIM folder v1", "ANIM folder v1"}));
     }
     Inv::Warehouse::Get()->PushFrame("read");
     std::unique_ptr<RenderModel> pRead = RenderModelLoadGeneric::Load("GENERIC:interm", false);

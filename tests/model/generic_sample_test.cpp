@@ -15,7 +15,8 @@ namespace
 namespace fs = std::filesystem;
 
 // The source tree's samples, found from this file.
-const fs::path s_samples = fs::path(__FILE__).parent_path().parent_path().parent_path() / "samples" / "models";
+const fs::path s_samples =
+    fs::path(__FILE__).parent_path().parent_path().parent_path() / "samples" / "models";
 
 // The program beside the test program's build: <build>/tests/model/model_tests, <build>/bin/tq7z.
 std::string ProgramPath()
@@ -110,13 +111,15 @@ TEST(GenericSample, ModelInfoJsonHasTheKeysScriptsRelyOn)
               (Keys{"name", "xref", "bone", "vertices", "vertex_type", "primsets", "skin"}));
     EXPECT_EQ(info["meshes"][0]["skin"], nlohmann::ordered_json::array({"pelvis", "spine", "head"}));
     EXPECT_EQ(info["meshes"][1]["bone"], 5);
-    EXPECT_EQ(info["meshes"][0]["primsets"][0], nlohmann::ordered_json({{"shader", "walker_skin"}, {"indices", 9}}));
+    EXPECT_EQ(info["meshes"][0]["primsets"][0],
+              nlohmann::ordered_json({{"shader", "walker_skin"}, {"indices", 9}}));
     ASSERT_EQ(info["markers"].size(), 2u);
     EXPECT_EQ(keysOf(info["markers"][0]), (Keys{"name", "parent", "transform"}));
     EXPECT_EQ(info["markers"][0]["transform"].size(), 12u);
     EXPECT_EQ(info["markers"][1]["parent"], "");
     ASSERT_EQ(info["cameras"].size(), 1u);
-    EXPECT_EQ(keysOf(info["cameras"][0]), (Keys{"name", "position", "target", "orientation", "fov", "near", "far"}));
+    EXPECT_EQ(keysOf(info["cameras"][0]),
+              (Keys{"name", "position", "target", "orientation", "fov", "near", "far"}));
     ASSERT_EQ(info["animations"].size(), 2u);
     const nlohmann::ordered_json& walk = info["animations"][0];
     EXPECT_EQ(keysOf(walk), (Keys{"name", "xref", "frames", "time", "bones", "controls", "cameras"}));
@@ -141,7 +144,8 @@ TEST(GenericSample, ConvertWritesItsOwnFilesAgainByteForByte)
     EXPECT_EQ(TempFolder::Read(folder / "b.ebp"), TempFolder::Read(folder / "a.ebp"));
 
     // The intermediate form reads back through the same command.
-    ASSERT_EQ(RunTool({"model", "convert", (s_samples / "walker.sgm").string(), folder / "i.sgm", "--interm"}).status,
+    ASSERT_EQ(RunTool({"model", "convert", (s_samples / "walker.sgm").string(), folder / "i.sgm", "--interm"})
+                  .status,
               0);
     const ToolRun info = RunTool({"model", "info", folder / "i.sgm"});
     ASSERT_EQ(info.status, 0) << info.err;
@@ -165,7 +169,8 @@ TEST(GenericSample, CommandsSayWhatFailedAndExitWithOne)
     EXPECT_NE(damaged.err.find("cut.sgm: "), std::string::npos) << damaged.err;
     EXPECT_NE(damaged.err.find("at byte offset"), std::string::npos) << damaged.err;
 
-    const ToolRun noFolder = RunTool({"model", "convert", (s_samples / "walker.sgm").string(), "/proc/none/x.sgm"});
+    const ToolRun noFolder =
+        RunTool({"model", "convert", (s_samples / "walker.sgm").string(), "/proc/none/x.sgm"});
     EXPECT_EQ(noFolder.status, 1);
     EXPECT_NE(noFolder.err.find("could not be written"), std::string::npos) << noFolder.err;
 

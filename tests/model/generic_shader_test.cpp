@@ -33,7 +33,8 @@ std::string ShaderFolder(const std::string& channels, const char* name = "rock")
 
 std::unique_ptr<ShaderImp> LoadShader(const std::string& chunks)
 {
-    return ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a) { return ShaderLoadGeneric::Load(c, a, "model"); });
+    return ReadChunks(chunks,
+                      [](Chunky& c, ByteStreamAdapter& a) { return ShaderLoadGeneric::Load(c, a, "model"); });
 }
 
 void ExpectSameShader(const Shader& a, const Shader& b)
@@ -83,7 +84,8 @@ TEST(GenericShader, RoundTripKeepsEveryFieldAndRewritesTheSameBytes)
     }
     shader.SetTexture(Shader::CN_Diffuse, texture);
 
-    const std::string first = WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, shader); });
+    const std::string first =
+        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, shader); });
     std::unique_ptr<ShaderImp> pRead = LoadShader(first.substr(24));
     ASSERT_TRUE(pRead);
     ExpectSameShader(shader, *pRead);
@@ -92,7 +94,8 @@ TEST(GenericShader, RoundTripKeepsEveryFieldAndRewritesTheSameBytes)
         EXPECT_EQ(pRead->GetBaseColour(n), shader.GetColour(n));
         EXPECT_TRUE(SameMatrix(pRead->GetBaseTransform(n), shader.GetTransform(n)));
     }
-    const std::string second = WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, *pRead); });
+    const std::string second =
+        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, *pRead); });
     EXPECT_EQ(first, second);
 }
 
@@ -100,7 +103,8 @@ TEST(GenericShader, HandBuiltChannelsOfVersionsTwoAndThreeReadAlike)
 {
     Env env;
     const fr::Matrix44 t = Counting(1.0f), t2 = Counting(50.0f);
-    std::unique_ptr<ShaderImp> pV3 = LoadShader(ShaderFolder(Data("CHAN", 3, Channel(3, 2, 0xAABBCCDD, "", t, t2))));
+    std::unique_ptr<ShaderImp> pV3 =
+        LoadShader(ShaderFolder(Data("CHAN", 3, Channel(3, 2, 0xAABBCCDD, "", t, t2))));
     std::unique_ptr<ShaderImp> pV2 =
         LoadShader(ShaderFolder(Data("CHAN", 2, Channel(3, 2, 0xAABBCCDD, "", t, t2, 2))));
     for (ShaderImp* p : {pV3.get(), pV2.get()})
@@ -134,10 +138,10 @@ TEST(GenericShader, TexturesAreFoundByNameOrTurnTheChannelPink)
     Inv::Reference<Texture> texture = AddPatternedTexture("art/textures/stone");
     const fr::Matrix44 t = fr::Matrix44::Identity();
     LogCapture log;
-    std::unique_ptr<ShaderImp> p = LoadShader(ShaderFolder(
-        Data("CHAN", 3, Channel(0, 1, 0x11223344, "ART/Textures/Stone.tga", t, t)) +
-        Data("CHAN", 3, Channel(2, 1, 0x55667788, "art/textures/gone", t, t)) +
-        Data("CHAN", 3, Channel(4, 3, 0x99AABBCC, "", t, t))));
+    std::unique_ptr<ShaderImp> p =
+        LoadShader(ShaderFolder(Data("CHAN", 3, Channel(0, 1, 0x11223344, "ART/Textures/Stone.tga", t, t)) +
+                                Data("CHAN", 3, Channel(2, 1, 0x55667788, "art/textures/gone", t, t)) +
+                                Data("CHAN", 3, Channel(4, 3, 0x99AABBCC, "", t, t))));
     ASSERT_TRUE(p);
     // The diffuse texture is found however its name is written.
     EXPECT_EQ(p->GetTexture(0).GetResource(), texture.GetResource());
@@ -145,7 +149,8 @@ TEST(GenericShader, TexturesAreFoundByNameOrTurnTheChannelPink)
     EXPECT_EQ(p->GetColour(0), 0x11223344u);
     // A texture on another channel is reported, and a missing one turns pink.
     EXPECT_TRUE(log.Has("SHADER -- 'model', shader 'rock': detected texture on 'Reflection' channel!"));
-    EXPECT_TRUE(log.Has("TEXTURES -- 'model': shader 'rock' is unable to find texture 'art/textures/gone'. Using pink!"));
+    EXPECT_TRUE(log.Has(
+        "TEXTURES -- 'model': shader 'rock' is unable to find texture 'art/textures/gone'. Using pink!"));
     EXPECT_FALSE(p->GetTexture(2).IsValid());
     EXPECT_EQ(p->GetMethod(2), Shader::Method_Colour);
     EXPECT_EQ(p->GetColour(2), 0xFFFF00FFu);
@@ -200,13 +205,14 @@ TEST(GenericShader, SharedShadersAreWrittenByNameAndReadFromTheirFile)
     ASSERT_TRUE(ShaderLoadGeneric::SaveSharedFile("GENERIC:team_colour.vds", shared));
 
     const std::string chunks =
-        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, shared); }).substr(24);
+        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, shared); })
+            .substr(24);
     EXPECT_EQ(chunks, Data("SSHR", 1, Bytes().Str("team_colour")));
 
     // The file is read in a frame of its own, where the texture it carries goes too.
     Inv::Warehouse::Get()->PushFrame("other");
-    Inv::Reference<Shader> read =
-        ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a) { return ShaderLoadGeneric::LoadShared(c, a); });
+    Inv::Reference<Shader> read = ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a)
+                                             { return ShaderLoadGeneric::LoadShared(c, a); });
     ASSERT_TRUE(read.IsValid());
     EXPECT_TRUE(read->IsShared());
     EXPECT_EQ(Text(read->GetName()), "team_colour");

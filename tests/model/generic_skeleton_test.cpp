@@ -22,7 +22,8 @@ std::unique_ptr<Skeleton> ThreeBones()
 
 std::unique_ptr<Skeleton> LoadGeneric(const std::string& chunks)
 {
-    return ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a) { return SkeletonLoadGeneric::Load(c, a); });
+    return ReadChunks(chunks,
+                      [](Chunky& c, ByteStreamAdapter& a) { return SkeletonLoadGeneric::Load(c, a); });
 }
 
 int CodeOf(const std::function<void()>& load)
@@ -85,7 +86,8 @@ TEST(GenericSkeleton, CurrentBoneChunkIsParentPositionAndRotation)
 {
     const std::string chunks =
         Folder("SKEL", 3,
-               Data("INFO", 1, Bytes().I32(2)) + Data("BONE", 5, Bytes().I32(-1).Vec3(1, 2, 3).Floats({0, 0, 0, 1}), "a") +
+               Data("INFO", 1, Bytes().I32(2)) +
+                   Data("BONE", 5, Bytes().I32(-1).Vec3(1, 2, 3).Floats({0, 0, 0, 1}), "a") +
                    Data("BONE", 5, Bytes().I32(0).Vec3(0, 0, 5).Floats({0, 0, 0, 1}), "b"));
     std::unique_ptr<Skeleton> p = LoadGeneric(chunks);
     ASSERT_EQ(p->GetBoneCount(), 2);
@@ -118,26 +120,38 @@ TEST(GenericSkeleton, BadSkeletonsThrowToTheCaller)
     // More bones than the count, a parent outside, a bone without a name, no count, a cut payload,
     // a newer bone.
     EXPECT_EQ(CodeOf([&] { LoadGeneric(Folder("SKEL", 3, Data("INFO", 1, Bytes().I32(2)) + bone)); }), 12);
-    EXPECT_EQ(CodeOf([&] {
-                  LoadGeneric(Folder("SKEL", 3,
-                                     Data("INFO", 1, Bytes().I32(1)) +
-                                         Data("BONE", 5, Bytes().I32(1).Vec3(0, 0, 0).Floats({0, 0, 0, 1}), "a")));
-              }),
+    EXPECT_EQ(CodeOf(
+                  [&]
+                  {
+                      LoadGeneric(Folder(
+                          "SKEL", 3,
+                          Data("INFO", 1, Bytes().I32(1)) +
+                              Data("BONE", 5, Bytes().I32(1).Vec3(0, 0, 0).Floats({0, 0, 0, 1}), "a")));
+                  }),
               12);
-    EXPECT_EQ(CodeOf([&] {
-                  LoadGeneric(Folder("SKEL", 3,
-                                     Data("INFO", 1, Bytes().I32(1)) +
-                                         Data("BONE", 5, Bytes().I32(-1).Vec3(0, 0, 0).Floats({0, 0, 0, 1}))));
-              }),
+    EXPECT_EQ(CodeOf(
+                  [&]
+                  {
+                      LoadGeneric(
+                          Folder("SKEL", 3,
+                                 Data("INFO", 1, Bytes().I32(1)) +
+                                     Data("BONE", 5, Bytes().I32(-1).Vec3(0, 0, 0).Floats({0, 0, 0, 1}))));
+                  }),
               12);
     EXPECT_EQ(CodeOf([&] { LoadGeneric(Folder("SKEL", 3, bone)); }), 12);
-    EXPECT_EQ(CodeOf([&] {
-                  LoadGeneric(Folder("SKEL", 3,
-                                     Data("INFO", 1, Bytes().I32(1)) + Data("BONE", 5, Bytes().I32(-1).Vec3(0, 0, 0), "a")));
-              }),
+    EXPECT_EQ(CodeOf(
+                  [&]
+                  {
+                      LoadGeneric(Folder("SKEL", 3,
+                                         Data("INFO", 1, Bytes().I32(1)) +
+                                             Data("BONE", 5, Bytes().I32(-1).Vec3(0, 0, 0), "a")));
+                  }),
               6);
-    EXPECT_EQ(CodeOf([&] { LoadGeneric(Folder("SKEL", 3, Data("INFO", 1, Bytes().I32(1)) + Data("BONE", 6, "", "a"))); }),
-              5);
+    EXPECT_EQ(
+        CodeOf(
+            [&]
+            { LoadGeneric(Folder("SKEL", 3, Data("INFO", 1, Bytes().I32(1)) + Data("BONE", 6, "", "a"))); }),
+        5);
     EXPECT_EQ(CodeOf([&] { LoadGeneric(Folder("SKEL", 4, "")); }), 5);
 }
 
@@ -152,12 +166,14 @@ TEST(GenericSkeleton, IntermediateFormCarriesWorldMatricesAndDerivesLocalOnes)
     for (int32 i = 0; i < 3; ++i)
     {
         const Bone* pBone = pSkeleton->GetBone(i);
-        expected.Str(Text(pBone->GetName())).I32(pBone->GetParentIndex()).Raw(pBone->GetWorldMatrix().Data(), 48);
+        expected.Str(Text(pBone->GetName()))
+            .I32(pBone->GetParentIndex())
+            .Raw(pBone->GetWorldMatrix().Data(), 48);
     }
     EXPECT_EQ(bytes.substr(24), Data("SKEL", 2, expected));
 
-    std::unique_ptr<Skeleton> pRead = ReadChunks(
-        bytes.substr(24), [](Chunky& c, ByteStreamAdapter& a) { return SkeletonLoadInterm::Load(c, a); });
+    std::unique_ptr<Skeleton> pRead = ReadChunks(bytes.substr(24), [](Chunky& c, ByteStreamAdapter& a)
+                                                 { return SkeletonLoadInterm::Load(c, a); });
     ASSERT_EQ(pRead->GetBoneCount(), 3);
     for (int32 i = 0; i < 3; ++i)
     {
@@ -169,15 +185,20 @@ TEST(GenericSkeleton, IntermediateFormCarriesWorldMatricesAndDerivesLocalOnes)
         EXPECT_TRUE(MatrixNear(b->GetWorldMatrix(), a->GetWorldMatrix()));
     }
     // A parent outside the skeleton is refused.
-    EXPECT_EQ(CodeOf([&] {
-                  ReadChunks(Data("SKEL", 2, Bytes().I32(1).Str("a").I32(3).Raw(s_boneMatrix.Data(), 48)),
-                             [](Chunky& c, ByteStreamAdapter& a) { return SkeletonLoadInterm::Load(c, a); });
-              }),
+    EXPECT_EQ(CodeOf(
+                  [&]
+                  {
+                      ReadChunks(Data("SKEL", 2, Bytes().I32(1).Str("a").I32(3).Raw(s_boneMatrix.Data(), 48)),
+                                 [](Chunky& c, ByteStreamAdapter& a)
+                                 { return SkeletonLoadInterm::Load(c, a); });
+                  }),
               12);
     // A count that the chunk cannot hold is refused before anything is made.
-    EXPECT_EQ(CodeOf([&] {
-                  ReadChunks(Data("SKEL", 2, Bytes().I32(0x7FFFFFFF)),
-                             [](Chunky& c, ByteStreamAdapter& a) { return SkeletonLoadInterm::Load(c, a); });
-              }),
+    EXPECT_EQ(CodeOf(
+                  [&]
+                  {
+                      ReadChunks(Data("SKEL", 2, Bytes().I32(0x7FFFFFFF)), [](Chunky& c, ByteStreamAdapter& a)
+                                 { return SkeletonLoadInterm::Load(c, a); });
+                  }),
               6);
 }

@@ -42,7 +42,8 @@ public:
         char pattern[] = "/tmp/tq7z_generic_XXXXXX";
         if (::mkdtemp(pattern) != nullptr)
             m_path = pattern;
-        FilePath::AddAlias(alias, "generic test", 100, FilePathHD::Create(m_path.c_str(), ByteStream::Mode_Both, false, false));
+        FilePath::AddAlias(alias, "generic test", 100,
+                           FilePathHD::Create(m_path.c_str(), ByteStream::Mode_Both, false, false));
     }
     ~MountedFolder()
     {
@@ -109,11 +110,13 @@ private:
     std::string m_bytes;
 };
 
-inline std::string Folder(const char* id, uint32 version, const std::string& children, const char* name = nullptr)
+inline std::string Folder(const char* id, uint32 version, const std::string& children,
+                          const char* name = nullptr)
 {
     return Chunk("FOLD", id, version, children, name);
 }
-inline std::string Data(const char* id, uint32 version, const std::string& payload, const char* name = nullptr)
+inline std::string Data(const char* id, uint32 version, const std::string& payload,
+                        const char* name = nullptr)
 {
     return Chunk("DATA", id, version, payload, name);
 }
