@@ -1,5 +1,6 @@
 #include "model/animlist.h"
 
+#include "model/animlistnode_bv.h"
 #include "model/meshgroup.h"
 #include "model/rendermodel.h"
 #include "model/skeleton.h"
@@ -180,6 +181,8 @@ int AnimList::AddAnim(std::unique_ptr<AnimListNode> pAnimNode, bool buildBV)
     if (!dbAssert(pAnimNode))
         return InvalidIndex;
     BuildMappings(*pAnimNode);
+    if (buildBV && !pAnimNode->HasBV())
+        AnimListNodeBV::Build(m_RenderModel, *pAnimNode);
     m_pAnimNodes.push_back(std::move(pAnimNode));
     return int(m_pAnimNodes.size()) - 1;
 }
