@@ -4,6 +4,7 @@
 #include "foundation/output.h"
 #include "model/animinterm.h"
 #include "model/animloadgeneric.h"
+#include "model/meshgroup.h"
 #include "model/modelloadgeneric_chunks.h"
 #include "model/rendermodel.h"
 #include "model/skeleton.h"
@@ -173,6 +174,41 @@ std::vector<std::unique_ptr<BoneMatrixStream>> SampleBoneMatrices(const Anim& an
     return cStream;
 }
 
+// An ordinary animation holds a shader's control values relative to the shader's base, while the
+// intermediate form holds them with the base on. The base goes back on through the very fix-up
+// that reading applies, run on the negated values (-v - base is exactly -(v + base)), so that
+// writing and reading take off and put on the same base. One key far outside the fix-up's
+// tolerance keeps the stream from being dropped as flat.
+std::unique_ptr<ControlStream> WithShaderBase(const Anim& anim, int controlIndex, const ra::MeshGroup* pGroup)
+{
+    const ControlStream* pStream = anim.GetControlStream(controlIndex);
+    const ControlInfo& info = anim.GetControlInfo(controlIndex);
+    if (pStream == nullptr || pGroup == nullptr || info.targetType != ControlInfo::Target_Shader)
+        return CopyStream(pStream);
+    const uint32 keyCount = pStream->GetKeyCount();
+    auto pNegated = std::make_unique<ControlStream>(keyCount + 1);
+    for (uint32 k = 0; k < keyCount; ++k)
+    {
+        pNegated->SetTime(k, pStream->GetKeyTime(k));
+        pNegated->SetValue(k, -pStream->GetKeyValue(k));
+    }
+    pNegated->SetTime(keyCount, 2.0f);
+    pNegated->SetValue(keyCount, -1.0e6f);
+    AnimInterm probe;
+    probe.AddControlStream(anim.GetControlName(controlIndex), info, std::move(pNegated));
+    probe.FixControlStreams(*pGroup);
+    const ControlStream* pFixed = probe.GetControlStreamCount() == 1 ? probe.GetControlStream(0) : nullptr;
+    if (pFixed == nullptr || pFixed->GetKeyCount() != keyCount + 1)
+        return CopyStream(pStream);
+    auto pOut = std::make_unique<ControlStream>(keyCount);
+    for (uint32 k = 0; k < keyCount; ++k)
+    {
+        pOut->SetTime(k, pStream->GetKeyTime(k));
+        pOut->SetValue(k, -pFixed->GetKeyValue(k));
+    }
+    return pOut;
+}
+
 bool HasBoneStreams(const Anim& anim)
 {
     for (int i = 0; i < anim.GetBoneCount(); ++i)
@@ -242,7 +278,11 @@ void AnimLoadInterm::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Anim
     for (int i = 0; i < pAnim->GetControlStreamCount(); ++i)
     {
         chunky.OpenDataChunk(ID_CONS, CONSVersion, ra::NameText(pAnim->GetControlName(i)));
-        AnimLoadGeneric::WriteControl(adapter, pAnim->GetControlInfo(i), pAnim->GetControlStream(i));
+        if (pInterm != nullptr)
+            AnimLoadGeneric::WriteControl(adapter, pAnim->GetControlInfo(i), pAnim->GetControlStream(i));
+        else
+            AnimLoadGeneric::WriteControl(adapter, pAnim->GetControlInfo(i),
+                                          WithShaderBase(*pAnim, i, model.GetMeshGroup()).get());
         chunky.CloseChunk();
     }
     for (int i = 0; i < pAnim->GetCameraCount(); ++i)

@@ -28,7 +28,8 @@ public:
     static int Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& list);
     // Writes the node's animation in the intermediate form. An AnimInterm is the exporter's raw
     // sampling and is written as it stands; an ordinary animation has its bone matrices sampled
-    // from its streams once per frame, against the model's skeleton.
+    // from its streams once per frame, against the model's skeleton, and its shader control values
+    // put back on their shader's base.
     static void Save(Chunky& chunky, ByteStreamAdapter& adapter, const AnimListNode& node,
                      const RenderModel& model);
 };

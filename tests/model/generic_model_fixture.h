@@ -219,6 +219,9 @@ inline std::unique_ptr<RenderModel> BuildWalker(const WalkerOptions& options = W
     pGlow->SetColour(Shader::CN_SelfIllumination, 0xFF202020);
     pGlow->SetTransform(Shader::CN_Diffuse, Counting(0.5f));
     pGlow->SetTransform2(Shader::CN_Diffuse, Counting(-2.0f));
+    // The values as loaded, which animation works relative to, are the ones set.
+    pGlow->SetBaseColour(Shader::CN_Diffuse, 0x80FF8040);
+    pGlow->SetBaseTransform(Shader::CN_Diffuse, Counting(0.5f));
     Inv::Reference<Shader> glow = AddShaderImp(std::move(pGlow));
     Inv::Reference<Shader> team;
     if (options.sharedShader)

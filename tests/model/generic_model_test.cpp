@@ -695,6 +695,12 @@ TEST(GenericModel, IntermediateFormWritesSampledMatricesAndReadsBackConverted)
             EXPECT_NEAR(p0.y, p1.y, 1e-5f);
             EXPECT_NEAR(p0.z, p1.z, 1e-5f);
         }
+    // Shader control values go out with their shader's base on and come back relative again.
+    const int colour = read.FindControlStream(ra::MakeName("walker_glow"));
+    ASSERT_NE(colour, Anim::InvalidIndex);
+    for (uint32 k = 0; k < 3; ++k)
+        EXPECT_NEAR(read.GetControlStream(colour)->GetKeyValue(k), built.GetControlStream(0)->GetKeyValue(k),
+                    1e-6f);
     // A bone that doesn't move is left without streams; every mesh has a visibility stream.
     EXPECT_EQ(read.GetPositionStream(0), nullptr);
     int visibility = 0;
