@@ -7,6 +7,7 @@
 #include "model/modelloadgeneric.h"
 #include "model/rendermodel.h"
 #include "model/shader.h"
+#include "playback/animbvbuilder.h"
 #include "render/device.h"
 #include "storage/bytestream.h"
 #include "storage/chunky.h"
@@ -271,9 +272,9 @@ void PrintText(const RenderModel& model, const Json& info)
                 model.GetConditionList().GetConditionCount(), model.GetModifierList().GetModifierCount());
 }
 
-// What one model command runs in: the null render device, the inventory, the loaders, the plain
-// disk under "TOOL" and, when given, a folder under "GENERIC" for cross-references and shared
-// shaders. Taken down in reverse order.
+// What one model command runs in: the null render device, the inventory, the loaders and the
+// builder of animation boxes, the plain disk under "TOOL" and, when given, a folder under
+// "GENERIC" for cross-references and shared shaders. Taken down in reverse order.
 class ModelSession
 {
 public:
@@ -290,6 +291,7 @@ public:
         m_device = fr::Interface::CreateDevice({}) != nullptr;
         m_inventory = Inv::Warehouse::Create();
         RenderModelLoadGeneric::Register();
+        AnimBVBuilder::Register();
     }
     ~ModelSession()
     {

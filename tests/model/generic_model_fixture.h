@@ -355,6 +355,9 @@ inline std::unique_ptr<RenderModel> BuildWalker(const WalkerOptions& options = W
     AnimListNode* pIdleNode = nullptr;
     {
         std::unique_ptr<AnimListNode> pNode = NodeFor(*pModel, idle);
+        // Boxes held by every node: a tool with the playback layer would build the missing ones on
+        // reading, and the sample would not convert to itself.
+        pNode->SetBV({-0.5f, 0, -0.5f}, {0.5f, 2, 0.5f});
         pIdleNode = pNode.get();
         pModel->GetAnimList()->AddAnim(std::move(pNode), false);
     }
