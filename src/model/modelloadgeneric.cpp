@@ -343,6 +343,8 @@ void RenderModelLoadGeneric::LoadEbp(Chunky& chunky, ByteStreamAdapter& adapter,
                                      const char* folder)
 {
     chunky.ReadFolderChunk(ID_REBP, REBPVersion);
+    if (model.GetAnimList() == nullptr)
+        model.SetAnimList(std::make_unique<AnimListGeneric>(model));
     AnimList& animList = *model.GetAnimList();
     const char* modelName = ModelName(model);
     ChunkInfo info;

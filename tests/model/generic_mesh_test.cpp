@@ -349,4 +349,12 @@ TEST(GenericMesh, LegacyTreeReadsNodesGeometryAndCrossReferences)
         // The cross-referenced mesh's model is not there: logged, and no stand-in either.
         EXPECT_TRUE(log.Has("MODELS -- Unable to load XREF Mesh 'blade' from 'art/missing'!"));
     }
+    // A cross-reference below version 3 names its model relative to the file's folder; below
+    // version 4 it may carry two more strings.
+    LogCapture log;
+    LoadLegacy(Folder(
+        "MESH", 2,
+        Folder("GGRP", 1,
+               node(Data("XREF", 2, Bytes().Str("old\\donor").Str("axe").U8(1).Str("x").Str("y")), 1))));
+    EXPECT_TRUE(log.Has("MODELS -- Unable to load XREF Mesh 'axe' from 'GENERIC:art\\old\\donor'!"));
 }
