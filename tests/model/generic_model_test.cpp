@@ -16,7 +16,7 @@ namespace
 // The device, the inventory, the loaders and a disk folder under "GENERIC".
 struct ModelEnv
 {
-    ModelEnv() { RenderModelLoadGeneric::Register(); }
+    RegisteredLoaders loaders;
     Env env;
     MountedFolder generic{"GENERIC"};
 };

@@ -45,7 +45,7 @@ std::string ReadFile(const fs::path& path)
 // The walker written by the generic writer: the .sgm and .ebp bytes.
 std::pair<std::string, std::string> WriteWalker()
 {
-    RenderModelLoadGeneric::Register();
+    RegisteredLoaders loaders;
     model_test::Env env;
     MountedFolder generic("GENERIC");
     {

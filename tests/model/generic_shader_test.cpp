@@ -195,7 +195,7 @@ TEST(GenericShader, SharedShadersAreWrittenByNameAndReadFromTheirFile)
 {
     Env env;
     MountedFolder generic("GENERIC");
-    ShaderLoadGeneric::Register();
+    RegisteredLoaders loaders;
     Inv::Reference<Texture> texture = AddPatternedTexture("art/textures/team");
     ShaderImp shared("Team_Colour");
     shared.SetShared(true);

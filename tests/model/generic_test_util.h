@@ -6,8 +6,11 @@
 #include "inventory/warehouse.h"
 #include "math/matrix.h"
 #include "model/mesh.h"
+#include "model/modelloadgeneric.h"
+#include "model/rendermodeltypeinfo.h"
 #include "model/shader_test_env.h"
 #include "model/shaderimp.h"
+#include "model/shadertypeinfo.h"
 #include "model/skeleton.h"
 #include "render/device.h"
 #include "render/logcapture.h"
@@ -31,6 +34,27 @@ namespace generic_test
 using model_test::Chunk;
 using model_test::FileHeader;
 using model_test::U32;
+
+// The readers of this library registered for one test: the inventory loads models and shared
+// shaders through them. The hooks are process-wide, so they are put back as they were.
+class RegisteredLoaders
+{
+public:
+    RegisteredLoaders() : m_shaderReader(ShaderTypeInfo::GetShaderReader())
+    {
+        RenderModelLoadGeneric::Register();
+    }
+    ~RegisteredLoaders()
+    {
+        ShaderTypeInfo::SetShaderReader(m_shaderReader);
+        RenderModelTypeInfo::SetGenericLoader(nullptr);
+    }
+    RegisteredLoaders(const RegisteredLoaders&) = delete;
+    RegisteredLoaders& operator=(const RegisteredLoaders&) = delete;
+
+private:
+    ShaderTypeInfo::ShaderReader m_shaderReader;
+};
 
 // A fresh folder on disk under an alias of the path table ("GENERIC", "DATA"...); both go at the
 // end of the test.
