@@ -246,8 +246,13 @@ void AnimLoadInterm::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Anim
     if (!dbAssert(pAnim))
         return;
     const char* name = ra::NameText(pAnim->GetName());
-    if (!dbAssert(name) || !dbAssert(name[0] != '\0'))
+    if (!dbAssert(name))
         return;
+    if (name[0] == '\0')
+    {
+        dbBreakMsg("name[ 0 ] != '\\0'");
+        return;
+    }
     const auto* pInterm = dynamic_cast<const AnimInterm*>(pAnim);
     const Skeleton* pSkeleton = model.GetSkeleton();
 

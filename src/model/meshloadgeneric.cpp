@@ -631,7 +631,8 @@ void MeshLoadGeneric::SaveMesh(Chunky& chunky, ByteStreamAdapter& adapter, const
     chunky.CloseChunk();
 
     // A mesh of a model file always has its volume; one without is written as not valid.
-    dbAssert(mesh.HasBV());
+    if (!mesh.HasBV())
+        dbBreakMsg("m_bv.IsValid()");
     WriteBoundVolume(chunky, adapter, mesh.HasBV() ? mesh.GetBV() : ra::BoundVolume());
     chunky.CloseChunk();
 }

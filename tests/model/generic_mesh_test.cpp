@@ -358,3 +358,41 @@ TEST(GenericMesh, LegacyTreeReadsNodesGeometryAndCrossReferences)
                node(Data("XREF", 2, Bytes().Str("old\\donor").Str("axe").U8(1).Str("x").Str("y")), 1))));
     EXPECT_TRUE(log.Has("MODELS -- Unable to load XREF Mesh 'axe' from 'GENERIC:art\\old\\donor'!"));
 }
+
+TEST(GenericMesh, MeshWithoutVolumeIsWrittenInvalidAfterItsAssertion)
+{
+    Env env;
+    Inv::Reference<Shader> shader = model_test::AddShader("stone");
+    const Inv::Reference<ra::Mesh> mesh = model_test::AddMesh(model_test::MakeMesh("Rock", {shader}));
+    {
+        dbg::ScopedThrowOnAssert throwing;
+        try
+        {
+            WriteChunks([&](Chunky& c, ByteStreamAdapter& a)
+                        { MeshLoadGeneric::SaveMesh(c, a, *mesh.Get(), "rock"); });
+            ADD_FAILURE() << "no assertion";
+        }
+        catch (const std::runtime_error& e)
+        {
+            EXPECT_NE(std::string(e.what()).find("m_bv.IsValid()"), std::string::npos) << e.what();
+        }
+    }
+    dbg::ScopedThrowOnAssert passing(false);
+    const std::string file = WriteChunks([&](Chunky& c, ByteStreamAdapter& a)
+                                         { MeshLoadGeneric::SaveMesh(c, a, *mesh.Get(), "rock"); });
+    EXPECT_EQ(file.substr(file.size() - 21), Data("BVOL", 2, Bytes().U8(0)));
+}
+
+TEST(GenericMesh, StringsOfTheBufferLengthReadAndLongerOnesOverrun)
+{
+    Env env;
+    auto skinned = [](const std::string& bone)
+    {
+        Bytes b;
+        b.U32(0).U8(1).I32(0).I32(0).I32(1).Str(bone).U32(0).I32(0).U32(0).I32(0);
+        return Folder("MSGR", 1, Folder("MSLC", 1, Data("DATA", 2, b), "rock") + GroupData("rock"));
+    };
+    std::unique_ptr<ra::MeshGroup> p = LoadGroup(skinned(std::string(260, 'b')));
+    EXPECT_EQ(Text(p->GetMesh(0)->GetSkinnedTransformName(0)), std::string(260, 'b'));
+    EXPECT_THROW(LoadGroup(skinned(std::string(261, 'b'))), ByteStream::Exception);
+}
