@@ -396,8 +396,7 @@ int RunConvert(const std::string& in, const std::string& out, bool interm, const
 cli::CommandRegistrar s_model(
     [](CLI::App& app, int& exitCode)
     {
-        CLI::App* model = app.add_subcommand("model", "Inspect and convert generic model files (.sgm, .ebp)");
-        model->require_subcommand(1);
+        CLI::App* model = cli::GetOrAddSubcommand(app, "model", "Inspect, convert and pose model files (.sgm, .ebp)");
 
         CLI::App* info = model->add_subcommand("info", "Print what a model file holds");
         info->footer(

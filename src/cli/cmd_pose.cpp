@@ -225,7 +225,7 @@ int RunPose(const std::string& file, const std::string& animName, float seconds,
 cli::CommandRegistrar s_pose(
     [](CLI::App& app, int& exitCode)
     {
-        CLI::App* model = cli::GetOrAddSubcommand(app, "model", "Model files");
+        CLI::App* model = cli::GetOrAddSubcommand(app, "model", "Inspect, convert and pose model files (.sgm, .ebp)");
         CLI::App* pose = model->add_subcommand("pose", "Pose a model at a time of one of its animations");
         pose->footer(
             "FILE is a generic model file (.sgm, with its .ebp). ANIM is played alone from its start\n"
