@@ -510,7 +510,7 @@ void SceneReader::ReadProperties(const At& list)
     {
         const At entry = list.Element(i);
         Keys(entry, {"name", "id", "type", "value"});
-        PROPSPEC spec;
+        PROPSPEC propSpec;
         if (entry.Has("name") == entry.Has("id"))
             Fail(entry.path, "a property has either a \"name\" or an \"id\"");
         if (entry.Has("name"))
@@ -518,13 +518,13 @@ void SceneReader::ReadProperties(const At& list)
             const std::string name = String(entry.Member("name"));
             std::vector<wchar16> wide(name.size() + 1);
             AnsiToWide(name.c_str(), wide.data(), uint32(wide.size()));
-            spec.ulKind = PRSPEC_LPWSTR;
-            spec.lpwstr = wide.data();
+            propSpec.ulKind = PRSPEC_LPWSTR;
+            propSpec.lpwstr = wide.data();
         }
         else
         {
-            spec.ulKind = PRSPEC_PROPID;
-            spec.propid = uint32(Integer(entry.Member("id"), 0, 0xFFFFFFFF));
+            propSpec.ulKind = PRSPEC_PROPID;
+            propSpec.propid = uint32(Integer(entry.Member("id"), 0, 0xFFFFFFFF));
         }
         const At value = Required(entry, "value", "the property's value");
         std::string type;
@@ -595,7 +595,7 @@ void SceneReader::ReadProperties(const At& list)
         else
             Fail(entry.path + "/type", "unknown type " + Quoted(type) +
                                            " (expected bool, int, float, double, string, wstring or date)");
-        m_pScene->m_cProperty.emplace_back(std::move(spec), std::move(var));
+        m_pScene->m_cProperty.emplace_back(std::move(propSpec), std::move(var));
     }
 }
 
