@@ -26,6 +26,7 @@ seeds_for() {
     case "$1" in
         chunky) echo samples/chunks ;;
         configfile) echo samples/project ;;
+        image_*) echo samples/images ;;
         *) [[ -d "samples/$1" ]] && echo "samples/$1" ;;
     esac
 }
