@@ -27,6 +27,7 @@ seeds_for() {
         chunky) echo samples/chunks ;;
         configfile) echo samples/project ;;
         image_*) echo samples/images ;;
+        model_sgm) echo samples/models ;;
         *) [[ -d "samples/$1" ]] && echo "samples/$1" ;;
     esac
 }
