@@ -123,4 +123,23 @@ void BoundVolume::Add(const BoundVolume& other)
     other.GetMinMax(corners[0], corners[1]);
     AddPoints(corners, 2);
 }
+
+Matrix34 LookAt(const Vec3& position, const Vec3& target, const Vec3& up)
+{
+    Matrix34 m;
+    m.r[3] = position;
+    const Vec3 view = target - position;
+    if (Dot(view, view) <= 0.0f)
+        return m;
+    const Vec3 z = Normalize(view);
+    Vec3 x = Cross(up, z);
+    // An up vector along the view gives no side: take a world axis that is not along it.
+    if (Dot(x, x) < 1e-12f)
+        x = Cross(std::fabs(z.x) < 0.9f ? Vec3{1, 0, 0} : Vec3{0, 0, 1}, z);
+    x = Normalize(x);
+    m.r[0] = x;
+    m.r[1] = Cross(z, x);
+    m.r[2] = z;
+    return m;
+}
 } // namespace ra

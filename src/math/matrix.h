@@ -32,6 +32,11 @@ Vec3 TransformPoint(const Vec3& p, const Matrix34& m);
 Vec3 TransformVector(const Vec3& v, const Matrix34& m);
 // The inverse of an affine matrix; a singular one gives the identity.
 Matrix34 Inverse(const Matrix34& m);
+// The transform of an object at `position` that looks at `target`: row 2 points to the target,
+// row 0 is perpendicular to it and to `up`, row 1 completes a right-handed frame, row 3 is the
+// position. When `up` runs along the view the world's x or z axis stands in for it; a target on
+// the position keeps the identity's rotation.
+Matrix34 LookAt(const Vec3& position, const Vec3& target, const Vec3& up);
 
 // An oriented box: centre, half extents along its axes ("scale"), and the rotation whose rows are
 // the axes. This is the bound volume of meshes, groups and models.

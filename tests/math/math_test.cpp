@@ -74,3 +74,28 @@ TEST(BoundVolume, GrowsToHoldPointsAndOtherVolumes)
     ExpectNear(lo, {-1, 0, -2});
     ExpectNear(hi, {10, 10, 10});
 }
+
+TEST(LookAt, RowTwoPointsAtTheTargetAndTheFrameIsRightHanded)
+{
+    const ra::Matrix34 m = ra::LookAt({1, 2, 3}, {1, 2, 13}, {0, 1, 0});
+    EXPECT_EQ(m.r[3], (ra::Vec3{1, 2, 3}));
+    EXPECT_NEAR(m.r[2].z, 1.0f, 1e-6f);
+    // Up (0,1,0) crossed with the view (0,0,1) is +x; row 1 comes back as the up vector.
+    EXPECT_NEAR(m.r[0].x, 1.0f, 1e-6f);
+    EXPECT_NEAR(m.r[1].y, 1.0f, 1e-6f);
+    const ra::Vec3 c = ra::Cross(m.r[0], m.r[1]);
+    EXPECT_NEAR(ra::Dot(c, m.r[2]), 1.0f, 1e-6f);
+}
+
+TEST(LookAt, UpAlongTheViewStillGivesAnOrthonormalFrame)
+{
+    const ra::Matrix34 m = ra::LookAt({0, 0, 0}, {0, 5, 0}, {0, 1, 0});
+    EXPECT_NEAR(m.r[2].y, 1.0f, 1e-6f);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_NEAR(ra::Dot(m.r[i], m.r[i]), 1.0f, 1e-5f);
+    EXPECT_NEAR(ra::Dot(m.r[0], m.r[1]), 0.0f, 1e-6f);
+    EXPECT_NEAR(ra::Dot(m.r[0], m.r[2]), 0.0f, 1e-6f);
+    // A target on the position keeps the identity rotation.
+    const ra::Matrix34 same = ra::LookAt({4, 4, 4}, {4, 4, 4}, {0, 1, 0});
+    EXPECT_EQ(same.r[0], (ra::Vec3{1, 0, 0}));
+}
