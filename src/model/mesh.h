@@ -74,6 +74,13 @@ public:
     int32 GetMeshType() const { return m_meshType; }
     void SetRenderFlag(bool render) { m_render = render; }
     bool GetRenderFlag() const { return m_render; }
+    // The lowest detail setting at which the mesh is still drawn: 0 always, 1 from medium, 2 from
+    // high. The exporter takes it from the node; model files do not carry it.
+    void SetMinDetail(int32 level) { m_minDetail = level; }
+    int32 GetMinDetail() const { return m_minDetail; }
+    // Whether picking a child of the model may select this mesh; 1 unless the node says otherwise.
+    void SetChildSelection(int32 flag) { m_childSelection = flag; }
+    int32 GetChildSelection() const { return m_childSelection; }
 
     // Faces per level, as the exporter reported them.
     void SetPolyCount(uint32 level, int32 n);
@@ -129,6 +136,8 @@ private:
     Name m_name;
     int32 m_meshType = 0;
     bool m_render = true;
+    int32 m_minDetail = 0;
+    int32 m_childSelection = 1;
     std::vector<SkinnedTransform> m_skinnedTransforms;
     std::unique_ptr<fr::VertexSet> m_pVertexSets[Poly_Count];
     int32 m_polyCount[Poly_Count] = {0, 0};
