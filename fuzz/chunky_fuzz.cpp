@@ -1,7 +1,6 @@
 // Feeds arbitrary bytes to the chunk reader: a full walk of the tree with every kind of open,
 // skip, payload read and close, as format code makes them.
-#include "foundation/output.h"
-#include "foundation/runoptions.h"
+#include "fuzzsupport.h"
 #include "storage/chunky.h"
 #include "storage/ramstream.h"
 
@@ -11,15 +10,6 @@
 
 namespace
 {
-// Assertions report and take their safe return; the reports are dropped, and no stack is taken.
-bool Quiet()
-{
-    static dbg::DebugSpewDispatcher s_quiet;
-    dbg::SetDispatcher(&s_quiet);
-    RunOptions::SetFileText("notrace");
-    return true;
-}
-
 // What the walk does with a chunk, chosen from its id and version so that every path is reached.
 void VisitData(Chunky& chunky, ByteStreamAdapter& adapter, const ChunkInfo& info)
 {
@@ -111,13 +101,12 @@ void Walk(Chunky& chunky, ByteStreamAdapter& adapter)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const bool s_quiet = Quiet();
+    static const bool s_quiet = fuzz::Quiet();
     (void)s_quiet;
     if (size > 0x7FFFFFFF)
         return 0;
     RamStream stream;
-    // The reader never writes: the block is only lent as a read stream.
-    stream.Attach(const_cast<uint8_t*>(data), uint32(size), false, ByteStream::Mode_Read);
+    fuzz::LendReadOnly(stream, data, size);
     ByteStreamAdapter adapter(stream);
     try
     {

@@ -1,7 +1,6 @@
 // Feeds arbitrary bytes to the ini reader of pipeline.ini, then reads every section and key back
 // through each typed read, as the pipeline does.
-#include "foundation/output.h"
-#include "foundation/runoptions.h"
+#include "fuzzsupport.h"
 #include "pipeline/configfile.h"
 #include "storage/ramstream.h"
 
@@ -10,21 +9,9 @@
 #include <string>
 #include <vector>
 
-namespace
-{
-// Warnings and assertion reports are dropped, and no stack is taken.
-bool Quiet()
-{
-    static dbg::DebugSpewDispatcher s_quiet;
-    dbg::SetDispatcher(&s_quiet);
-    RunOptions::SetFileText("notrace");
-    return true;
-}
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const bool s_quiet = Quiet();
+    static const bool s_quiet = fuzz::Quiet();
     (void)s_quiet;
     if (size > (1u << 20))
         return 0;

@@ -2,8 +2,7 @@
 // new model, or an "REBP" entity tree read into an empty one, with the null render device and the
 // inventory that a tool loads models into. What a load puts into the inventory is let go after
 // each input.
-#include "foundation/output.h"
-#include "foundation/runoptions.h"
+#include "fuzzsupport.h"
 #include "inventory/warehouse.h"
 #include "model/animlist.h"
 #include "model/modelloadgeneric.h"
@@ -20,12 +19,9 @@ namespace
 {
 constexpr uint32 ID_REBP = FourCC("REBP");
 
-// Assertions report and take their safe return; the reports are dropped, and no stack is taken.
 bool Setup()
 {
-    static dbg::DebugSpewDispatcher s_quiet;
-    dbg::SetDispatcher(&s_quiet);
-    RunOptions::SetFileText("notrace");
+    fuzz::Quiet();
     fr::Interface::CreateDevice({});
     Inv::Warehouse::Create();
     RenderModelLoadGeneric::Register();
@@ -56,8 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (size > 0x7FFFFFFF)
         return 0;
     RamStream stream;
-    // The reader never writes: the block is only lent as a read stream.
-    stream.Attach(const_cast<uint8_t*>(data), uint32(size), false, ByteStream::Mode_Read);
+    fuzz::LendReadOnly(stream, data, size);
     ByteStreamAdapter adapter(stream);
     Inv::Warehouse* pWarehouse = Inv::Warehouse::Get();
     pWarehouse->PushFrame("fuzz");
