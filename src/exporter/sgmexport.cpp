@@ -290,8 +290,7 @@ bool SGMExport::RunExport(SGMExportOptions& options)
     // messages.
     WalkScene(options, m_pInterface != nullptr ? m_pInterface->GetRootNode() : nullptr);
 
-    // Assembly joins here once the mesh and animation stages are in.
-    std::unique_ptr<RenderModel> pModel;
+    std::unique_ptr<RenderModel> pModel = BuildRenderModel(options);
     if (pModel != nullptr && pModel->GetMeshGroup() != nullptr)
     {
         MakeFileFolders(options.filename);
