@@ -100,3 +100,19 @@ void VertexWeight::Pack(uint8 (&out)[PackedSize]) const
     std::memcpy(out, scaled, sizeof(scaled));
     std::memcpy(out + sizeof(scaled), index, MaxInfluences);
 }
+
+void VertexWeight::Add(uint8 bone, float w)
+{
+    AddWeight(bone, w);
+}
+
+void VertexWeight::Store(float (&outWeight)[3], uint8 (&outBone)[MaxInfluences]) const
+{
+    dbAssert(weight[0] + weight[1] + weight[2] + weight[3] < 1.001f);
+    const float s = Sum();
+    const float f = s > 0 ? 1.0f / s : s;
+    for (uint32 i = 0; i < 3; ++i)
+        outWeight[i] = weight[i] * f;
+    for (uint32 i = 0; i < MaxInfluences; ++i)
+        outBone[i] = index[i];
+}

@@ -31,4 +31,12 @@ struct VertexWeight
     // fourth is implied), then the four slots. A record without weight writes zeros.
     void Pack(uint8 (&out)[PackedSize]) const;
     float Sum() const { return weight[0] + weight[1] + weight[2] + weight[3]; }
+
+    // The exporter's forms. Add is AddWeight under the exporter's name: a held bone gains the
+    // weight in its place (so the order can stop falling), a new one takes the first place of a
+    // smaller weight, and one weaker than all four held is dropped.
+    void Add(uint8 bone, float w);
+    // The stored record of a skinned vertex: the first three weights scaled so that all four sum
+    // to 1 (a sum under 1 is scaled up; no weight at all gives zeros) and the four bone bytes.
+    void Store(float (&outWeight)[3], uint8 (&outBone)[MaxInfluences]) const;
 };
