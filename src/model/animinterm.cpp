@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <utility>
 
 namespace
@@ -86,8 +87,76 @@ template <class StreamT> void TurnToHemisphere(StreamT& stream, ra::Quat start)
     }
 }
 
-// The value of a shader parameter as loaded, which the file's control keys carry on top of.
-float ShaderBaseValue(const Shader& shader, const ControlInfo& info)
+template <class StreamT> std::unique_ptr<StreamT> CopyStream(const std::unique_ptr<StreamT>& pStream)
+{
+    return pStream ? std::make_unique<StreamT>(*pStream) : nullptr;
+}
+
+template <class StreamT>
+bool SameStream(const std::unique_ptr<StreamT>& pA, const std::unique_ptr<StreamT>& pB)
+{
+    if (!pA || !pB)
+        return !pA && !pB;
+    return pA->GetKeyDataSize() == pB->GetKeyDataSize() &&
+           std::memcmp(pA->GetKeyData(), pB->GetKeyData(), pA->GetKeyDataSize()) == 0;
+}
+
+// Deep copies of an animation's entries, streams and all.
+void CopyEntries(const Anim& from, std::vector<Anim::BoneAnim>& cBone, std::vector<Anim::CameraAnim>& cCamera,
+                 std::vector<Anim::ControlAnim>& cControl)
+{
+    cBone.clear();
+    for (const Anim::BoneAnim& bone : from.GetBoneAnims())
+        cBone.push_back(
+            {bone.name, bone.isAnimated, CopyStream(bone.positionStream), CopyStream(bone.rotationStream)});
+    cCamera.clear();
+    for (const Anim::CameraAnim& camera : from.GetCameraAnims())
+        cCamera.push_back(
+            {camera.name, CopyStream(camera.positionStream), CopyStream(camera.rotationStream)});
+    cControl.clear();
+    for (const Anim::ControlAnim& control : from.GetControlAnims())
+        cControl.push_back({control.name, control.info, CopyStream(control.stream)});
+}
+
+// Whether two animations hold the same entries with the same keys, bit for bit.
+bool SameEntries(const Anim& a, const Anim& b)
+{
+    const float timeA = a.GetTime();
+    const float timeB = b.GetTime();
+    if (a.GetName() != b.GetName() || a.GetFrameCount() != b.GetFrameCount() ||
+        std::memcmp(&timeA, &timeB, sizeof(float)) != 0)
+        return false;
+    const std::vector<Anim::BoneAnim>& cBoneA = a.GetBoneAnims();
+    const std::vector<Anim::BoneAnim>& cBoneB = b.GetBoneAnims();
+    if (cBoneA.size() != cBoneB.size())
+        return false;
+    for (size_t i = 0; i < cBoneA.size(); ++i)
+        if (cBoneA[i].name != cBoneB[i].name || cBoneA[i].isAnimated != cBoneB[i].isAnimated ||
+            !SameStream(cBoneA[i].positionStream, cBoneB[i].positionStream) ||
+            !SameStream(cBoneA[i].rotationStream, cBoneB[i].rotationStream))
+            return false;
+    const std::vector<Anim::CameraAnim>& cCameraA = a.GetCameraAnims();
+    const std::vector<Anim::CameraAnim>& cCameraB = b.GetCameraAnims();
+    if (cCameraA.size() != cCameraB.size())
+        return false;
+    for (size_t i = 0; i < cCameraA.size(); ++i)
+        if (cCameraA[i].name != cCameraB[i].name ||
+            !SameStream(cCameraA[i].positionStream, cCameraB[i].positionStream) ||
+            !SameStream(cCameraA[i].rotationStream, cCameraB[i].rotationStream))
+            return false;
+    const std::vector<Anim::ControlAnim>& cControlA = a.GetControlAnims();
+    const std::vector<Anim::ControlAnim>& cControlB = b.GetControlAnims();
+    if (cControlA.size() != cControlB.size())
+        return false;
+    for (size_t i = 0; i < cControlA.size(); ++i)
+        if (cControlA[i].name != cControlB[i].name || !(cControlA[i].info == cControlB[i].info) ||
+            !SameStream(cControlA[i].stream, cControlB[i].stream))
+            return false;
+    return true;
+}
+} // namespace
+
+float AnimInterm::ShaderBaseValue(const Shader& shader, const ControlInfo& info)
 {
     if (info.channel < 0 || info.channel >= int32(Shader::CN_Count))
         return 0.0f;
@@ -112,7 +181,22 @@ float ShaderBaseValue(const Shader& shader, const ControlInfo& info)
         return 0.0f;
     }
 }
-} // namespace
+
+std::unique_ptr<AnimInterm> AnimInterm::Clone() const
+{
+    auto pCopy = std::make_unique<AnimInterm>();
+    if (const char* text = Inv::NamedResource::GetName())
+        pCopy->SetName(text);
+    pCopy->m_name = m_name;
+    pCopy->m_frameCount = m_frameCount;
+    pCopy->m_time = m_time;
+    pCopy->m_inverseTime = m_inverseTime;
+    CopyEntries(*this, pCopy->m_boneAnims, pCopy->m_cameraAnims, pCopy->m_controlAnims);
+    pCopy->m_BoneMatrixStream.clear();
+    for (const std::unique_ptr<BoneMatrixStream>& pStream : m_BoneMatrixStream)
+        pCopy->m_BoneMatrixStream.push_back(CopyStream(pStream));
+    return pCopy;
+}
 
 void AnimInterm::SetBoneCount(int boneCount)
 {
@@ -283,4 +367,25 @@ void AnimInterm::AddDefaultVisibilityStreams(const ra::MeshGroup& meshGroup)
         pStream->SetValue(0, 0.0f);
         AddControlStream(meshName, info, std::move(pStream));
     }
+}
+
+AnimFromInterm::AnimFromInterm(const AnimInterm& converted, std::unique_ptr<AnimInterm> pSource)
+    : m_pSource(std::move(pSource))
+{
+    if (const char* text = converted.Inv::NamedResource::GetName())
+        SetName(text);
+    m_name = converted.GetName();
+    m_frameCount = converted.GetFrameCount();
+    m_time = converted.GetTime();
+    m_inverseTime = converted.GetInverseTime();
+    CopyEntries(converted, m_boneAnims, m_cameraAnims, m_controlAnims);
+}
+
+bool AnimFromInterm::SourceHolds(const RenderModel& model) const
+{
+    if (m_pSource == nullptr)
+        return false;
+    std::unique_ptr<AnimInterm> pConverted = m_pSource->Clone();
+    pConverted->Convert(model);
+    return SameEntries(*pConverted, *this);
 }

@@ -1,7 +1,8 @@
 // AnimInterm: the working form of an animation that the exporter fills with sampled model-space
 // bone matrices. After a load of the intermediate file it is converted to the ordinary form in
 // place: local position and rotation streams per bone, rotations on the short way, and control
-// streams made relative to their shader's base.
+// streams made relative to their shader's base. The model then holds an AnimFromInterm: the
+// converted animation, with the file's animation kept beside it for the intermediate writer.
 #pragma once
 
 #include "model/anim.h"
@@ -10,6 +11,7 @@
 #include <vector>
 
 class RenderModel;
+class Shader;
 class Skeleton;
 
 namespace ra
@@ -25,6 +27,14 @@ public:
 
     AnimInterm() = default;
     explicit AnimInterm(const char* name) : Anim(name) {}
+
+    // A deep copy: every entry with its streams, matrix streams included.
+    std::unique_ptr<AnimInterm> Clone() const;
+
+    // The value of a shader parameter as loaded, which the file's control keys carry on top of:
+    // for a colour the byte of its channel over 255, for an offset the translation of the base
+    // transform after the inverse of the second transform; 0 for anything else.
+    static float ShaderBaseValue(const Shader& shader, const ControlInfo& info);
 
     // Bone entries keep one matrix stream each.
     void SetBoneCount(int boneCount) override;
@@ -54,4 +64,26 @@ public:
 
 private:
     std::vector<std::unique_ptr<BoneMatrixStream>> m_BoneMatrixStream;
+};
+
+// An ordinary animation read from an intermediate file. It holds the converted streams as any
+// Anim does, and keeps the file's animation as it was read, before conversion: a conversion loses
+// bits (local from model-space matrices, the shader base off the control values) and drops
+// streams (flat controls), so the file could not be written again from the converted streams
+// alone. Only the intermediate writer looks at the source.
+class AnimFromInterm final : public Anim
+{
+public:
+    // Copies the converted streams of `converted` and keeps `pSource`, the same animation as read.
+    AnimFromInterm(const AnimInterm& converted, std::unique_ptr<AnimInterm> pSource);
+
+    const AnimInterm* GetSource() const { return m_pSource.get(); }
+    // Whether the source still belongs to this animation: converted again against `model` as it
+    // stands, it gives this animation's entries and streams byte for byte, so that a read of the
+    // source written out makes this animation again. An animation or a model changed since the
+    // read (a key, a stream, a bone's reference rotation, a shader's base) makes it stale.
+    bool SourceHolds(const RenderModel& model) const;
+
+private:
+    std::unique_ptr<AnimInterm> m_pSource;
 };

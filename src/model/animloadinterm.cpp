@@ -22,35 +22,7 @@ namespace
 {
 template <class StreamT> std::unique_ptr<StreamT> CopyStream(const StreamT* pStream)
 {
-    if (pStream == nullptr)
-        return nullptr;
-    auto pCopy = std::make_unique<StreamT>(pStream->GetKeyCount());
-    std::memcpy(pCopy->GetKeyData(), pStream->GetKeyData(), pStream->GetKeyDataSize());
-    return pCopy;
-}
-
-// The converted animation as an ordinary one, so that a model read from an intermediate file
-// holds what a model read from a generic file holds.
-std::unique_ptr<Anim> ToAnim(const AnimInterm& interm)
-{
-    auto pAnim = std::make_unique<Anim>(ra::NameText(interm.GetName()));
-    pAnim->SetFrameCount(interm.GetFrameCount());
-    pAnim->SetTime(interm.GetTime());
-    pAnim->SetBoneCount(interm.GetBoneCount());
-    for (int i = 0; i < interm.GetBoneCount(); ++i)
-    {
-        pAnim->SetBoneName(i, interm.GetBoneName(i));
-        pAnim->SetBoneAnimated(i, interm.IsBoneAnimated(i));
-        pAnim->SetPositionStream(i, CopyStream(interm.GetPositionStream(i)));
-        pAnim->SetRotationStream(i, CopyStream(interm.GetRotationStream(i)));
-    }
-    for (int i = 0; i < interm.GetCameraCount(); ++i)
-        pAnim->AddCamera(interm.GetCameraName(i), CopyStream(interm.GetCameraPositionStream(i)),
-                         CopyStream(interm.GetCameraRotationStream(i)));
-    for (int i = 0; i < interm.GetControlStreamCount(); ++i)
-        pAnim->AddControlStream(interm.GetControlName(i), interm.GetControlInfo(i),
-                                CopyStream(interm.GetControlStream(i)));
-    return pAnim;
+    return pStream ? std::make_unique<StreamT>(*pStream) : nullptr;
 }
 
 void ReadInfo(Payload& payload, Anim& anim)
@@ -175,38 +147,37 @@ std::vector<std::unique_ptr<BoneMatrixStream>> SampleBoneMatrices(const Anim& an
 }
 
 // An ordinary animation holds a shader's control values relative to the shader's base, while the
-// intermediate form holds them with the base on. The base goes back on through the very fix-up
-// that reading applies, run on the negated values (-v - base is exactly -(v + base)), so that
-// writing and reading take off and put on the same base. One key far outside the fix-up's
-// tolerance keeps the stream from being dropped as flat.
+// intermediate form holds them with the base on: the same base that reading takes off, added only
+// where reading subtracts one.
 std::unique_ptr<ControlStream> WithShaderBase(const Anim& anim, int controlIndex, const ra::MeshGroup* pGroup)
 {
-    const ControlStream* pStream = anim.GetControlStream(controlIndex);
+    std::unique_ptr<ControlStream> pStream = CopyStream(anim.GetControlStream(controlIndex));
     const ControlInfo& info = anim.GetControlInfo(controlIndex);
     if (pStream == nullptr || pGroup == nullptr || info.targetType != ControlInfo::Target_Shader)
-        return CopyStream(pStream);
-    const uint32 keyCount = pStream->GetKeyCount();
-    auto pNegated = std::make_unique<ControlStream>(keyCount + 1);
-    for (uint32 k = 0; k < keyCount; ++k)
+        return pStream;
+    const int32 shaderIndex = pGroup->FindShader(anim.GetControlName(controlIndex));
+    if (shaderIndex == ra::MeshGroup::InvalidIndex)
+        return pStream;
+    if (const Shader* pShader = pGroup->GetShader(shaderIndex).Get())
     {
-        pNegated->SetTime(k, pStream->GetKeyTime(k));
-        pNegated->SetValue(k, -pStream->GetKeyValue(k));
+        const float base = AnimInterm::ShaderBaseValue(*pShader, info);
+        if (base != 0.0f)
+            pStream->OffsetValues(base);
     }
-    pNegated->SetTime(keyCount, 2.0f);
-    pNegated->SetValue(keyCount, -1.0e6f);
-    AnimInterm probe;
-    probe.AddControlStream(anim.GetControlName(controlIndex), info, std::move(pNegated));
-    probe.FixControlStreams(*pGroup);
-    const ControlStream* pFixed = probe.GetControlStreamCount() == 1 ? probe.GetControlStream(0) : nullptr;
-    if (pFixed == nullptr || pFixed->GetKeyCount() != keyCount + 1)
-        return CopyStream(pStream);
-    auto pOut = std::make_unique<ControlStream>(keyCount);
-    for (uint32 k = 0; k < keyCount; ++k)
-    {
-        pOut->SetTime(k, pStream->GetKeyTime(k));
-        pOut->SetValue(k, -pFixed->GetKeyValue(k));
-    }
-    return pOut;
+    return pStream;
+}
+
+// What the intermediate form of `anim` is written from: an AnimInterm as it stands (the
+// exporter's sampling), or the file's animation kept by a read while it still converts to `anim`
+// against the model; null when the matrices must be sampled from the streams.
+const AnimInterm* IntermSource(const Anim& anim, const RenderModel& model)
+{
+    if (const auto* pInterm = dynamic_cast<const AnimInterm*>(&anim))
+        return pInterm;
+    const auto* pRead = dynamic_cast<const AnimFromInterm*>(&anim);
+    if (pRead != nullptr && pRead->SourceHolds(model))
+        return pRead->GetSource();
+    return nullptr;
 }
 
 bool HasBoneStreams(const Anim& anim)
@@ -215,6 +186,57 @@ bool HasBoneStreams(const Anim& anim)
         if (anim.GetPositionStream(i) || anim.GetRotationStream(i))
             return true;
     return false;
+}
+
+void WriteInfo(Chunky& chunky, ByteStreamAdapter& adapter, const Anim& anim)
+{
+    chunky.OpenDataChunk(ID_INFO, AnimInfoIntermVersion, nullptr);
+    WriteInt32(adapter, anim.GetFrameCount());
+    WriteFloat(adapter, anim.GetTime());
+    chunky.CloseChunk();
+}
+
+void WriteBoneMatrices(Chunky& chunky, ByteStreamAdapter& adapter, const Anim& anim, int boneIndex,
+                       const BoneMatrixStream* pMatrices)
+{
+    chunky.OpenDataChunk(ID_BANM, BANMIntermVersion, ra::NameText(anim.GetBoneName(boneIndex)));
+    WriteKeyStream(adapter, pMatrices);
+    WriteUInt8(adapter, anim.IsBoneAnimated(boneIndex) ? 1 : 0);
+    chunky.CloseChunk();
+}
+
+void WriteControl(Chunky& chunky, ByteStreamAdapter& adapter, const Anim& anim, int controlIndex,
+                  const ControlStream* pStream)
+{
+    chunky.OpenDataChunk(ID_CONS, CONSVersion, ra::NameText(anim.GetControlName(controlIndex)));
+    AnimLoadGeneric::WriteControl(adapter, anim.GetControlInfo(controlIndex), pStream);
+    chunky.CloseChunk();
+}
+
+void WriteCameras(Chunky& chunky, ByteStreamAdapter& adapter, const Anim& anim)
+{
+    for (int i = 0; i < anim.GetCameraCount(); ++i)
+    {
+        chunky.OpenDataChunk(ID_CMRA, CMRAAnimVersion, ra::NameText(anim.GetCameraName(i)));
+        WriteKeyStream(adapter, anim.GetCameraPositionStream(i));
+        WriteKeyStream(adapter, anim.GetCameraRotationStream(i));
+        chunky.CloseChunk();
+    }
+}
+
+// An AnimInterm as it stands: its matrices, its control values with their base on, its cameras.
+void WriteAnimInterm(Chunky& chunky, ByteStreamAdapter& adapter, const AnimInterm& anim, const char* name)
+{
+    chunky.OpenFolderChunk(ID_ANIM, ANIMIntermVersion, name);
+    chunky.OpenFolderChunk(ID_DATA, AnimDataIntermVersion, name);
+    WriteInfo(chunky, adapter, anim);
+    for (int i = 0; i < anim.GetBoneCount(); ++i)
+        WriteBoneMatrices(chunky, adapter, anim, i, anim.GetBoneMatrixStream(i));
+    for (int i = 0; i < anim.GetControlStreamCount(); ++i)
+        WriteControl(chunky, adapter, anim, i, anim.GetControlStream(i));
+    WriteCameras(chunky, adapter, anim);
+    chunky.CloseChunk();
+    chunky.CloseChunk();
 }
 } // namespace
 
@@ -232,8 +254,12 @@ int AnimLoadInterm::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& l
     if (!pInterm)
         ThrowBadContent(adapter, "Animation '%s' holds no data!", animName);
 
+    // The model holds the converted animation, as a read of the generic form gives it; the file's
+    // animation goes with it for the intermediate writer.
+    std::unique_ptr<AnimInterm> pSource = pInterm->Clone();
     pInterm->Convert(model);
-    Inv::Reference<Anim> animRef = Anim::AddToInventory(ToAnim(*pInterm));
+    Inv::Reference<Anim> animRef =
+        Anim::AddToInventory(std::make_unique<AnimFromInterm>(*pInterm, std::move(pSource)));
     if (!animRef.IsValid())
         return AnimList::InvalidIndex;
     return list.AddAnim(AnimLoadGeneric::MakeNode(model, animRef), true);
@@ -253,50 +279,25 @@ void AnimLoadInterm::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Anim
         dbBreakMsg("name[ 0 ] != '\\0'");
         return;
     }
-    const auto* pInterm = dynamic_cast<const AnimInterm*>(pAnim);
     const Skeleton* pSkeleton = model.GetSkeleton();
+    if (const AnimInterm* pInterm = IntermSource(*pAnim, model))
+    {
+        WriteAnimInterm(chunky, adapter, *pInterm, name);
+        return;
+    }
 
     chunky.OpenFolderChunk(ID_ANIM, ANIMIntermVersion, name);
     chunky.OpenFolderChunk(ID_DATA, AnimDataIntermVersion, name);
-
-    chunky.OpenDataChunk(ID_INFO, AnimInfoIntermVersion, nullptr);
-    WriteInt32(adapter, pAnim->GetFrameCount());
-    WriteFloat(adapter, pAnim->GetTime());
-    chunky.CloseChunk();
-
+    WriteInfo(chunky, adapter, *pAnim);
     std::vector<std::unique_ptr<BoneMatrixStream>> cSampled;
-    if (pInterm == nullptr && pSkeleton != nullptr && pSkeleton->GetBoneCount() == pAnim->GetBoneCount() &&
-        HasBoneStreams(*pAnim))
+    if (pSkeleton != nullptr && pSkeleton->GetBoneCount() == pAnim->GetBoneCount() && HasBoneStreams(*pAnim))
         cSampled = SampleBoneMatrices(*pAnim, *pSkeleton);
     for (int i = 0; i < pAnim->GetBoneCount(); ++i)
-    {
-        const BoneMatrixStream* pMatrices = nullptr;
-        if (pInterm != nullptr)
-            pMatrices = pInterm->GetBoneMatrixStream(i);
-        else if (size_t(i) < cSampled.size())
-            pMatrices = cSampled[size_t(i)].get();
-        chunky.OpenDataChunk(ID_BANM, BANMIntermVersion, ra::NameText(pAnim->GetBoneName(i)));
-        WriteKeyStream(adapter, pMatrices);
-        WriteUInt8(adapter, pAnim->IsBoneAnimated(i) ? 1 : 0);
-        chunky.CloseChunk();
-    }
+        WriteBoneMatrices(chunky, adapter, *pAnim, i,
+                          size_t(i) < cSampled.size() ? cSampled[size_t(i)].get() : nullptr);
     for (int i = 0; i < pAnim->GetControlStreamCount(); ++i)
-    {
-        chunky.OpenDataChunk(ID_CONS, CONSVersion, ra::NameText(pAnim->GetControlName(i)));
-        if (pInterm != nullptr)
-            AnimLoadGeneric::WriteControl(adapter, pAnim->GetControlInfo(i), pAnim->GetControlStream(i));
-        else
-            AnimLoadGeneric::WriteControl(adapter, pAnim->GetControlInfo(i),
-                                          WithShaderBase(*pAnim, i, model.GetMeshGroup()).get());
-        chunky.CloseChunk();
-    }
-    for (int i = 0; i < pAnim->GetCameraCount(); ++i)
-    {
-        chunky.OpenDataChunk(ID_CMRA, CMRAAnimVersion, ra::NameText(pAnim->GetCameraName(i)));
-        WriteKeyStream(adapter, pAnim->GetCameraPositionStream(i));
-        WriteKeyStream(adapter, pAnim->GetCameraRotationStream(i));
-        chunky.CloseChunk();
-    }
+        WriteControl(chunky, adapter, *pAnim, i, WithShaderBase(*pAnim, i, model.GetMeshGroup()).get());
+    WriteCameras(chunky, adapter, *pAnim);
     chunky.CloseChunk();
     chunky.CloseChunk();
 }

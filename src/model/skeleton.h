@@ -5,6 +5,7 @@
 
 #include "model/bone.h"
 
+#include <utility>
 #include <vector>
 
 class Skeleton
@@ -34,6 +35,15 @@ public:
     // rotation from its world matrix and its parent's.
     void BuildLocalFromWorld();
 
+    // The world matrices that an intermediate file gave the bones, exactly as read: the reference
+    // pose built again from the local values differs from them in the last bits. Kept only so that
+    // the intermediate writer can give back the bytes it read; nothing else uses them, and
+    // changing the bones leaves them as they are (the writer tells whether they still belong).
+    // Empty for a skeleton that came any other way.
+    void SetIntermWorldMatrices(std::vector<ra::Matrix34> cWorld) { m_cIntermWorld = std::move(cWorld); }
+    const std::vector<ra::Matrix34>& GetIntermWorldMatrices() const { return m_cIntermWorld; }
+
 private:
     std::vector<Bone> m_Bones;
+    std::vector<ra::Matrix34> m_cIntermWorld;
 };

@@ -6,7 +6,18 @@
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
 
+#include <cstring>
+#include <vector>
+
 using namespace GenericChunk;
+
+namespace
+{
+template <class T> bool SameBits(const T& a, const T& b)
+{
+    return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
+} // namespace
 
 std::unique_ptr<Skeleton> SkeletonLoadInterm::Load(Chunky& chunky, ByteStreamAdapter& adapter)
 {
@@ -14,11 +25,12 @@ std::unique_ptr<Skeleton> SkeletonLoadInterm::Load(Chunky& chunky, ByteStreamAda
     // A bone takes at least its name's length, its parent and its matrix.
     const uint32 boneCount = payload.ReadCount(4 + 4 + 48);
     auto pSkeleton = std::make_unique<Skeleton>(boneCount);
+    std::vector<ra::Matrix34> cWorld(boneCount);
     for (uint32 i = 0; i < boneCount; ++i)
     {
         const ra::Name name = payload.ReadName();
         const int32 parent = payload.ReadInt32();
-        const ra::Matrix34 world = payload.ReadMatrix34();
+        cWorld[i] = payload.ReadMatrix34();
         if (name == ra::Name::INVALID)
             ThrowBadContent(adapter, "Bone %u has no name!", i);
         if (parent < -1 || parent >= int32(boneCount))
@@ -26,17 +38,44 @@ std::unique_ptr<Skeleton> SkeletonLoadInterm::Load(Chunky& chunky, ByteStreamAda
                             ra::NameText(name), parent);
         Bone* pBone = pSkeleton->GetBone(int32(i));
         pBone->SetName(name);
-        pBone->SetWorldMatrix(world);
+        pBone->SetWorldMatrix(cWorld[i]);
         pSkeleton->SetBoneParent(int32(i), parent);
     }
     chunky.CloseChunk();
     pSkeleton->BuildLocalFromWorld();
     pSkeleton->BuildRefPose();
+    pSkeleton->SetIntermWorldMatrices(std::move(cWorld));
     return pSkeleton;
+}
+
+bool SkeletonLoadInterm::IntermWorldMatricesHold(const Skeleton& skeleton)
+{
+    const std::vector<ra::Matrix34>& cWorld = skeleton.GetIntermWorldMatrices();
+    const int32 boneCount = skeleton.GetBoneCount();
+    if (cWorld.size() != size_t(boneCount) || boneCount == 0)
+        return false;
+    // The kept matrices under the skeleton's hierarchy as it stands, derived as a read derives them.
+    Skeleton derived{uint32(boneCount)};
+    for (int32 i = 0; i < boneCount; ++i)
+    {
+        derived.SetBoneParent(i, skeleton.GetBone(i)->GetParentIndex());
+        derived.GetBone(i)->SetWorldMatrix(cWorld[size_t(i)]);
+    }
+    derived.BuildLocalFromWorld();
+    for (int32 i = 0; i < boneCount; ++i)
+    {
+        const Bone* pBone = skeleton.GetBone(i);
+        const Bone* pDerived = derived.GetBone(i);
+        if (!SameBits(pBone->GetPosition(), pDerived->GetPosition()) ||
+            !SameBits(pBone->GetRotation(), pDerived->GetRotation()))
+            return false;
+    }
+    return true;
 }
 
 void SkeletonLoadInterm::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Skeleton& skeleton)
 {
+    const bool keptWorld = IntermWorldMatricesHold(skeleton);
     chunky.OpenDataChunk(ID_SKEL, SKELIntermVersion, nullptr);
     WriteInt32(adapter, skeleton.GetBoneCount());
     for (int32 i = 0; i < skeleton.GetBoneCount(); ++i)
@@ -46,7 +85,8 @@ void SkeletonLoadInterm::Save(Chunky& chunky, ByteStreamAdapter& adapter, const 
         dbAssert(parentIndex < skeleton.GetBoneCount());
         adapter.WriteString(ra::NameText(pBone->GetName()));
         WriteInt32(adapter, parentIndex);
-        WriteMatrix34(adapter, pBone->GetWorldMatrix());
+        WriteMatrix34(adapter,
+                      keptWorld ? skeleton.GetIntermWorldMatrices()[size_t(i)] : pBone->GetWorldMatrix());
     }
     chunky.CloseChunk();
 }
