@@ -1,27 +1,18 @@
 // tq7z image info and tq7z image convert, run as the built program on the sample images.
+#include "support/runtool.h"
+
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <sys/wait.h>
 
-#ifdef TQ7Z_PROGRAM
+#ifdef TQ7Z_BINARY
 namespace
 {
-struct CommandRun
-{
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
 std::string ReadFile(const std::string& path)
 {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
+    return TempFolder::Read(path);
 }
 
 const std::string s_samples = std::string(TQ7Z_SAMPLES) + "/images/";
@@ -29,40 +20,18 @@ const std::string s_samples = std::string(TQ7Z_SAMPLES) + "/images/";
 class ImageCommand : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/tq7z_imagecli_XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        m_root = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(m_root); }
-
-    CommandRun Run(const std::string& args) const
-    {
-        const std::string errPath = m_root + "/stderr.txt";
-        const std::string command = std::string(TQ7Z_PROGRAM) + " image " + args + " 2>" + errPath;
-        CommandRun run;
-        FILE* pipe = ::popen(command.c_str(), "r");
-        if (pipe == nullptr)
-            return run;
-        char buffer[4096];
-        size_t got = 0;
-        while ((got = std::fread(buffer, 1, sizeof(buffer), pipe)) > 0)
-            run.out.append(buffer, got);
-        const int status = ::pclose(pipe);
-        run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        run.err = ReadFile(errPath);
-        return run;
-    }
+    // The command line after "tq7z image", split at spaces (the test paths hold none).
+    ToolRun Run(const std::string& args) const { return RunTool(Words("image " + args)); }
     std::string Out(const std::string& name) const { return m_root + "/" + name; }
 
-    std::string m_root;
+    TempFolder m_folder;
+    const std::string m_root = m_folder.Path();
 };
 } // namespace
 
 TEST_F(ImageCommand, InfoAsTextAndAsJson)
 {
-    CommandRun run = Run("info " + s_samples + "walker_diffuse.tga");
+    ToolRun run = Run("info " + s_samples + "walker_diffuse.tga");
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out, "type: 0 (RGBA32)\nwidth: 64\nheight: 32\nmips: 1\nsource_format: 1 (alpha)\n");
 
@@ -80,7 +49,7 @@ TEST_F(ImageCommand, InfoAsTextAndAsJson)
 
 TEST_F(ImageCommand, FilesThatDoNotLoadExitOne)
 {
-    CommandRun run = Run("info " + Out("missing.tga"));
+    ToolRun run = Run("info " + Out("missing.tga"));
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.err.find("no such file"), std::string::npos) << run.err;
     EXPECT_TRUE(run.out.empty());
@@ -101,7 +70,7 @@ TEST_F(ImageCommand, FilesThatDoNotLoadExitOne)
 TEST_F(ImageCommand, ConvertThroughTheChunkFormKeepsTheBytes)
 {
     // TGA to IMAG to TGA gives back the very same file.
-    CommandRun run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("d.img"));
+    ToolRun run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("d.img"));
     ASSERT_EQ(run.status, 0) << run.err;
     run = Run("convert " + Out("d.img") + " " + Out("d.tga"));
     ASSERT_EQ(run.status, 0) << run.err;
@@ -120,7 +89,7 @@ TEST_F(ImageCommand, ConvertThroughTheChunkFormKeepsTheBytes)
 
 TEST_F(ImageCommand, ConvertToATypeAndWithMips)
 {
-    CommandRun run = Run("convert " + s_samples + "walker_team.bmp " + Out("t.tga") + " --type 0 --mips");
+    ToolRun run = Run("convert " + s_samples + "walker_team.bmp " + Out("t.tga") + " --type 0 --mips");
     ASSERT_EQ(run.status, 0) << run.err;
     run = Run("info --json " + Out("t.tga"));
     EXPECT_EQ(run.out, "{\"type\": 0, \"width\": 16, \"height\": 16, \"mips\": 1, \"source_format\": 1}\n");
@@ -144,7 +113,7 @@ TEST_F(ImageCommand, ConvertToATypeAndWithMips)
 
 TEST_F(ImageCommand, ConversionsOutsideTheTableAndUnknownOutputsExitOne)
 {
-    CommandRun run = Run("convert " + s_samples + "walker_normal.dds " + Out("x.tga") + " --type 0");
+    ToolRun run = Run("convert " + s_samples + "walker_normal.dds " + Out("x.tga") + " --type 0");
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.err.find("cannot be converted to type 0"), std::string::npos) << run.err;
     EXPECT_FALSE(std::filesystem::exists(Out("x.tga")));

@@ -1,59 +1,27 @@
+#include "support/runtool.h"
+
 #include <gtest/gtest.h>
 
 #include "foundation/types.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <sys/wait.h>
 
-#ifdef TQ7Z_PROGRAM
+#ifdef TQ7Z_BINARY
 namespace
 {
-struct CommandRun
-{
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
 std::string ReadFile(const std::string& path)
 {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
+    return TempFolder::Read(path);
 }
 
 class ChunksCommand : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/tq7z_chunks_XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        m_root = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(m_root); }
-
-    CommandRun Chunks(const std::string& args) const
-    {
-        const std::string errPath = m_root + "/stderr.txt";
-        const std::string command = std::string(TQ7Z_PROGRAM) + " chunks " + args + " 2>" + errPath;
-        CommandRun run;
-        FILE* pipe = ::popen(command.c_str(), "r");
-        if (pipe == nullptr)
-            return run;
-        char buffer[4096];
-        size_t got = 0;
-        while ((got = std::fread(buffer, 1, sizeof(buffer), pipe)) > 0)
-            run.out.append(buffer, got);
-        const int status = ::pclose(pipe);
-        run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        run.err = ReadFile(errPath);
-        return run;
-    }
+    // The command line after "tq7z chunks", split at spaces (the test paths hold none).
+    ToolRun Chunks(const std::string& args) const { return RunTool(Words("chunks " + args)); }
     std::string Write(const std::string& name, const std::string& bytes) const
     {
         const std::string path = m_root + "/" + name;
@@ -61,13 +29,14 @@ protected:
         return path;
     }
 
-    std::string m_root;
+    TempFolder m_folder;
+    const std::string m_root = m_folder.Path();
     const std::string m_sample = std::string(TQ7Z_SAMPLES) + "/chunks/walker.chunky";
 };
 
 TEST_F(ChunksCommand, ListsTheSampleTree)
 {
-    const CommandRun run = Chunks(m_sample);
+    const ToolRun run = Chunks(m_sample);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.out, "FOLD RSGM v1 size=288 name=\"walker\"\n"
@@ -84,7 +53,7 @@ TEST_F(ChunksCommand, ListsTheSampleTree)
 
 TEST_F(ChunksCommand, DataDumpsEachPayloadUnderItsLine)
 {
-    const CommandRun run = Chunks(m_sample + " --data");
+    const ToolRun run = Chunks(m_sample + " --data");
     EXPECT_EQ(run.status, 0);
     EXPECT_NE(
         run.out.find("    DATA FACE v1 size=12\n"
@@ -102,7 +71,7 @@ TEST_F(ChunksCommand, MalformedFilesReportTheTextAndTheOffset)
     const std::string sample = ReadFile(m_sample);
     ASSERT_EQ(sample.size(), 404u);
     const std::string truncated = Write("truncated.chunky", sample.substr(0, 200));
-    CommandRun run = Chunks(truncated);
+    ToolRun run = Chunks(truncated);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.err, "tq7z chunks: " + truncated + ": Read past the Chunk end! at byte offset 24\n");
@@ -128,7 +97,7 @@ TEST_F(ChunksCommand, MalformedFilesReportTheTextAndTheOffset)
 
 TEST_F(ChunksCommand, MissingFilesAndFoldersFail)
 {
-    CommandRun run = Chunks(m_root + "/none.chunky");
+    ToolRun run = Chunks(m_root + "/none.chunky");
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, "tq7z chunks: " + m_root + "/none.chunky: no such file\n");
     run = Chunks(m_root);

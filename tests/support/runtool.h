@@ -42,3 +42,20 @@ inline ToolRun RunTool(const std::vector<std::string>& args, const std::vector<s
     run.err = TempFolder::Read(scratch / "err.txt");
     return run;
 }
+
+// A command line split at spaces, for tests whose arguments hold none.
+inline std::vector<std::string> Words(const std::string& line)
+{
+    std::vector<std::string> words;
+    std::string word;
+    for (char c : line)
+    {
+        if (c != ' ')
+            word += c;
+        else if (!word.empty())
+            words.push_back(std::move(word)), word.clear();
+    }
+    if (!word.empty())
+        words.push_back(word);
+    return words;
+}
