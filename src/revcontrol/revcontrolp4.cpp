@@ -9,6 +9,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <regex>
 #include <string>
 #include <vector>
@@ -127,6 +128,23 @@ bool IsPathEntry(const std::string& entry)
     return StartsWithNoCase(entry, "depotFile") || StartsWithNoCase(entry, "clientFile");
 }
 
+// Opens every file of the list with `open`; at the first failure the files opened before it are
+// reverted (unchanged ones only) and the answer is false.
+template <class OpenFn>
+bool OpenAllOrRevert(RevControlAPI& revControl, const RevControlAPI::FileList& files, int changelist, OpenFn open)
+{
+    for (size_t i = 0; i < files.size(); ++i)
+    {
+        if (!open(files[i].c_str(), changelist))
+        {
+            for (size_t j = 0; j < i; ++j)
+                revControl.Revert(files[j].c_str(), changelist, true);
+            return false;
+        }
+    }
+    return true;
+}
+
 // A file reverted from delete is opened anew; a server that keeps answering "opened for delete"
 // after each revert must not keep the tool in this loop for ever.
 constexpr int MaxOpenOrAddPasses = 4;
@@ -176,6 +194,39 @@ struct RevControlP4::Impl
         errorSet = true;
         dbAssert(m_errorStr.size() == std::strlen(m_errorStr.c_str()));
         dbAssert(m_errorStr.size() == size_t(n) + oldsize);
+    }
+
+    // Runs `command` on one file, with "-c N" when a changelist is named and `option` ahead of
+    // it when given, and judges the first reply line: true when it holds one of `accepted`.
+    // Otherwise the error is "<failure>: '<file>'", with ", error: '<reply>'" when there was one.
+    bool RunOnFile(const char* command, const char* option, const char* file, int changelist,
+                   std::initializer_list<const char*> accepted, const char* failure)
+    {
+        RevClientUser output;
+        ArgHelp args;
+        if (option != nullptr)
+            args.Add(option);
+        if (changelist != 0)
+        {
+            args.Add("-c");
+            args.Add(changelist);
+        }
+        args.Add(file);
+        Run(command, args, output);
+
+        if (output.Info().empty())
+        {
+            SetError("%s: '%s'", failure, file);
+            return false;
+        }
+        const std::string& first = output.First();
+        for (const char* text : accepted)
+        {
+            if (Holds(first, text))
+                return true;
+        }
+        SetError("%s: '%s', error: '%s'", failure, file, first.c_str());
+        return false;
     }
 };
 
@@ -340,42 +391,15 @@ bool RevControlP4::RevertChangelist(int number, bool onlyUnchanged)
 
 bool RevControlP4::OpenForEdit(const FileList& files, int changelist)
 {
-    for (size_t i = 0; i < files.size(); ++i)
-    {
-        if (!OpenForEdit(files[i].c_str(), changelist))
-        {
-            for (size_t j = 0; j < i; ++j)
-                Revert(files[j].c_str(), changelist, true);
-            return false;
-        }
-    }
-    return true;
+    return OpenAllOrRevert(*this, files, changelist,
+                           [this](const char* file, int number) { return OpenForEdit(file, number); });
 }
 
 bool RevControlP4::OpenForEdit(const char* file, int changelist)
 {
     if (!dbAssert(file != nullptr))
         return false;
-    RevClientUser output;
-    ArgHelp args;
-    if (changelist != 0)
-    {
-        args.Add("-c");
-        args.Add(changelist);
-    }
-    args.Add(file);
-    m_pImpl->Run("edit", args, output);
-
-    if (output.Info().empty())
-    {
-        m_pImpl->SetError("Failed to open for edit file: '%s'", file);
-        return false;
-    }
-    const std::string& first = output.First();
-    if (Holds(first, "opened for edit") || Holds(first, "reopened for add"))
-        return true;
-    m_pImpl->SetError("Failed to open for edit file: '%s', error: '%s'", file, first.c_str());
-    return false;
+    return m_pImpl->RunOnFile("edit", nullptr, file, changelist, {"opened for edit", "reopened for add"}, "Failed to open for edit file");
 }
 
 bool RevControlP4::Integrate(const char* from, const char* to, int changelist)
@@ -423,68 +447,22 @@ bool RevControlP4::Rename(const char* from, const char* to, int changelist)
 
 bool RevControlP4::OpenForAdd(const FileList& files, int changelist)
 {
-    for (size_t i = 0; i < files.size(); ++i)
-    {
-        if (!OpenForAdd(files[i].c_str(), changelist))
-        {
-            for (size_t j = 0; j < i; ++j)
-                Revert(files[j].c_str(), changelist, true);
-            return false;
-        }
-    }
-    return true;
+    return OpenAllOrRevert(*this, files, changelist,
+                           [this](const char* file, int number) { return OpenForAdd(file, number); });
 }
 
 bool RevControlP4::OpenForAdd(const char* file, int changelist)
 {
     if (!dbAssert(file != nullptr))
         return false;
-    RevClientUser output;
-    ArgHelp args;
-    if (changelist != 0)
-    {
-        args.Add("-c");
-        args.Add(changelist);
-    }
-    args.Add(file);
-    m_pImpl->Run("add", args, output);
-
-    if (output.Info().empty())
-    {
-        m_pImpl->SetError("Failed to open for Add file: '%s'", file);
-        return false;
-    }
-    const std::string& first = output.First();
-    if (Holds(first, "opened for add"))
-        return true;
-    m_pImpl->SetError("Failed to open for Add file: '%s', error: '%s'", file, first.c_str());
-    return false;
+    return m_pImpl->RunOnFile("add", nullptr, file, changelist, {"opened for add"}, "Failed to open for Add file");
 }
 
 bool RevControlP4::OpenForDelete(const char* file, int changelist)
 {
     if (!dbAssert(file != nullptr))
         return false;
-    RevClientUser output;
-    ArgHelp args;
-    if (changelist != 0)
-    {
-        args.Add("-c");
-        args.Add(changelist);
-    }
-    args.Add(file);
-    m_pImpl->Run("delete", args, output);
-
-    if (output.Info().empty())
-    {
-        m_pImpl->SetError("Failed to open for Delete file: '%s'", file);
-        return false;
-    }
-    const std::string& first = output.First();
-    if (Holds(first, "opened for delete"))
-        return true;
-    m_pImpl->SetError("Failed to open for Delete file: '%s', error: '%s'", file, first.c_str());
-    return false;
+    return m_pImpl->RunOnFile("delete", nullptr, file, changelist, {"opened for delete"}, "Failed to open for Delete file");
 }
 
 int RevControlP4::GetFileStatus(const char* file)
@@ -606,28 +584,7 @@ bool RevControlP4::Revert(const char* file, int changelist, bool onlyUnchanged)
 {
     if (!dbAssert(file != nullptr))
         return false;
-    RevClientUser output;
-    ArgHelp args;
-    if (onlyUnchanged)
-        args.Add("-a");
-    if (changelist != 0)
-    {
-        args.Add("-c");
-        args.Add(changelist);
-    }
-    args.Add(file);
-    m_pImpl->Run("revert", args, output);
-
-    if (output.Info().empty())
-    {
-        m_pImpl->SetError("Failed to Revert file: '%s'", file);
-        return false;
-    }
-    const std::string& first = output.First();
-    if (Holds(first, "reverted") || Holds(first, "abandoned") || Holds(first, "was branch, deleted"))
-        return true;
-    m_pImpl->SetError("Failed to Revert file: '%s', error: '%s'", file, first.c_str());
-    return false;
+    return m_pImpl->RunOnFile("revert", onlyUnchanged ? "-a" : nullptr, file, changelist, {"reverted", "abandoned", "was branch, deleted"}, "Failed to Revert file");
 }
 
 int RevControlP4::Sync(const char* file, int mode)
