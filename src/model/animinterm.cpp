@@ -230,10 +230,10 @@ BoneMatrixStream* AnimInterm::GetBoneMatrixStream(int boneIndex)
     return IsBoneIndex(boneIndex) ? m_BoneMatrixStream[size_t(boneIndex)].get() : nullptr;
 }
 
-void AnimInterm::Convert(const RenderModel& model)
+void AnimInterm::Convert(const RenderModel& model, bool logMismatch)
 {
     if (const Skeleton* pSkeleton = model.GetSkeleton())
-        ConvertBoneStreams(*pSkeleton);
+        ConvertBoneStreams(*pSkeleton, logMismatch);
     ConvertCameraStreams();
     if (const ra::MeshGroup* pMeshGroup = model.GetMeshGroup())
     {
@@ -242,7 +242,7 @@ void AnimInterm::Convert(const RenderModel& model)
     }
 }
 
-void AnimInterm::ConvertBoneStreams(const Skeleton& skeleton)
+void AnimInterm::ConvertBoneStreams(const Skeleton& skeleton, bool logMismatch)
 {
     for (size_t streamIndex = 0; streamIndex < m_boneAnims.size(); ++streamIndex)
     {
@@ -276,7 +276,7 @@ void AnimInterm::ConvertBoneStreams(const Skeleton& skeleton)
                     pParentMatrices = nullptr;
             }
         }
-        if (hasParent && pParentMatrices == nullptr)
+        if (hasParent && pParentMatrices == nullptr && logMismatch)
             dbTagf(
                 FourCC("ANIM"),
                 "'%s': The bone %s's parent bone does not have animation keys - the skeleton hierarchy does "
@@ -386,6 +386,6 @@ bool AnimFromInterm::SourceHolds(const RenderModel& model) const
     if (m_pSource == nullptr)
         return false;
     std::unique_ptr<AnimInterm> pConverted = m_pSource->Clone();
-    pConverted->Convert(model);
+    pConverted->Convert(model, false);
     return SameEntries(*pConverted, *this);
 }

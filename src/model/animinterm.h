@@ -46,14 +46,15 @@ public:
 
     // The whole conversion after a read, against the model's skeleton and mesh group (either may
     // be missing, and its part is then left out): bones, cameras, control fix-ups, then a default
-    // visibility stream for every mesh that has none.
-    void Convert(const RenderModel& model);
+    // visibility stream for every mesh that has none. `logMismatch` false keeps the bone
+    // conversion's message to itself: a conversion that only checks has nothing new to report.
+    void Convert(const RenderModel& model, bool logMismatch = true);
 
     // Position and rotation streams from the matrix streams, for the bones that the skeleton
     // has: local matrices (relative to the parent bone's matrix at the same key), then each
     // rotation key turned to the hemisphere of the one before it, starting from the bone's
     // reference rotation. A bone not marked animated loses its streams.
-    void ConvertBoneStreams(const Skeleton& skeleton);
+    void ConvertBoneStreams(const Skeleton& skeleton, bool logMismatch = true);
     // The hemisphere pass on camera rotations, starting from the identity.
     void ConvertCameraStreams();
     // Finds each control stream's shader or mesh by name, takes the shader's base value off its

@@ -70,6 +70,12 @@ bool SkeletonLoadInterm::IntermWorldMatricesHold(const Skeleton& skeleton)
             !SameBits(pBone->GetRotation(), pDerived->GetRotation()))
             return false;
     }
+    // The reference pose too, which the writer would write otherwise: a world matrix set on a bone
+    // since the read is the newer data.
+    derived.BuildRefPose();
+    for (int32 i = 0; i < boneCount; ++i)
+        if (!SameBits(skeleton.GetBone(i)->GetWorldMatrix(), derived.GetBone(i)->GetWorldMatrix()))
+            return false;
     return true;
 }
 

@@ -26,8 +26,9 @@ public:
     // otherwise the reference pose.
     static void Save(Chunky& chunky, ByteStreamAdapter& adapter, const Skeleton& skeleton);
     // Whether the world matrices kept from the file still belong to the bones: derived under the
-    // skeleton's hierarchy as it stands, they give every bone's local position and rotation bit for
-    // bit, so a read of them makes this skeleton again. A bone moved, turned or hung elsewhere
-    // since the read makes them stale.
+    // skeleton's hierarchy as it stands, they give every bone's local position and rotation, and
+    // then its reference pose, bit for bit, so a read of them makes this skeleton again. A bone
+    // moved, turned or hung elsewhere since the read, or given a world matrix of its own, makes
+    // them stale.
     static bool IntermWorldMatricesHold(const Skeleton& skeleton);
 };

@@ -204,6 +204,7 @@ protected:
         second.m[3][0] = 0.1f;
         second.m[3][1] = 0.2f;
         pShader->SetTransform2(Shader::CN_Specular, second);
+        m_pSkin = pShader;
         m_group.AddShader(Inv::Warehouse::Get()->Add(static_cast<Shader*>(pShader)), true);
         m_group.SetMeshCount(2);
         m_group.SetMeshName(0, ra::MakeName("body"));
@@ -212,6 +213,7 @@ protected:
 
     model_test::Env m_env;
     ra::MeshGroup m_group;
+    ShaderImp* m_pSkin = nullptr;
 };
 
 TEST_F(AnimIntermControls, BaseValuesComeOffAndStreamsThatDoNothingGo)
@@ -303,4 +305,69 @@ TEST_F(AnimIntermControls, ConvertRunsEveryStepAgainstTheModel)
     ASSERT_EQ(1, anim.GetControlStreamCount());
     EXPECT_TRUE(anim.GetControlInfo(0).IsMeshVisibility());
     EXPECT_EQ(0, anim.GetControlInfo(0).m_index);
+}
+
+TEST_F(AnimIntermControls, TheKeptSourceHoldsUntilTheAnimationOrTheModelChanges)
+{
+    auto pGroup = std::make_unique<ra::MeshGroup>();
+    pGroup->AddShader(m_group.GetShader(0), true);
+    pGroup->SetMeshCount(1);
+    pGroup->SetMeshName(0, ra::MakeName("body"));
+    RenderModel model("hero");
+    model.SetSkeleton(Chain());
+    model.SetMeshGroup(std::move(pGroup));
+
+    AnimInterm source("Jump");
+    source.SetFrameCount(2);
+    source.SetTime(0.5f);
+    source.SetBoneCount(2);
+    source.SetBoneName(0, ra::MakeName("root"));
+    source.SetBoneName(1, ra::MakeName("arm"));
+    source.SetBoneAnimated(0, true);
+    source.SetBoneAnimated(1, true);
+    source.SetBoneMatrixStream(
+        0, Matrices({ra::Matrix34::Identity(), Rows({0, 1, 0}, {-1, 0, 0}, {0, 0, 1}, {1, 2, 3})}));
+    source.SetBoneMatrixStream(1, Matrices({Rows({1, 0, 0}, {0, 0, 1}, {0, -1, 0}, {0, 5, 0}),
+                                            Rows({0, 1, 0}, {-1, 0, 0}, {0, 0, 1}, {-4, 2, 3})}));
+    source.AddControlStream(ra::MakeName("skin"), Info(ControlInfo::Target_Shader, 0, 0), Keys(0.7f, 0.2f));
+    auto pTurn = std::make_unique<CameraRotationStream>(1);
+    pTurn->SetValue(0, {0, 0, 0, -1});
+    source.AddCamera(ra::MakeName("cam"), nullptr, std::move(pTurn));
+
+    // The copy is deep: converting it leaves the source as it was.
+    std::unique_ptr<AnimInterm> pConverted = source.Clone();
+    pConverted->Convert(model);
+    EXPECT_EQ(source.GetPositionStream(1), nullptr);
+    EXPECT_EQ(source.GetControlStreamCount(), 1);
+    EXPECT_EQ(source.GetControlStream(0)->GetKeyValue(0), 0.7f);
+    EXPECT_EQ(source.GetCameraRotationStream(0)->GetKeyValue(0).w, -1.0f);
+    ASSERT_NE(pConverted->GetPositionStream(1), nullptr);
+    ASSERT_EQ(pConverted->GetControlStreamCount(), 2);
+    ASSERT_NE(pConverted->GetBoneMatrixStream(1), source.GetBoneMatrixStream(1));
+
+    AnimFromInterm read(*pConverted, source.Clone());
+    EXPECT_EQ(read.GetName(), ra::MakeName("jump"));
+    EXPECT_EQ(read.GetFrameCount(), 2);
+    EXPECT_EQ(read.GetTime(), 0.5f);
+    ExpectVec({0, 5, 0}, read.GetPositionStream(1)->GetKeyValue(1));
+    EXPECT_NEAR(read.GetControlStream(0)->GetKeyValue(0), 0.5f, 1e-6f);
+    EXPECT_TRUE(read.GetControlInfo(1).IsMeshVisibility());
+    EXPECT_TRUE(read.SourceHolds(model));
+
+    // A key changed since the read makes the source stale, until it is put back bit for bit.
+    const ra::Vec3 at = read.GetPositionStream(1)->GetKeyValue(0);
+    read.GetPositionStream(1)->SetValue(0, at + ra::Vec3(0, 1e-6f, 0));
+    EXPECT_FALSE(read.SourceHolds(model));
+    read.GetPositionStream(1)->SetValue(0, at);
+    EXPECT_TRUE(read.SourceHolds(model));
+    read.SetBoneAnimated(0, false);
+    EXPECT_FALSE(read.SourceHolds(model));
+    read.SetBoneAnimated(0, true);
+
+    // So does a shader whose base moved: the kept values would come back other than these.
+    m_pSkin->SetBaseColour(Shader::CN_Diffuse, 0x11224444);
+    EXPECT_FALSE(read.SourceHolds(model));
+
+    // Nothing kept, nothing holds.
+    EXPECT_FALSE(AnimFromInterm(*pConverted, nullptr).SourceHolds(model));
 }

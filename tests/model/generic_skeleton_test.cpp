@@ -202,3 +202,59 @@ TEST(GenericSkeleton, IntermediateFormCarriesWorldMatricesAndDerivesLocalOnes)
                   }),
               6);
 }
+
+TEST(GenericSkeleton, IntermediateFormGivesBackTheFileMatricesWhileTheyHold)
+{
+    // Matrices as a sampler gives them, a little off orthonormal: the reference pose built again
+    // from local values is not what the file says.
+    const ra::Matrix34 root = model_test::Rows({0.6f, 0, -0.8f}, {0, 1.0001f, 0}, {0.8f, 0, 0.6f}, {0, 1, 0});
+    const auto chunkOf = [](const ra::Matrix34& rootWorld, const ra::Matrix34& armWorld)
+    {
+        return Data("SKEL", 2,
+                    Bytes()
+                        .I32(2)
+                        .Str("root")
+                        .I32(-1)
+                        .Raw(rootWorld.Data(), 48)
+                        .Str("arm")
+                        .I32(0)
+                        .Raw(armWorld.Data(), 48));
+    };
+    const auto read = [](const std::string& chunk) {
+        return ReadChunks(chunk,
+                          [](Chunky& c, ByteStreamAdapter& a) { return SkeletonLoadInterm::Load(c, a); });
+    };
+    const auto write = [](const Skeleton& skeleton)
+    {
+        return WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { SkeletonLoadInterm::Save(c, a, skeleton); })
+            .substr(24);
+    };
+    const std::string file = chunkOf(root, s_boneMatrix);
+
+    std::unique_ptr<Skeleton> pRead = read(file);
+    EXPECT_FALSE(pRead->GetBone(0)->GetWorldMatrix() == root);
+    EXPECT_TRUE(SkeletonLoadInterm::IntermWorldMatricesHold(*pRead));
+    EXPECT_EQ(write(*pRead), file);
+    EXPECT_EQ(write(*read(write(*pRead))), file);
+
+    // A world matrix set on a bone is newer than the file's.
+    const ra::Matrix34 moved = model_test::Rows({1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {4, 5, 6});
+    pRead->GetBone(1)->SetWorldMatrix(moved);
+    EXPECT_FALSE(SkeletonLoadInterm::IntermWorldMatricesHold(*pRead));
+    EXPECT_EQ(write(*pRead), chunkOf(pRead->GetBone(0)->GetWorldMatrix(), moved));
+
+    // So is a bone moved and its pose built again; the child follows its parent.
+    pRead = read(file);
+    pRead->GetBone(0)->SetPosition({0, 2, 0});
+    pRead->BuildRefPose();
+    EXPECT_FALSE(SkeletonLoadInterm::IntermWorldMatricesHold(*pRead));
+    EXPECT_EQ(write(*pRead),
+              chunkOf(pRead->GetBone(0)->GetWorldMatrix(), pRead->GetBone(1)->GetWorldMatrix()));
+    EXPECT_TRUE(
+        MatrixNear(read(write(*pRead))->GetBone(1)->GetLocalMatrix(), pRead->GetBone(1)->GetLocalMatrix()));
+
+    // A skeleton made in code has nothing kept and writes its pose.
+    std::unique_ptr<Skeleton> pBuilt = ThreeBones();
+    EXPECT_TRUE(pBuilt->GetIntermWorldMatrices().empty());
+    EXPECT_FALSE(SkeletonLoadInterm::IntermWorldMatricesHold(*pBuilt));
+}
