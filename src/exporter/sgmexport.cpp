@@ -106,7 +106,9 @@ void MakeFolders(const char* path)
         return;
     joined[length - 1] = '\0';
     MakeFolders(joined);
-    OSFile::MakeFolder(joined);
+    // The top of the tree ("\\" cut to "") is no folder to make.
+    if (joined[0] != '\0')
+        OSFile::MakeFolder(joined);
 }
 
 // The folders of an aliased file name, made on disk where the alias's source puts the file.

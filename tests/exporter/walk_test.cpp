@@ -53,3 +53,126 @@ TEST_F(SceneWalk, ParentSearchStepsOverRemovedBonesAndOtherNodes)
     EXPECT_EQ(exporter.FindBoneIndex(Node("Gone")), -1);
     EXPECT_EQ(exporter.FindParentBone(Node("Helper")), 1);
 }
+
+TEST_F(SceneWalk, ClassifiesBonesMeshesAndHelpers)
+{
+    SGMExport& exporter = Walk(R"J({"nodes": [
+        {"name": "Box", "object": {"class": "box"}},
+        {"name": "BoxMesh", "object": {"class": "editableMesh"}},
+        {"name": "BoneMesh", "bone": true, "object": {"class": "editableMesh"}},
+        {"name": "Dummy", "object": {"class": "dummy"}},
+        {"name": "FlaggedDummy", "bone": true, "object": {"class": "dummy"}},
+        {"name": "BipedDummy", "controller": "bipedSlave", "object": {"class": "dummy"}},
+        {"name": "BipedPelvis", "controller": "bipedBody", "object": {"class": "point"}},
+        {"name": "BoneObject", "object": {"class": "bone"}},
+        {"name": "Tri", "object": {"class": "triObject"}},
+        {"name": "Patch", "object": {"class": "patch"}},
+        {"name": "Poly", "object": {"class": "editablePoly"}},
+        {"name": "Hidden", "renderable": false, "object": {"class": "editableMesh"}},
+        {"name": "Empty"}]})J");
+
+    EXPECT_EQ(BoneNames(exporter),
+              (std::vector<std::string>{"Box", "BoneMesh", "FlaggedDummy", "BipedPelvis", "BoneObject"}));
+    std::vector<std::string> meshes;
+    for (const MeshNode& mesh : exporter.GetMeshNodes())
+        meshes.push_back(mesh.pNode->GetName());
+    EXPECT_EQ(meshes, (std::vector<std::string>{"BoxMesh", "BoneMesh", "Tri", "Patch"}));
+    // A point helper is a marker whether or not it is also a bone.
+    ASSERT_EQ(exporter.GetMarkerNodes().size(), 1u);
+    EXPECT_EQ(exporter.GetMarkerNodes()[0], Node("BipedPelvis"));
+}
+
+TEST_F(SceneWalk, NullNodesAndTheRootAreNothing)
+{
+    Walk(R"J({"nodes": [{"name": "A", "bone": true}]})J");
+    host::INode* pRoot = m_pScene->GetRootNode();
+    for (host::INode* pNode : {pRoot, static_cast<host::INode*>(nullptr)})
+    {
+        EXPECT_FALSE(IsBone(pNode, 0));
+        EXPECT_FALSE(IsMesh(pNode, 0));
+        EXPECT_FALSE(IsMarker(pNode, 0));
+        EXPECT_FALSE(IsCamera(pNode, 0));
+        EXPECT_FALSE(IsLight(pNode, 0));
+    }
+    EXPECT_FALSE(IsXRef(nullptr));
+}
+
+TEST_F(SceneWalk, CameraLightChainStopsAtTheFirstMatchWhileMarkersAndMeshesStandAlone)
+{
+    SGMExport& exporter = Walk(R"J({"nodes": [
+        {"name": "Free", "object": {"class": "freeCamera"}},
+        {"name": "Look", "object": {"class": "targetCamera"}},
+        {"name": "Sun", "object": {"class": "directionalLight"}},
+        {"name": "TargetSun", "object": {"class": "targetDirectionalLight"}},
+        {"name": "Omni", "object": {"class": "omniLight"}},
+        {"name": "Spot", "object": {"class": "targetSpotLight"}},
+        {"name": "FreeSpot", "object": {"class": "freeSpotLight"}},
+        {"name": "BoneCamera", "bone": true, "object": {"class": "freeCamera"}},
+        {"name": "Tip", "parent": "Free", "object": {"class": "point"}}]})J");
+    ASSERT_EQ(exporter.GetCameraNodes().size(), 2u);
+    EXPECT_EQ(exporter.GetCameraNodes()[0], Node("Free"));
+    EXPECT_EQ(exporter.GetCameraNodes()[1], Node("Look"));
+    EXPECT_EQ(exporter.GetLightNodes().size(), 5u);
+    EXPECT_EQ(BoneNames(exporter), std::vector<std::string>{"BoneCamera"});
+    ASSERT_EQ(exporter.GetMarkerNodes().size(), 1u);
+    EXPECT_EQ(exporter.GetMarkerNodes()[0], Node("Tip"));
+}
+
+TEST_F(SceneWalk, ListsFollowDepthFirstOrderOfTheTree)
+{
+    // "B" is the root's first child in file order, "A2" comes after its parent's subtree.
+    SGMExport& exporter = Walk(R"J({"nodes": [
+        {"name": "B", "bone": true},
+        {"name": "A", "bone": true},
+        {"name": "B1", "bone": true, "parent": "B"},
+        {"name": "A1", "bone": true, "parent": "A"},
+        {"name": "B2", "bone": true, "parent": "B1"}]})J");
+    EXPECT_EQ(BoneNames(exporter), (std::vector<std::string>{"B", "B1", "B2", "A", "A1"}));
+    const auto& bones = exporter.GetBoneNodes();
+    EXPECT_EQ(bones[2].parent, 1);
+    EXPECT_EQ(bones[4].parent, 3);
+}
+
+TEST_F(SceneWalk, XRefMeshesAreCountedUnlessForcedLocal)
+{
+    SGMExport& exporter = Walk(R"J({"nodes": [
+        {"name": "Walls", "xref": {"file": "/art/walls/reference/ref.max"}, "object": {"class": "triObject"}},
+        {"name": "Door", "xref": {"file": "/art/door.max"}, "userProperties": "forcelocal",
+         "object": {"class": "triObject"}},
+        {"name": "Local", "object": {"class": "editableMesh"}}]})J");
+    EXPECT_EQ(exporter.GetMeshNodes().size(), 3u);
+    EXPECT_EQ(m_options.xrefCount, 1u);
+    EXPECT_TRUE(IsXRef(Node("Walls")));
+    EXPECT_FALSE(IsXRef(Node("Door")));
+    EXPECT_FALSE(IsXRef(Node("Local")));
+}
+
+TEST_F(SceneWalk, BoneTransformLosesScaleAndTurnsIntoGameAxes)
+{
+    SGMExport& exporter = Walk(R"J({"nodes": [
+        {"name": "Scaled", "bone": true, "userProperties": "Inactive",
+         "transform": [[2,0,0],[0,2,0],[0,0,2],[1,2,3]]}]})J");
+    ASSERT_EQ(exporter.GetBoneNodes().size(), 1u);
+    const BoneNode& bone = exporter.GetBoneNodes()[0];
+    EXPECT_FALSE(bone.active);
+    const ra::Matrix34 expected{{{1, 0, 0}, {0, 0, -1}, {0, 1, 0}, {-1, 3, -2}}};
+    EXPECT_EQ(bone.transform, expected);
+}
+
+TEST_F(SceneWalk, AddOperationsRepeatTheClassTest)
+{
+    SGMExport& exporter = Walk(R"J({"nodes": [{"name": "Helper", "object": {"class": "dummy"}}]})J");
+    exporter.AddBoneNode(Node("Helper"), 0);
+    exporter.AddMeshNode(Node("Helper"), 0);
+    exporter.AddCameraNode(Node("Helper"), 0);
+    exporter.AddLightNode(Node("Helper"), 0);
+    exporter.AddMarkerNode(Node("Helper"), 0);
+    EXPECT_TRUE(exporter.GetBoneNodes().empty());
+    EXPECT_TRUE(exporter.GetMeshNodes().empty());
+    EXPECT_TRUE(exporter.GetCameraNodes().empty());
+    EXPECT_TRUE(exporter.GetLightNodes().empty());
+    EXPECT_TRUE(exporter.GetMarkerNodes().empty());
+
+    dbg::ScopedThrowOnAssert throwOnAssert;
+    EXPECT_THROW(exporter.AddBoneNode(nullptr, 0), std::runtime_error);
+}

@@ -1,0 +1,102 @@
+// tq7z export SCENE OUT.sgm: runs the scene exporter on a scene file as the host's export would,
+// with the options dialog's check boxes as flags, and writes OUT.sgm and its log file.
+#include "cli/command.h"
+
+#include "exporter/consoleui.h"
+#include "exporter/sgmexport.h"
+#include "host/scene.h"
+#include "storage/filepathutil.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace
+{
+struct ExportArgs
+{
+    std::string sceneFile;
+    std::string outFile;
+    ConsoleUI::Flags flags;
+    bool suppressPrompts = false;
+};
+
+int RunExportCommand(const ExportArgs& args)
+{
+    std::unique_ptr<scene::Scene> pScene;
+    try
+    {
+        pScene = scene::ReadScene(std::filesystem::absolute(args.sceneFile).lexically_normal().string());
+    }
+    catch (const scene::SceneError& e)
+    {
+        std::fprintf(stderr, "%s\n", e.what());
+        return 1;
+    }
+
+    // The exporter works on the system's own form of a full path: absolute, with '\\' between
+    // names, as the host hands it over (the reference file's name is matched in that form).
+    std::string outName = std::filesystem::absolute(args.outFile).lexically_normal().string();
+    if (outName.size() >= FilePathUtil::MAXPATH)
+    {
+        std::fprintf(stderr, "export: %s: the name is longer than %zu characters\n", outName.c_str(),
+                     FilePathUtil::MAXPATH - 1);
+        return 1;
+    }
+    if (outName.find('.') == std::string::npos)
+    {
+        std::fprintf(stderr,
+                     "export: %s: the name needs an extension (.sgm); the log is named from its first '.'\n",
+                     outName.c_str());
+        return 1;
+    }
+    // The log opens before the export makes the output's folders: make them first, so that a
+    // first export into a new folder has its log too.
+    std::error_code ec;
+    std::filesystem::create_directories(std::filesystem::path(outName).parent_path(), ec);
+
+    char internal[FilePathUtil::MAXPATH];
+    FilePathUtil::Copy(internal, outName.c_str());
+    FilePathUtil::Normalize(internal);
+
+    ConsoleUI ui(args.flags);
+    SGMExport exporter;
+    exporter.SetUI(&ui);
+    const int result = exporter.DoExport(internal, nullptr, pScene.get(), args.suppressPrompts ? 1 : 0);
+    return result == 1 ? 0 : 1;
+}
+
+cli::CommandRegistrar s_export(
+    [](CLI::App& app, int& exitCode)
+    {
+        auto pArgs = std::make_shared<ExportArgs>();
+        CLI::App* sub = app.add_subcommand("export", "Export a scene file to a .sgm model file");
+        sub->footer(
+            "The scene exporter as the host runs it: walks the scene, builds meshes, skin weights,\n"
+            "shaders, skeleton, markers, cameras and animation keys, and saves one .sgm file.\n"
+            "\n"
+            "The options dialog's check boxes are flags here: without flags meshes and animation\n"
+            "keys are both written. --suppress-prompts is a batch export instead: the flags are not\n"
+            "asked, XRef meshes are never local, and a file named ...\\reference\\ref.sgm (any case)\n"
+            "gets its meshes and no animation, any other file its animation and no meshes.\n"
+            "\n"
+            "The log is written beside the output, named from the first '.' of OUT's full path with\n"
+            "\".log\": /art/scout/walk.sgm logs to /art/scout/walk.log, but a dot in a folder cuts the\n"
+            "name there (/art/data.v2/walk.sgm logs to /art/data.log). A custom file property\n"
+            "IgnoreShaders (any value) turns shaders off. Collected errors and warnings are printed to\n"
+            "standard error at the end.\n"
+            "\n"
+            "Exit status: 0 when the file was written or there was nothing to write, 1 when the scene\n"
+            "could not be read or any error was reported (the .sgm may exist even then).");
+        sub->add_option("SCENE", pArgs->sceneFile, "Scene file (JSON)")->required();
+        sub->add_option("OUT", pArgs->outFile, "Model file to write (.sgm)")->required();
+        sub->add_flag("--no-meshes", pArgs->flags.noMeshes,
+                      "Clear \"Export Meshes\": write the animation only");
+        sub->add_flag("--no-animation", pArgs->flags.noAnimation, "Clear \"Export Animation Keys\"");
+        sub->add_flag("--xref-local", pArgs->flags.xrefLocal, "Set \"Treat XRef'ed meshes as local\"");
+        sub->add_flag("--suppress-prompts", pArgs->suppressPrompts,
+                      "Batch export: no options; the reference file rule decides meshes or animation");
+        sub->callback([pArgs, &exitCode] { exitCode = RunExportCommand(*pArgs); });
+    });
+} // namespace
