@@ -153,6 +153,21 @@ TEST(GenericSample, ConvertWritesItsOwnFilesAgainByteForByte)
     EXPECT_NE(info.out.find("walk: 31 frames"), std::string::npos) << info.out;
 }
 
+TEST(GenericSample, IntermediateConvertWritesItsOwnFilesAgainByteForByte)
+{
+    REQUIRE_PROGRAM();
+    TempFolder folder;
+    const std::string walker = (s_samples / "walker.sgm").string();
+    ASSERT_EQ(RunTool({"model", "convert", walker, folder / "a.sgm", "--interm"}).status, 0);
+    const ToolRun again = RunTool({"model", "convert", folder / "a.sgm", folder / "b.sgm", "--interm"});
+    ASSERT_EQ(again.status, 0) << again.err;
+    const std::string first = TempFolder::Read(folder / "a.sgm");
+    const std::string second = TempFolder::Read(folder / "b.sgm");
+    EXPECT_FALSE(first.empty());
+    EXPECT_EQ(first.size(), second.size());
+    EXPECT_TRUE(first == second);
+}
+
 TEST(GenericSample, CommandsSayWhatFailedAndExitWithOne)
 {
     REQUIRE_PROGRAM();
