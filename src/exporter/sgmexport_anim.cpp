@@ -213,21 +213,22 @@ void SGMExport::SampleAnimation(SGMExportOptions& options, RenderModel& renderMo
             opacityMapStream = AddControlStream(renderModel, ShaderRef(s, 4, ControlInfo::Parameter_Colour),
                                                 OpacityMapAmountValue, pStdMtl, false);
         if (!opacityMapStream)
-            AddControlStream(renderModel, ShaderRef(s, 4, ControlInfo::Parameter_Colour), OpacityValue, pStdMtl,
-                             false);
+            AddControlStream(renderModel, ShaderRef(s, 4, ControlInfo::Parameter_Colour), OpacityValue,
+                             pStdMtl, false);
         else
         {
             if (pStdMtl->GetOpacity(0) != 0.0f && options.exportMeshes)
-                SGMErrors::Get()->Warning("Material [%s]: Material opacity not set to zero when animating texture "
-                                          "opacity - exported file may not look the same.",
-                                          mtlName);
+                SGMErrors::Get()->Warning(
+                    "Material [%s]: Material opacity not set to zero when animating texture "
+                    "opacity - exported file may not look the same.",
+                    mtlName);
             if (entry.pShader)
                 entry.pShader->SetMethod(4, 3);
         }
 
         if (pStdMtl->MapEnabled(host::ID_DI) &&
-            AddControlStream(renderModel, ShaderRef(s, 0, ControlInfo::Parameter_Colour), DiffuseMapAmountValue,
-                             pStdMtl, false))
+            AddControlStream(renderModel, ShaderRef(s, 0, ControlInfo::Parameter_Colour),
+                             DiffuseMapAmountValue, pStdMtl, false))
         {
             if (!IsBlack(pStdMtl->GetDiffuse(0)) && options.exportMeshes)
                 SGMErrors::Get()->Warning("Material [%s]: Material diffuse not set to black when animating "
@@ -247,10 +248,10 @@ void SGMExport::SampleAnimation(SGMExportOptions& options, RenderModel& renderMo
                              pUVGen, false);
             AddControlStream(renderModel, ShaderRef(s, channel, ControlInfo::Parameter_OffsetV), VOffsetValue,
                              pUVGen, false);
-            AddControlStream(renderModel, ShaderRef(s, channel, ControlInfo::Parameter_ScaleU), UScaleValue, pUVGen,
-                             false);
-            AddControlStream(renderModel, ShaderRef(s, channel, ControlInfo::Parameter_ScaleV), VScaleValue, pUVGen,
-                             false);
+            AddControlStream(renderModel, ShaderRef(s, channel, ControlInfo::Parameter_ScaleU), UScaleValue,
+                             pUVGen, false);
+            AddControlStream(renderModel, ShaderRef(s, channel, ControlInfo::Parameter_ScaleV), VScaleValue,
+                             pUVGen, false);
         }
     }
 
@@ -284,8 +285,8 @@ void SGMExport::SampleAnimation(SGMExportOptions& options, RenderModel& renderMo
     }
 }
 
-void SGMExport::SampleBone(host::INode* pNode, BoneMatrixStream* pMatrixStream, float tick, float normalisedTime,
-                           uint32 frame)
+void SGMExport::SampleBone(host::INode* pNode, BoneMatrixStream* pMatrixStream, float tick,
+                           float normalisedTime, uint32 frame)
 {
     if (!dbAssert(pNode) || !dbAssert(pMatrixStream))
         return;

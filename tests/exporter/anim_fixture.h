@@ -42,8 +42,8 @@ protected:
             ADD_FAILURE() << e.what();
         }
         m_pExport = std::make_unique<SGMExport>();
-        m_started = m_pExport->InitExport(m_options, "/tmp/tq7z_anim_test/units/walker/run.sgm", m_pScene.get(),
-                                          true);
+        m_started = m_pExport->InitExport(m_options, "/tmp/tq7z_anim_test/units/walker/run.sgm",
+                                          m_pScene.get(), true);
         EXPECT_TRUE(m_started);
         m_options.exportMeshes = true;
         m_options.exportAnimation = true;

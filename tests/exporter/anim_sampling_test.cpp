@@ -227,7 +227,8 @@ TEST_F(AnimFixture, SkeletonIsRequiredAndAControlStreamNeedsAnAnimation)
     ref.targetType = ControlInfo::Target_Mesh;
     ref.m_index = 0;
     int calls = 0;
-    auto count = [&calls](void*, host::TimeValue) {
+    auto count = [&calls](void*, host::TimeValue)
+    {
         ++calls;
         return 1.0f;
     };
@@ -317,7 +318,8 @@ TEST_F(AnimFixture, ControlStreamSamplesWholeTicksFromTheRangeStart)
     ASSERT_EQ(1, model.GetAnimList()->GetAnimCount());
 
     std::vector<host::TimeValue> ticks;
-    auto ramp = [&ticks](void*, host::TimeValue t) {
+    auto ramp = [&ticks](void*, host::TimeValue t)
+    {
         ticks.push_back(t);
         return float(ticks.size() - 1) * 0.5f;
     };
