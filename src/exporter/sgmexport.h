@@ -162,6 +162,9 @@ public:
                       CameraRotationStream& rotationStream);
     bool AddControlStream(RenderModel& renderModel, const ControlInfo& ref, const ControlValueFunction& valueFunction,
                           void* pObject, bool keepConstant);
+    // The mesh records to change in place, so that one stage can run again on records set by hand
+    // (the export benchmark times the normals this way).
+    std::vector<MeshNode>& EditMeshNodes() { return m_MeshNodes; }
 
     // Assembly.
     std::unique_ptr<RenderModel> BuildRenderModel(SGMExportOptions& options);
