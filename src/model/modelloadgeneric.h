@@ -72,7 +72,10 @@ public:
     static void SaveEbp(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model);
 
     // The intermediate form: `modelPart` writes shaders, skeleton, mesh group, markers and
-    // cameras, with `textures` also the textures; `animPart` the animations.
+    // cameras, with `textures` also the textures; `animPart` the animations. The bone world
+    // matrices and animations that a read of this form kept are written as read while they still
+    // belong to the model, so a file of this writer reads and writes again byte for byte; what
+    // changed since the read is written from the model as it stands.
     static bool SaveInterm(const char* filename, const RenderModel& model, bool modelPart, bool animPart,
                            bool textures);
     static void SaveInterm(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model,
