@@ -296,11 +296,11 @@ bool SGMExport::RunExport(SGMExportOptions& options)
     if (pModel != nullptr && pModel->GetMeshGroup() != nullptr)
     {
         MakeFileFolders(options.filename);
-        RenderModelLoadGeneric::SaveFlags flags;
-        flags.meshes = options.exportMeshes;
-        flags.animation = options.exportAnimation;
-        flags.shaders = options.exportShaders;
-        if (!RenderModelLoadGeneric::Save(options.filename.c_str(), *pModel, flags))
+        // The intermediate form: bones go out as the sampled model-space matrices, which the
+        // merge converts against the reference skeleton. Meshes gate the model part (shaders,
+        // skeleton, mesh group, markers, cameras), shaders its textures.
+        if (!RenderModelLoadGeneric::SaveInterm(options.filename.c_str(), *pModel, options.exportMeshes,
+                                                options.exportAnimation, options.exportShaders))
             SGMErrors::Get()->Error("Unable to write '%s'!", options.filename.c_str());
     }
 
