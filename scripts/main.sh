@@ -23,3 +23,11 @@ echo "== the sample chunk file" >&2
 "$tq7z" chunks samples/chunks/walker.chunky
 echo "== the sample model file" >&2
 "$tq7z" model info samples/models/walker.sgm
+echo "== the scout's scenes exported: the reference file's meshes, then walk and idle's animation" >&2
+scout=samples/project/art/source/units/scout
+export_out="$out/export/scout"
+rm -rf "$export_out"
+"$tq7z" export "$scout/reference/ref.json" "$export_out/reference/ref.sgm" --suppress-prompts
+"$tq7z" export "$scout/walk.json" "$export_out/walk.sgm" --suppress-prompts
+"$tq7z" export "$scout/idle.json" "$export_out/idle.sgm" --suppress-prompts
+"$tq7z" model info "$export_out/reference/ref.sgm"
