@@ -102,9 +102,10 @@ bool SGMExport::BuildMeshGroup(RenderModel& renderModel, SGMExportOptions& optio
 
         if (!options.xrefLocal && IsXRef(meshNode.pNode))
         {
+            // An XRef outside every project has no data name; its mesh then stays local.
             std::string xrefName;
-            GetXRefName(meshNode.pNode, xrefName);
-            pMeshGroup->SetMeshXRefName(index, ra::MakeName(xrefName.c_str()));
+            if (GetXRefName(meshNode.pNode, xrefName) && !xrefName.empty())
+                pMeshGroup->SetMeshXRefName(index, ra::MakeName(xrefName.c_str()));
         }
 
         // A rigid mesh follows its own bone, or its parent's; one under neither stays in world space.

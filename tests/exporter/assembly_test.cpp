@@ -266,15 +266,17 @@ TEST_F(Assembly, XRefMeshesNameTheirModelUnlessLocal)
     const std::string nodes =
         Triangle("Walls", R"J("xref": {"file": ")J" + walls + R"J("}, )J") + "," +
         Triangle("Forced", R"J("xref": {"file": ")J" + walls + R"J("}, "userProperties": "ForceLocal", )J") +
-        "," + Triangle("Local");
+        "," + Triangle("Local") + "," + Triangle("Stray", R"J("xref": {"file": "/nowhere/stray.max"}, )J");
     // Triangle() gives editable meshes; an XRef's object is what it evaluates to, so that is fine.
     auto pModel = Build(Scene(nodes));
     ASSERT_NE(pModel, nullptr);
     const ra::MeshGroup* pGroup = pModel->GetMeshGroup();
-    ASSERT_EQ(pGroup->GetMeshCount(), 3);
+    ASSERT_EQ(pGroup->GetMeshCount(), 4);
     EXPECT_EQ(Text(pGroup->GetMeshXRefName(0)), "/props/walls");
     EXPECT_EQ(pGroup->GetMeshXRefName(1), ra::Name::INVALID);
     EXPECT_EQ(pGroup->GetMeshXRefName(2), ra::Name::INVALID);
+    // Outside every project there is no data name: the mesh stays local.
+    EXPECT_EQ(pGroup->GetMeshXRefName(3), ra::Name::INVALID);
 
     // The model holds inventory references: it goes before its export is taken down.
     pModel.reset();

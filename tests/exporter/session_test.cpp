@@ -1,5 +1,6 @@
 // The export session: the plug-in's entry points, the options and the run of DoExport from log to
 // tear-down, with a recording stand-in for the host's dialogs and listener.
+#include "exporter/consoleui.h"
 #include "exporter/exportui.h"
 #include "exporter/sgmerrors.h"
 #include "exporter/sgmexport.h"
@@ -14,8 +15,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -36,11 +39,14 @@ public:
     {
         ++shown;
         messages = cMessage;
+        if (!throwText.empty())
+            throw std::runtime_error(throwText);
     }
     void ListenerPrint(const char* text) override { listener += text; }
 
     int answer = 1;
     bool clearMeshes = false;
+    std::string throwText; // thrown from the errors dialog when set
     int dialogs = 0;
     int shown = 0;
     std::vector<std::string> messages;
@@ -381,4 +387,61 @@ TEST_F(Session, NameWithoutDotIsAnAssertion)
     m_exporter.SetUI(&m_ui);
     EXPECT_THROW(m_exporter.DoExport("/tmp/nodot/model", nullptr, nullptr, 1), std::runtime_error);
     EXPECT_FALSE(ProcessLog::IsStarted());
+}
+
+TEST_F(Session, ExceptionDuringTheRunIsPrintedAndEndsTheExport)
+{
+    // A mesh without material gives a warning, so the errors dialog opens, and throws.
+    const std::string scene = R"J({"nodes": [
+        {"name": "Hull", "object": {"class": "editableMesh",
+                                    "mesh": {"vertices": [[0,0,0],[1,0,0],[0,1,0]], "faces": [[0,1,2]]}}}]})J";
+    std::filesystem::create_directories(m_folder / "units");
+    m_ui.throwText = "dialog went away";
+    EXPECT_EQ(Export(scene, m_folder / "units/hull.sgm"), 0);
+    EXPECT_EQ(m_ui.listener, "dialog went away\n");
+    EXPECT_TRUE(NothingIsUp());
+    EXPECT_FALSE(ProcessLog::IsStarted());
+    EXPECT_NE(TempFolder::Read(m_folder / "units/hull.log").find("closed with error code -1"),
+              std::string::npos);
+    // The lists are emptied on this path too.
+    EXPECT_TRUE(m_exporter.GetMeshNodes().empty());
+}
+
+TEST(ConsoleDialogs, FlagsMessagesAndListener)
+{
+    std::FILE* pOut = std::tmpfile();
+    std::FILE* pErr = std::tmpfile();
+    ASSERT_NE(pOut, nullptr);
+    ASSERT_NE(pErr, nullptr);
+    ConsoleUI::Flags flags;
+    flags.noAnimation = true;
+    flags.xrefLocal = true;
+    ConsoleUI ui(flags, pOut, pErr);
+
+    SGMExportOptions options;
+    EXPECT_EQ(ui.OptionsDialog(options), 1);
+    EXPECT_TRUE(options.exportMeshes);
+    EXPECT_FALSE(options.exportAnimation);
+    EXPECT_TRUE(options.xrefLocal);
+
+    ui.ShowMessages({"Warning : one", "Error   : two"});
+    ui.ListenerPrint("Exporter: text\n");
+    auto contents = [](std::FILE* pFile)
+    {
+        std::string text(size_t(std::ftell(pFile)), '\0');
+        std::rewind(pFile);
+        EXPECT_EQ(std::fread(text.data(), 1, text.size(), pFile), text.size());
+        return text;
+    };
+    EXPECT_EQ(contents(pErr), "Warning : one\nError   : two\n");
+    EXPECT_EQ(contents(pOut), "Exporter: text\n");
+    std::fclose(pOut);
+    std::fclose(pErr);
+
+    // With no flags the dialog changes nothing.
+    SGMExportOptions defaults;
+    EXPECT_EQ(ConsoleUI::Default().OptionsDialog(defaults), 1);
+    EXPECT_TRUE(defaults.exportMeshes);
+    EXPECT_TRUE(defaults.exportAnimation);
+    EXPECT_FALSE(defaults.xrefLocal);
 }
