@@ -35,8 +35,9 @@ void AnimBVBuilder::Register()
 
 bool AnimBVBuilder::Build(const RenderModel& renderModel, AnimListNode& node)
 {
+    // A file of animation alone (an export without meshes) has nothing to bound.
     const ra::MeshGroup* pMeshGroup = renderModel.GetMeshGroup();
-    if (!dbAssert(pMeshGroup))
+    if (pMeshGroup == nullptr)
         return false;
     const Anim* pAnim = node.GetAnim().Get();
     if (pAnim == nullptr)

@@ -103,3 +103,14 @@ TEST_F(AnimBVBuilderTest, ModelLibraryReachesTheBuilderOnceRegistered)
     AnimListNode* pAdded = m_arm.Add(Swing(3, 1.0f, 0.0f), true);
     EXPECT_TRUE(pAdded->HasBV()) << "AnimList::AddAnim(node, true) did not build the missing box";
 }
+
+TEST_F(AnimBVBuilderTest, AModelOfAnimationAloneHasNothingToBound)
+{
+    // What an export without meshes writes: animation, and no mesh group to pose.
+    RenderModel bare("bare");
+    auto pNode = std::make_unique<AnimListNode>(2, 0, 0);
+    pNode->SetAnim(Anim::AddToInventory(Swing(3, 1.0f, 0.0f)));
+    dbg::ScopedThrowOnAssert throwOnAssert;
+    EXPECT_FALSE(AnimBVBuilder::Build(bare, *pNode));
+    EXPECT_FALSE(pNode->HasBV());
+}
