@@ -31,3 +31,6 @@ rm -rf "$export_out"
 "$tq7z" export "$scout/walk.json" "$export_out/walk.sgm" --suppress-prompts
 "$tq7z" export "$scout/idle.json" "$export_out/idle.sgm" --suppress-prompts
 "$tq7z" model info "$export_out/reference/ref.sgm"
+echo "== the scout's walk scene exported whole (meshes and animation keys, as the options dialog's defaults)" >&2
+"$tq7z" export "$scout/walk.json" "$export_out/whole/walk.sgm"
+"$tq7z" model info "$export_out/whole/walk.sgm"
