@@ -151,14 +151,13 @@ bool SGMExport::BuildMesh(RenderModel& /*model*/, size_t meshIndex, SGMExportOpt
     const host::TimeValue time = options.time;
     const char* meshName = pNode->GetName();
 
-    // 1. The node may have changed since the walk.
+    // The node may have changed since the walk.
     if (!IsMesh(pNode, time))
     {
         SGMErrors::Get()->Error("'%s': Node is not a mesh!", meshName);
         return false;
     }
 
-    // 2. The render mesh.
     int needDelete = 0;
     host::Mesh* pRenderMesh = nullptr;
     if (auto* pGeom = dynamic_cast<host::GeomObject*>(pNode->EvalWorldState(time).obj))
@@ -171,7 +170,7 @@ bool SGMExport::BuildMesh(RenderModel& /*model*/, size_t meshIndex, SGMExportOpt
     }
     const host::Mesh& mesh = *pRenderMesh;
 
-    // 3. Corner order: the game's axes reverse the winding, and a mirror reverses it back.
+    // Corner order: the game's axes reverse the winding, and a mirror reverses it back.
     const host::Matrix3 objectTM = pNode->GetObjectTM(time);
     const bool mirrored =
         host::DotProd(host::CrossProd(objectTM.GetRow(0), objectTM.GetRow(1)), objectTM.GetRow(2)) < 0.0f;
@@ -179,21 +178,19 @@ bool SGMExport::BuildMesh(RenderModel& /*model*/, size_t meshIndex, SGMExportOpt
     static const int s_mirrorOrder[3] = {0, 1, 2};
     const int* cornerOrder = mirrored ? s_mirrorOrder : s_plainOrder;
 
-    // 4. Material and counts.
     host::Mtl* pMtl = pNode->GetMtl();
     const int subMtlCount = pMtl ? pMtl->NumSubMtls() : 0;
     const int faceCount = mesh.numFaces;
     const int vertexCount = mesh.numVerts;
     const int tVertCount = mesh.numTVerts;
 
-    // 5.
     if (faceCount <= 0)
     {
         SGMErrors::Get()->Warning("'%s': has no faces!", meshName);
         return false;
     }
 
-    // 6. The mesh, known to the inventory by the node's name.
+    // The mesh, known to the inventory by the node's name.
     auto pRAMesh = std::make_unique<ra::Mesh>();
     if (!dbAssert(pRAMesh))
         return false;
@@ -210,27 +207,23 @@ bool SGMExport::BuildMesh(RenderModel& /*model*/, size_t meshIndex, SGMExportOpt
     // The count before degenerate faces are removed.
     pMesh->SetPolyCount(ra::Mesh::Poly_High, faceCount);
 
-    // 7.
     MeshNode& node = m_MeshNodes[meshIndex];
     node.cVertex.assign(size_t(std::max(vertexCount, 0)), ra::Vec3{});
     node.cUV.assign(size_t(faceCount) * 3, TexCoord{});
 
-    // 8.
     pMesh->SetMinDetail(ReadMinDetail(pNode));
     pMesh->SetChildSelection(pNode->UserPropExists("No_Child_Selection") ? 0 : 1);
 
-    // 9. Positions in world space of `time`, in game axes.
+    // Positions in world space of `time`, in game axes.
     for (int v = 0; v < vertexCount; ++v)
     {
         const host::Point3 p = mesh.verts[v] * objectTM;
         node.cVertex[size_t(v)] = ra::Vec3(-p.x, p.z, -p.y);
     }
 
-    // 10.
     std::vector<bool> usedShader(size_t(subMtlCount > 0 ? subMtlCount : 1), false);
     node.cFace.assign(size_t(faceCount), FaceRecord{});
 
-    // 11. Faces.
     for (int f = 0; f < faceCount; ++f)
     {
         const host::Face& face = mesh.faces[f];
@@ -290,18 +283,17 @@ bool SGMExport::BuildMesh(RenderModel& /*model*/, size_t meshIndex, SGMExportOpt
         usedShader[id] = true;
     }
 
-    // 12. Used ids get compact numbers in rising id order.
+    // Used ids get compact numbers in rising id order.
     std::vector<int32> remapShader(usedShader.size(), -1);
     int32 compact = 0;
     for (size_t id = 0; id < usedShader.size(); ++id)
         if (usedShader[id])
             remapShader[id] = compact++;
 
-    // 13.
     std::vector<ShaderListEntry*> shaderList;
     CollectShaders(pNode, shaderList, options, &usedShader);
 
-    // 14. Opaque shaders first.
+    // The shader table is sorted by key, so opaque shaders come first.
     std::vector<ShaderListEntry*> sortedShaderList = shaderList;
     std::stable_sort(sortedShaderList.begin(), sortedShaderList.end(),
                      [](const ShaderListEntry* a, const ShaderListEntry* b)
@@ -318,7 +310,6 @@ bool SGMExport::BuildMesh(RenderModel& /*model*/, size_t meshIndex, SGMExportOpt
         shader = int32(iter - sortedShaderList.begin());
     }
 
-    // 15. The mesh's shader table.
     pMesh->SetPrimSetCount(int32(sortedShaderList.size()));
     for (size_t i = 0; i < sortedShaderList.size(); ++i)
     {
@@ -332,7 +323,7 @@ bool SGMExport::BuildMesh(RenderModel& /*model*/, size_t meshIndex, SGMExportOpt
             SGMErrors::Get()->Error("Material '%s' is in mesh '%s', but is not used!", shaderName, meshName);
     }
 
-    // 16. Weld the UVs and put the faces on their shader numbers. Slot f * 3 + k is where corner k
+    // Weld the UVs and put the faces on their shader numbers. Slot f * 3 + k is where corner k
     // of face f put its UV, which also holds past the 16 bits of iUV.
     std::vector<uint32> cRemapUV;
     Uniquer(node.cUV, cRemapUV);
@@ -347,20 +338,17 @@ bool SGMExport::BuildMesh(RenderModel& /*model*/, size_t meshIndex, SGMExportOpt
         face.iShader = uint16(remapShader[face.iShader]);
     }
 
-    // 17.
     renderMesh.Release();
 
-    // 18.
     if (!BuildSkinData(meshIndex, options))
         return false;
 
-    // 19. Over every position, ahead of the removal of degenerate faces.
+    // The bound volume is over every position, ahead of the removal of degenerate faces.
     ra::BoundVolume bv;
     bv.AddPoints(node.cVertex.data(), node.cVertex.size());
     if (bv.IsValid())
         pMesh->SetBV(bv);
 
-    // 20 to 22.
     if (!BuildNormals(meshIndex))
         return false;
     std::vector<std::pair<uint32, uint32>> cVertexMap;
@@ -375,7 +363,7 @@ bool SGMExport::BuildNormals(size_t meshIndex)
         return false;
     MeshNode& node = m_MeshNodes[meshIndex];
 
-    // 1. Degenerate faces go; the others get their unit face normal.
+    // Degenerate faces go; the others get their unit face normal.
     std::vector<ra::Vec3> cFaceNormal;
     cFaceNormal.reserve(node.cFace.size());
     for (size_t i = 0; i < node.cFace.size(); ++i)
@@ -402,7 +390,7 @@ bool SGMExport::BuildNormals(size_t meshIndex)
             cFaceNormal.push_back(ra::Normalize(normal));
     }
 
-    // 2. The face normals now run parallel to cFace.
+    // The face normals now run parallel to cFace.
     std::erase_if(node.cFace,
                   [](const FaceRecord& face)
                   {
@@ -412,7 +400,7 @@ bool SGMExport::BuildNormals(size_t meshIndex)
     if (!dbAssert(cFaceNormal.size() == node.cFace.size()))
         return false;
 
-    // 3. Per position, the faces that use it, once per corner.
+    // Per position, the faces that use it, once per corner.
     const size_t positionCount = node.cVertex.size();
     std::vector<uint32> cFirst(positionCount + 1, 0);
     for (const FaceRecord& face : node.cFace)
@@ -428,7 +416,7 @@ bool SGMExport::BuildNormals(size_t meshIndex)
                 cPositionFace[cFill[v]++] = uint32(i);
     }
 
-    // 4. One normal per face without smoothing, one per corner with it. The corner's entry in the
+    // One normal per face without smoothing, one per corner with it. The corner's entry in the
     // new list is kept at full width, so that lists longer than 16 bits still map right.
     std::vector<ra::Vec3> cNewNormal;
     cNewNormal.reserve(node.cFace.size() * 3);
@@ -465,7 +453,6 @@ bool SGMExport::BuildNormals(size_t meshIndex)
         }
     }
 
-    // 5.
     std::vector<uint32> cRemapNormal;
     Uniquer(cNewNormal, cRemapNormal);
     for (size_t i = 0; i < node.cFace.size(); ++i)
@@ -489,7 +476,7 @@ bool SGMExport::BuildVertices(size_t meshIndex, uint32 usage, std::vector<std::p
     MeshNode& node = m_MeshNodes[meshIndex];
     const char* meshName = node.pNode ? node.pNode->GetName() : "";
 
-    // 1. Welded indices are 16 bits wide.
+    // Welded indices are 16 bits wide.
     if (node.cVertex.size() > MaxListSize || node.cWeight.size() > MaxListSize ||
         node.cNormal.size() > MaxListSize || node.cUV.size() > MaxListSize)
     {
@@ -497,7 +484,6 @@ bool SGMExport::BuildVertices(size_t meshIndex, uint32 usage, std::vector<std::p
         return false;
     }
 
-    // 2.
     std::vector<uint32> cRemapVertex, cRemapWeight, cRemapNormal, cRemapUV;
     Uniquer(node.cVertex, cRemapVertex);
     Uniquer(node.cWeight, cRemapWeight);
@@ -506,11 +492,11 @@ bool SGMExport::BuildVertices(size_t meshIndex, uint32 usage, std::vector<std::p
     if (!node.cWeight.empty() && !dbAssert(cRemapWeight.size() == cRemapVertex.size()))
         return false;
 
-    // 3. All faces were degenerate.
+    // All faces were degenerate.
     if (node.cFace.empty())
         return false;
 
-    // 4. One key per corner.
+    // One key per corner.
     std::vector<VertexKey> cKey;
     cKey.reserve(node.cFace.size() * 3);
     for (size_t i = 0; i < node.cFace.size(); ++i)
@@ -538,12 +524,11 @@ bool SGMExport::BuildVertices(size_t meshIndex, uint32 usage, std::vector<std::p
         }
     }
 
-    // 5. By raw bytes: position bytes come first, so a shader's vertices are one run only by chance.
+    // By raw bytes: position bytes come first, so a shader's vertices are one run only by chance.
     std::sort(cKey.begin(), cKey.end(),
               [](const VertexKey& a, const VertexKey& b)
               { return std::memcmp(a.word, b.word, sizeof(a.word)) < 0; });
 
-    // 6.
     int32 newIndex = 0;
     for (size_t i = 0; i < cKey.size(); ++i)
     {
@@ -553,7 +538,6 @@ bool SGMExport::BuildVertices(size_t meshIndex, uint32 usage, std::vector<std::p
     }
     const uint32 finalCount = uint32(newIndex) + 1;
 
-    // 7. The vertex set.
     if (!dbAssert(!m_MeshNodes[meshIndex].cVertex.empty()))
         return false;
     fr::VertexType type;
@@ -571,7 +555,7 @@ bool SGMExport::BuildVertices(size_t meshIndex, uint32 usage, std::vector<std::p
     if (!dbAssert(pVertexSetHigh))
         return false;
 
-    // 8. Each final vertex is written once, from the first of its keys.
+    // Each final vertex is written once, from the first of its keys.
     uint32 stridePosition = 0, strideWeight = 0, strideNormal = 0, strideUV = 0;
     auto* pPosition = static_cast<uint8*>(pVertexSetHigh->LockArray(fr::VC_Position, stridePosition));
     auto* pWeight = node.cWeight.empty()
@@ -606,7 +590,6 @@ bool SGMExport::BuildVertices(size_t meshIndex, uint32 usage, std::vector<std::p
         }
     }
 
-    // 9.
     if (pUV)
         pVertexSetHigh->UnlockArray(fr::VC_TexCoord0);
     if (pNormal)
@@ -616,7 +599,7 @@ bool SGMExport::BuildVertices(size_t meshIndex, uint32 usage, std::vector<std::p
     if (pPosition)
         pVertexSetHigh->UnlockArray(fr::VC_Position);
 
-    // 10. Every corner now names its final vertex in all three index fields.
+    // Every corner now names its final vertex in all three index fields.
     for (const VertexKey& cv : cKey)
     {
         FaceRecord& face = node.cFace[cv.face];
@@ -628,14 +611,12 @@ bool SGMExport::BuildVertices(size_t meshIndex, uint32 usage, std::vector<std::p
         face.iUV[cv.corner] = index;
     }
 
-    // 11.
     if (pMap)
     {
         std::sort(pMap->begin(), pMap->end());
         pMap->erase(std::unique(pMap->begin(), pMap->end()), pMap->end());
     }
 
-    // 12.
     if (!dbAssert(m_MeshNodes[meshIndex].meshRef.IsValid()))
         return false;
     node.meshRef.Get()->SetVertexSet(ra::Mesh::Poly_High, std::move(pVertexSetHigh));
@@ -653,7 +634,6 @@ bool SGMExport::BuildPrimSets(size_t meshIndex, uint32 usage)
     if (!dbAssert(pMesh))
         return false;
 
-    // 1.
     std::sort(node.cFace.begin(), node.cFace.end(),
               [](const FaceRecord& a, const FaceRecord& b) { return a.iShader < b.iShader; });
 
@@ -662,7 +642,7 @@ bool SGMExport::BuildPrimSets(size_t meshIndex, uint32 usage)
     auto faceBegin = node.cFace.begin();
     for (int32 s = 0; s < shaderCount; ++s)
     {
-        // 2. The faces of shader s are one run of the sorted list.
+        // The faces of shader s are one run of the sorted list.
         while (faceBegin != node.cFace.end() && faceBegin->iShader < s)
             ++faceBegin;
         auto faceEnd = faceBegin;
