@@ -2,9 +2,7 @@
 // influences, and the messages of bad vertices, each of which is reported.
 #include "exporter/exporter_fixture.h"
 #include "exporter/skin_test_util.h"
-#include "foundation/debug.h"
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -190,12 +188,4 @@ TEST_F(SkinWeights, StackSearchTakesTheFirstSkinOfEachLevelAndTheDeepestLevelWin
     EXPECT_TRUE(Messages().empty());
 }
 
-TEST_F(SkinWeights, MeshIndexPastTheListIsAnAssertion)
-{
-    SGMExport& exporter = Walk(SkinScene(3, ""));
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(exporter.ReadSkinWeights(1), std::runtime_error);
-    SGMExportOptions options;
-    EXPECT_THROW(exporter.ForceSkinWeights(1, options), std::runtime_error);
-}
 } // namespace
