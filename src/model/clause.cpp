@@ -3,6 +3,7 @@
 #include "foundation/debug.h"
 
 #include <cstdio>
+#include <type_traits>
 
 namespace ra
 {
@@ -189,84 +190,83 @@ std::string Clause::GetDescription() const
     return text;
 }
 
+namespace
+{
+// A typed clause copies only from a clause of its own type, and takes its value and default too.
+template <class ValueT> void CopySameType(Clause& to, const Clause* pFrom)
+{
+    if (!dbAssert(pFrom) || !dbAssert(pFrom->GetType() == to.GetType()))
+        return;
+    to.Clause::Copy(pFrom);
+    ValueT value{};
+    pFrom->GetValue(value);
+    to.SetValue(value);
+    pFrom->GetDefault(value);
+    to.SetDefault(value);
+}
+
+// The clause's value is on the right: variable < value. Every type answers equal and not equal;
+// only floats are ordered, so an ordering asked of another type is an assertion.
+template <class ValueT> bool Compare(int comparison, const ValueT& variable, const ValueT& value)
+{
+    switch (comparison)
+    {
+    case Clause::COMPARE_EQUAL:
+        return variable == value;
+    case Clause::COMPARE_NOT_EQUAL:
+        return variable != value;
+    default:
+        break;
+    }
+    if constexpr (std::is_floating_point_v<ValueT>)
+    {
+        switch (comparison)
+        {
+        case Clause::COMPARE_LESS:
+            return variable < value;
+        case Clause::COMPARE_LESS_EQUAL:
+            return variable <= value;
+        case Clause::COMPARE_GREATER:
+            return variable > value;
+        case Clause::COMPARE_GREATER_EQUAL:
+            return variable >= value;
+        default:
+            break;
+        }
+    }
+    dbBreak();
+    return false;
+}
+} // namespace
+
 void ClauseFloat::Copy(const Clause* pClause)
 {
-    if (!dbAssert(pClause) || !dbAssert(pClause->GetType() == ra::Clause::VARIABLE_FLOAT))
-        return;
-    Clause::Copy(pClause);
-    const auto* pOther = static_cast<const ClauseFloat*>(pClause);
-    m_value = pOther->m_value;
-    m_default = pOther->m_default;
+    CopySameType<float>(*this, pClause);
 }
 
 bool ClauseFloat::Evaluate(float variable) const
 {
-    switch (GetComparison())
-    {
-    case COMPARE_EQUAL:
-        return variable == m_value;
-    case COMPARE_NOT_EQUAL:
-        return variable != m_value;
-    case COMPARE_LESS:
-        return variable < m_value;
-    case COMPARE_LESS_EQUAL:
-        return variable <= m_value;
-    case COMPARE_GREATER:
-        return variable > m_value;
-    case COMPARE_GREATER_EQUAL:
-        return variable >= m_value;
-    default:
-        dbBreak();
-        return false;
-    }
+    return Compare(GetComparison(), variable, m_value);
 }
 
 void ClauseBool::Copy(const Clause* pClause)
 {
-    if (!dbAssert(pClause) || !dbAssert(pClause->GetType() == ra::Clause::VARIABLE_BOOL))
-        return;
-    Clause::Copy(pClause);
-    const auto* pOther = static_cast<const ClauseBool*>(pClause);
-    m_value = pOther->m_value;
-    m_default = pOther->m_default;
+    CopySameType<bool>(*this, pClause);
 }
 
 bool ClauseBool::Evaluate(bool variable) const
 {
-    switch (GetComparison())
-    {
-    case COMPARE_EQUAL:
-        return variable == m_value;
-    case COMPARE_NOT_EQUAL:
-        return variable != m_value;
-    default:
-        dbBreak();
-        return false;
-    }
+    return Compare(GetComparison(), variable, m_value);
 }
 
 void ClauseString::Copy(const Clause* pClause)
 {
-    if (!dbAssert(pClause) || !dbAssert(pClause->GetType() == ra::Clause::VARIABLE_STRING))
-        return;
-    Clause::Copy(pClause);
-    const auto* pOther = static_cast<const ClauseString*>(pClause);
-    m_value = pOther->m_value;
-    m_default = pOther->m_default;
+    CopySameType<ra::Name>(*this, pClause);
 }
 
 bool ClauseString::Evaluate(ra::Name variable) const
 {
-    switch (GetComparison())
-    {
-    case COMPARE_EQUAL:
-        return variable == m_value;
-    case COMPARE_NOT_EQUAL:
-        return variable != m_value;
-    default:
-        dbBreak();
-        return false;
-    }
+    return Compare(GetComparison(), variable, m_value);
 }
 
 ClauseList::~ClauseList()
