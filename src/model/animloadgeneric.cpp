@@ -50,14 +50,7 @@ void ReadInfo(Payload& payload, const ChunkInfo& info, Anim& anim)
         frameCount = int64(endFrame) - int64(startFrame) + 1;
         time = float(double(frameCount) / double(frameRate));
     }
-    if (frameCount <= 0 || frameCount > INT32_MAX)
-        ThrowBadContent(payload.GetAdapter(), "Animation '%s' has %lld frames!", ra::NameText(anim.GetName()),
-                        static_cast<long long>(frameCount));
-    if (!(time > 0.0f) || !std::isfinite(time))
-        ThrowBadContent(payload.GetAdapter(), "Animation '%s' lasts %g seconds!",
-                        ra::NameText(anim.GetName()), double(time));
-    anim.SetFrameCount(int32(frameCount));
-    anim.SetTime(time);
+    AnimLoadGeneric::SetFrames(payload, anim, frameCount, time);
 }
 
 // The bone entry of a stream: the skeleton's bone of that name, or without a skeleton an entry of
@@ -144,6 +137,53 @@ void AnimLoadGeneric::ReadCamera(Payload& payload, const ChunkInfo& info, Anim& 
     anim.AddCamera(name, std::move(pPositions), std::move(pRotations));
 }
 
+void AnimLoadGeneric::SetFrames(Payload& payload, Anim& anim, int64 frameCount, float time)
+{
+    if (frameCount <= 0 || frameCount > INT32_MAX)
+        ThrowBadContent(payload.GetAdapter(), "Animation '%s' has %lld frames!", ra::NameText(anim.GetName()),
+                        static_cast<long long>(frameCount));
+    if (!(time > 0.0f) || !std::isfinite(time))
+        ThrowBadContent(payload.GetAdapter(), "Animation '%s' lasts %g seconds!",
+                        ra::NameText(anim.GetName()), double(time));
+    anim.SetFrameCount(int32(frameCount));
+    anim.SetTime(time);
+}
+
+void AnimLoadGeneric::SetSkeletonBones(Anim& anim, const Skeleton* pSkeleton)
+{
+    if (pSkeleton == nullptr)
+        return;
+    anim.SetBoneCount(pSkeleton->GetBoneCount());
+    for (int32 i = 0; i < pSkeleton->GetBoneCount(); ++i)
+        anim.SetBoneName(i, pSkeleton->GetBone(i)->GetName());
+}
+
+void AnimLoadGeneric::ReadDataChunks(Chunky& chunky, ByteStreamAdapter& adapter, const char* animName,
+                                     std::initializer_list<DataChunkReader> readers)
+{
+    bool hasInfo = false;
+    ChunkInfo info;
+    while (chunky.NextChunk(info))
+    {
+        if (info.kind != Chunky::CT_Data)
+            continue;
+        for (const DataChunkReader& reader : readers)
+        {
+            if (reader.id != info.id)
+                continue;
+            const ChunkInfo chunk = chunky.ReadDataChunk(reader.id, reader.version);
+            Payload payload(adapter, chunk);
+            reader.read(payload, chunk);
+            chunky.CloseChunk();
+            hasInfo = hasInfo || reader.id == ID_INFO;
+            break;
+        }
+    }
+    chunky.CloseChunk();
+    if (!hasInfo)
+        ThrowBadContent(adapter, "Animation '%s' has no frame count!", animName);
+}
+
 void AnimLoadGeneric::WriteControl(ByteStreamAdapter& adapter, const ControlInfo& control,
                                    const ControlStream* pStream)
 {
@@ -151,6 +191,17 @@ void AnimLoadGeneric::WriteControl(ByteStreamAdapter& adapter, const ControlInfo
     WriteInt32(adapter, control.channel);
     WriteInt32(adapter, control.parameter);
     WriteKeyStream(adapter, pStream);
+}
+
+void AnimLoadGeneric::WriteCameras(Chunky& chunky, ByteStreamAdapter& adapter, const Anim& anim)
+{
+    for (int i = 0; i < anim.GetCameraCount(); ++i)
+    {
+        chunky.OpenDataChunk(ID_CMRA, CMRAAnimVersion, ra::NameText(anim.GetCameraName(i)));
+        WriteKeyStream(adapter, anim.GetCameraPositionStream(i));
+        WriteKeyStream(adapter, anim.GetCameraRotationStream(i));
+        chunky.CloseChunk();
+    }
 }
 
 std::unique_ptr<AnimListNode> AnimLoadGeneric::MakeNode(const RenderModel& model,
@@ -173,51 +224,21 @@ std::unique_ptr<Anim> ReadData(Chunky& chunky, ByteStreamAdapter& adapter, const
 {
     chunky.ReadFolderChunk(ID_DATA, AnimDataVersion);
     auto pAnim = std::make_unique<Anim>(animName);
+    Anim& anim = *pAnim;
     const Skeleton* pSkeleton = model.GetSkeleton();
-    if (pSkeleton != nullptr)
-    {
-        pAnim->SetBoneCount(pSkeleton->GetBoneCount());
-        for (int32 i = 0; i < pSkeleton->GetBoneCount(); ++i)
-            pAnim->SetBoneName(i, pSkeleton->GetBone(i)->GetName());
-    }
-    bool hasInfo = false;
-    ChunkInfo info;
-    while (chunky.NextChunk(info))
-    {
-        if (info.kind != Chunky::CT_Data)
-            continue;
-        if (info.id == ID_INFO)
-        {
-            const ChunkInfo chunk = chunky.ReadDataChunk(ID_INFO, AnimInfoVersion);
-            Payload payload(adapter, chunk);
-            ReadInfo(payload, chunk, *pAnim);
-            hasInfo = true;
-        }
-        else if (info.id == ID_BANM)
-        {
-            const ChunkInfo chunk = chunky.ReadDataChunk(ID_BANM, BANMVersion);
-            Payload payload(adapter, chunk);
-            ReadBoneAnim(payload, chunk, *pAnim, pSkeleton);
-        }
-        else if (info.id == ID_CANM)
-        {
-            const ChunkInfo chunk = chunky.ReadDataChunk(ID_CANM, CANMVersion);
-            Payload payload(adapter, chunk);
-            AnimLoadGeneric::ReadControl(payload, chunk, *pAnim, model, chunk.version == 1);
-        }
-        else if (info.id == ID_CMRA)
-        {
-            const ChunkInfo chunk = chunky.ReadDataChunk(ID_CMRA, CMRAAnimVersion);
-            Payload payload(adapter, chunk);
-            AnimLoadGeneric::ReadCamera(payload, chunk, *pAnim, model);
-        }
-        else
-            continue;
-        chunky.CloseChunk();
-    }
-    chunky.CloseChunk();
-    if (!hasInfo)
-        ThrowBadContent(adapter, "Animation '%s' has no frame count!", animName);
+    AnimLoadGeneric::SetSkeletonBones(anim, pSkeleton);
+    AnimLoadGeneric::ReadDataChunks(
+        chunky, adapter, animName,
+        {{ID_INFO, AnimInfoVersion,
+          [&](Payload& payload, const ChunkInfo& chunk) { ReadInfo(payload, chunk, anim); }},
+         {ID_BANM, BANMVersion,
+          [&](Payload& payload, const ChunkInfo& chunk) { ReadBoneAnim(payload, chunk, anim, pSkeleton); }},
+         {ID_CANM, CANMVersion,
+          [&](Payload& payload, const ChunkInfo& chunk)
+          { AnimLoadGeneric::ReadControl(payload, chunk, anim, model, chunk.version == 1); }},
+         {ID_CMRA, CMRAAnimVersion, [&](Payload& payload, const ChunkInfo& chunk) {
+              AnimLoadGeneric::ReadCamera(payload, chunk, anim, model);
+          }}});
     return pAnim;
 }
 
@@ -374,13 +395,7 @@ void AnimLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Ani
             WriteControl(adapter, control, pAnim->GetControlStream(i));
             chunky.CloseChunk();
         }
-        for (int i = 0; i < pAnim->GetCameraCount(); ++i)
-        {
-            chunky.OpenDataChunk(ID_CMRA, CMRAAnimVersion, ra::NameText(pAnim->GetCameraName(i)));
-            WriteKeyStream(adapter, pAnim->GetCameraPositionStream(i));
-            WriteKeyStream(adapter, pAnim->GetCameraRotationStream(i));
-            chunky.CloseChunk();
-        }
+        WriteCameras(chunky, adapter, *pAnim);
         chunky.CloseChunk();
     }
     ra::Vec3 minimum, maximum;

@@ -26,11 +26,14 @@
 #include "model/anim.h"
 #include "model/animlist.h"
 
+#include <functional>
+#include <initializer_list>
 #include <memory>
 
 class ByteStreamAdapter;
 class Chunky;
 class RenderModel;
+class Skeleton;
 struct ChunkInfo;
 
 namespace GenericChunk
@@ -65,4 +68,26 @@ public:
     // The control stream fields, as "CANM" and "CONS" hold them.
     static void WriteControl(ByteStreamAdapter& adapter, const ControlInfo& control,
                              const ControlStream* pStream);
+    // A "CMRA" data chunk for each of `anim`'s cameras.
+    static void WriteCameras(Chunky& chunky, ByteStreamAdapter& adapter, const Anim& anim);
+
+    // The frame count and time that an "INFO" chunk gives `anim`; throws unless both are above 0
+    // (and the count fits an i32).
+    static void SetFrames(GenericChunk::Payload& payload, Anim& anim, int64 frameCount, float time);
+    // `anim` gets a bone for each of the skeleton's, in its order and under its names; nothing
+    // without a skeleton.
+    static void SetSkeletonBones(Anim& anim, const Skeleton* pSkeleton);
+    // A data chunk that ReadDataChunks knows: its id, the newest version read, and the read of
+    // its payload.
+    struct DataChunkReader
+    {
+        uint32 id;
+        uint32 version;
+        std::function<void(GenericChunk::Payload& payload, const ChunkInfo& info)> read;
+    };
+    // The data chunks of the "DATA" folder just opened, each read by the reader of its id (the
+    // others, and folders, passed over), then the folder closed. A folder without an "INFO" chunk
+    // throws: the animation has no frame count.
+    static void ReadDataChunks(Chunky& chunky, ByteStreamAdapter& adapter, const char* animName,
+                               std::initializer_list<DataChunkReader> readers);
 };

@@ -12,7 +12,6 @@
 #include "storage/chunky.h"
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 using namespace GenericChunk;
@@ -28,14 +27,7 @@ void ReadInfo(Payload& payload, Anim& anim)
 {
     const int32 frameCount = payload.ReadInt32();
     const float time = payload.ReadFloat();
-    if (frameCount <= 0)
-        ThrowBadContent(payload.GetAdapter(), "Animation '%s' has %d frames!", ra::NameText(anim.GetName()),
-                        frameCount);
-    if (!(time > 0.0f) || !std::isfinite(time))
-        ThrowBadContent(payload.GetAdapter(), "Animation '%s' lasts %g seconds!",
-                        ra::NameText(anim.GetName()), double(time));
-    anim.SetFrameCount(frameCount);
-    anim.SetTime(time);
+    AnimLoadGeneric::SetFrames(payload, anim, frameCount, time);
 }
 
 void ReadBoneMatrices(Payload& payload, const ChunkInfo& info, AnimInterm& anim, const Skeleton* pSkeleton)
@@ -57,52 +49,26 @@ std::unique_ptr<AnimInterm> ReadData(Chunky& chunky, ByteStreamAdapter& adapter,
 {
     chunky.ReadFolderChunk(ID_DATA, AnimDataIntermVersion);
     auto pAnim = std::make_unique<AnimInterm>(animName);
+    AnimInterm& anim = *pAnim;
     const Skeleton* pSkeleton = model.GetSkeleton();
-    if (pSkeleton != nullptr)
-    {
-        pAnim->SetBoneCount(pSkeleton->GetBoneCount());
-        for (int32 i = 0; i < pSkeleton->GetBoneCount(); ++i)
-            pAnim->SetBoneName(i, pSkeleton->GetBone(i)->GetName());
-    }
-    bool hasInfo = false;
-    ChunkInfo info;
-    while (chunky.NextChunk(info))
-    {
-        if (info.kind != Chunky::CT_Data)
-            continue;
-        if (info.id == ID_INFO)
-        {
-            Payload payload(adapter, chunky.ReadDataChunk(ID_INFO, AnimInfoIntermVersion));
-            ReadInfo(payload, *pAnim);
-            hasInfo = true;
-        }
-        else if (info.id == ID_BANM)
-        {
-            const ChunkInfo chunk = chunky.ReadDataChunk(ID_BANM, BANMIntermVersion);
-            Payload payload(adapter, chunk);
-            ReadBoneMatrices(payload, chunk, *pAnim, pSkeleton);
-        }
-        else if (info.id == ID_CONS)
-        {
-            const ChunkInfo chunk = chunky.ReadDataChunk(ID_CONS, CONSVersion);
-            Payload payload(adapter, chunk);
-            const ra::Name streamName = ra::NameOf(chunk.name.c_str());
-            if (dbAssert(streamName != ra::Name::INVALID))
-                AnimLoadGeneric::ReadControl(payload, chunk, *pAnim, model, false);
-        }
-        else if (info.id == ID_CMRA)
-        {
-            const ChunkInfo chunk = chunky.ReadDataChunk(ID_CMRA, CMRAAnimVersion);
-            Payload payload(adapter, chunk);
-            AnimLoadGeneric::ReadCamera(payload, chunk, *pAnim, model);
-        }
-        else
-            continue;
-        chunky.CloseChunk();
-    }
-    chunky.CloseChunk();
-    if (!hasInfo)
-        ThrowBadContent(adapter, "Animation '%s' has no frame count!", animName);
+    AnimLoadGeneric::SetSkeletonBones(anim, pSkeleton);
+    AnimLoadGeneric::ReadDataChunks(
+        chunky, adapter, animName,
+        {{ID_INFO, AnimInfoIntermVersion,
+          [&](Payload& payload, const ChunkInfo&) { ReadInfo(payload, anim); }},
+         {ID_BANM, BANMIntermVersion,
+          [&](Payload& payload, const ChunkInfo& chunk)
+          { ReadBoneMatrices(payload, chunk, anim, pSkeleton); }},
+         {ID_CONS, CONSVersion,
+          [&](Payload& payload, const ChunkInfo& chunk)
+          {
+              const ra::Name streamName = ra::NameOf(chunk.name.c_str());
+              if (dbAssert(streamName != ra::Name::INVALID))
+                  AnimLoadGeneric::ReadControl(payload, chunk, anim, model, false);
+          }},
+         {ID_CMRA, CMRAAnimVersion, [&](Payload& payload, const ChunkInfo& chunk) {
+              AnimLoadGeneric::ReadCamera(payload, chunk, anim, model);
+          }}});
     return pAnim;
 }
 
@@ -212,17 +178,6 @@ void WriteControl(Chunky& chunky, ByteStreamAdapter& adapter, const Anim& anim, 
     chunky.CloseChunk();
 }
 
-void WriteCameras(Chunky& chunky, ByteStreamAdapter& adapter, const Anim& anim)
-{
-    for (int i = 0; i < anim.GetCameraCount(); ++i)
-    {
-        chunky.OpenDataChunk(ID_CMRA, CMRAAnimVersion, ra::NameText(anim.GetCameraName(i)));
-        WriteKeyStream(adapter, anim.GetCameraPositionStream(i));
-        WriteKeyStream(adapter, anim.GetCameraRotationStream(i));
-        chunky.CloseChunk();
-    }
-}
-
 // An AnimInterm as it stands: its matrices, its control values with their base on, its cameras.
 void WriteAnimInterm(Chunky& chunky, ByteStreamAdapter& adapter, const AnimInterm& anim, const char* name)
 {
@@ -233,7 +188,7 @@ void WriteAnimInterm(Chunky& chunky, ByteStreamAdapter& adapter, const AnimInter
         WriteBoneMatrices(chunky, adapter, anim, i, anim.GetBoneMatrixStream(i));
     for (int i = 0; i < anim.GetControlStreamCount(); ++i)
         WriteControl(chunky, adapter, anim, i, anim.GetControlStream(i));
-    WriteCameras(chunky, adapter, anim);
+    AnimLoadGeneric::WriteCameras(chunky, adapter, anim);
     chunky.CloseChunk();
     chunky.CloseChunk();
 }
@@ -296,7 +251,7 @@ void AnimLoadInterm::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Anim
                           size_t(i) < cSampled.size() ? cSampled[size_t(i)].get() : nullptr);
     for (int i = 0; i < pAnim->GetControlStreamCount(); ++i)
         WriteControl(chunky, adapter, *pAnim, i, WithShaderBase(*pAnim, i, model.GetMeshGroup()).get());
-    WriteCameras(chunky, adapter, *pAnim);
+    AnimLoadGeneric::WriteCameras(chunky, adapter, *pAnim);
     chunky.CloseChunk();
     chunky.CloseChunk();
 }

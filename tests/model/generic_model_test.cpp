@@ -648,6 +648,25 @@ TEST(GenericModel, DamagedTreesThrowToTheCaller)
                   }),
               12);
     EXPECT_EQ(CodeOf([] { LoadModel(Folder("RSGM", 1, Folder("ANIM", 2, "", "a"), "x")); }), 12);
+    // The intermediate form's animation likewise: no frames, and a data folder whose only chunk is
+    // one it does not know (passed over), so without a frame count.
+    EXPECT_EQ(CodeOf(
+                  []
+                  {
+                      LoadModel(Folder(
+                          "RSGM", 1,
+                          Folder("ANIM", 1, Folder("DATA", 1, Data("INFO", 1, Bytes().I32(0).F32(1))), "a"),
+                          "x"));
+                  }),
+              12);
+    EXPECT_EQ(CodeOf(
+                  []
+                  {
+                      LoadModel(Folder(
+                          "RSGM", 1,
+                          Folder("ANIM", 1, Folder("DATA", 1, Data("XTRA", 1, Bytes().I32(3))), "a"), "x"));
+                  }),
+              12);
     EXPECT_EQ(CodeOf([] { LoadModel(Folder("RSGM", 2, "", "x")); }), 5);
     EXPECT_EQ(CodeOf([] { LoadModel(Folder("MESH", 1, "", "x")); }), 4);
     EXPECT_THROW(LoadModel(Folder("RSGM", 1, Data("MARK", 1, Bytes().Str(std::string(300, 'p')), "m"), "x")),
