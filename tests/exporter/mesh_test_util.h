@@ -5,7 +5,7 @@
 #include "exporter/exporter_fixture.h"
 #include "model/mesh.h"
 #include "model/rendermodel.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 
 #include <cstring>
 #include <string>
@@ -89,7 +89,7 @@ protected:
         return out;
     }
 
-    testing_log::LogCapture m_log;
+    LogCapture m_log;
 };
 
 // One editable mesh node "M" with this mesh (the value of "mesh") and these extra node keys, under

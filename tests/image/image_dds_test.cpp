@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 using imagetest::Bytes;
-using imagetest::LogCapture;
 
 namespace
 {
@@ -166,7 +165,7 @@ TEST(ImageDDS, MipCountWithoutComplexCapsWarnsAndLoadsOneLevel)
     EXPECT_EQ(l.pImage->GetMipCount(), 1u);
     EXPECT_EQ(l.pImage->GetWidth(), 16u);
     EXPECT_TRUE(
-        log.Contains("TEXTURE FORMAT -- The tool used to create the DDS file 'test.dds' did not save it "
+        log.Has("TEXTURE FORMAT -- The tool used to create the DDS file 'test.dds' did not save it "
                      "correctly, please check for an updated version of the tool."));
 
     s = Mipped(16, 16, 0); // a count of 0 is treated alike
@@ -191,7 +190,7 @@ TEST(ImageDDS, HeadersThatAreNotHappyAreRefused)
     Bytes badPixelFormat = MakeDDS(DDSSpec());
     badPixelFormat.v[4 + 72] = 24;
     EXPECT_EQ(Load(badPixelFormat).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("DDS is not happy. [test.dds]"));
+    EXPECT_TRUE(log.Has("DDS is not happy. [test.dds]"));
 
     DDSSpec huge;
     huge.w = 8192;
@@ -206,15 +205,15 @@ TEST(ImageDDS, CubeMapsAndVolumesAreRefused)
     cube.caps2 = 0x200 | 0xFC00;
     Loaded l = Load(MakeDDS(cube));
     EXPECT_EQ(l.pImage, nullptr);
-    EXPECT_TRUE(log.Contains("Does not support loading of cube maps [test.dds]."));
-    EXPECT_TRUE(log.Contains("did not save it correctly")); // no complex caps
+    EXPECT_TRUE(log.Has("Does not support loading of cube maps [test.dds]."));
+    EXPECT_TRUE(log.Has("did not save it correctly")); // no complex caps
 
     LogCapture log2;
     DDSSpec volume = Mipped(16, 16, 1);
     volume.caps2 = 0x200000;
     EXPECT_EQ(Load(MakeDDS(volume)).pImage, nullptr);
-    EXPECT_TRUE(log2.Contains("Does not support loading of volume textures [test.dds]."));
-    EXPECT_FALSE(log2.Contains("did not save it correctly")); // complex caps present
+    EXPECT_TRUE(log2.Has("Does not support loading of volume textures [test.dds]."));
+    EXPECT_FALSE(log2.Has("did not save it correctly")); // complex caps present
 }
 
 TEST(ImageDDS, UnsupportedFourCCCodes)
@@ -225,13 +224,13 @@ TEST(ImageDDS, UnsupportedFourCCCodes)
     Loaded l = Load(MakeDDS(dxt2));
     EXPECT_EQ(l.pImage, nullptr);
     EXPECT_EQ(l.sourceFormat, SOURCEFORMAT_OTHER);
-    EXPECT_TRUE(log.Contains("Unsupported DXTC format! 2"));
-    EXPECT_FALSE(log.Contains("Unsupported FourCC code"));
+    EXPECT_TRUE(log.Has("Unsupported DXTC format! 2"));
+    EXPECT_FALSE(log.Has("Unsupported FourCC code"));
 
     DDSSpec other;
     other.fourCC = "ATI2";
     EXPECT_EQ(Load(MakeDDS(other)).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("Unsupported FourCC code in [test.dds]."));
+    EXPECT_TRUE(log.Has("Unsupported FourCC code in [test.dds]."));
 }
 
 TEST(ImageDDS, TruncatedFilesAreRefusedAtEveryLength)
@@ -247,7 +246,7 @@ TEST(ImageDDS, TruncatedFilesAreRefusedAtEveryLength)
         ASSERT_EQ(l.pImage, nullptr) << n;
         ASSERT_EQ(l.sourceFormat, SOURCEFORMAT_OTHER) << n;
     }
-    EXPECT_TRUE(log.Contains("Malformed DDS file.  Not enough file for image."));
+    EXPECT_TRUE(log.Has("Malformed DDS file.  Not enough file for image."));
 }
 
 TEST(ImageDDS, WrittenAndReadBackWithItsHeaderFields)
@@ -305,5 +304,5 @@ TEST(ImageDDS, WriterTakesOnlyCompressedImagesWithPowerOfTwoSides)
     file = imagetest::WriteTo([&](ByteStreamAdapter& a)
                               { EXPECT_FALSE(ImageLoad::SaveDDS(a, "plain.dds", plain)); });
     EXPECT_TRUE(file.empty());
-    EXPECT_TRUE(log.Contains("TEXTURES -- 'plain.dds': Unrecognized image type!"));
+    EXPECT_TRUE(log.Has("TEXTURES -- 'plain.dds': Unrecognized image type!"));
 }

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 using imagetest::Bytes;
-using imagetest::LogCapture;
 
 namespace
 {
@@ -114,7 +113,7 @@ TEST(ImageTGA, OtherKindsOfTGAAreRefused)
 
     Bytes huge = TGAHeader(5000, 5000, 32);
     EXPECT_EQ(LoadWith(&ImageLoad::LoadTGA, huge.v).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("TGA is too big (5000x5000)"));
+    EXPECT_TRUE(log.Has("TGA is too big (5000x5000)"));
 }
 
 TEST(ImageTGA, TruncatedFilesAreRefusedAtEveryLength)
@@ -164,7 +163,7 @@ TEST(ImageTGA, WriterTakesOnlyTrueColourTypes)
     std::vector<uint8> file = imagetest::WriteTo([&](ByteStreamAdapter& a)
                                                  { EXPECT_FALSE(ImageLoad::SaveTGA(a, "grey.tga", lum)); });
     EXPECT_TRUE(file.empty());
-    EXPECT_TRUE(log.Contains("TEXTURES -- 'grey.tga': Unrecognized image type!"));
+    EXPECT_TRUE(log.Has("TEXTURES -- 'grey.tga': Unrecognized image type!"));
 }
 
 TEST(ImageBMP, FourBitPaletteCountsThreeBytesAnEntryHighNibbleFirst)
@@ -238,23 +237,23 @@ TEST(ImageBMP, EachRefusalHasItsMessage)
     Bytes notBmp = BMPHeader(2, 2, 24, 0);
     notBmp.v[0] = 'X';
     EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, notBmp.v).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("Not a BMP that I know how to read. [test.file]"));
+    EXPECT_TRUE(log.Has("Not a BMP that I know how to read. [test.file]"));
 
     EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, BMPHeader(2, 2, 8, 0, 1).v).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("Don't know how to handle compressed BMPs. [test.file]"));
+    EXPECT_TRUE(log.Has("Don't know how to handle compressed BMPs. [test.file]"));
 
     EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, BMPHeader(2, 2, 16, 0).v).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("Unsupported BMP format. [test.file]"));
+    EXPECT_TRUE(log.Has("Unsupported BMP format. [test.file]"));
 
     Bytes shortPalette = BMPHeader(2, 2, 8, 4);
     shortPalette.fill(15, 0);
     EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, shortPalette.v).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("Not enough file for the palette."));
+    EXPECT_TRUE(log.Has("Not enough file for the palette."));
 
     Bytes shortRows = BMPHeader(2, 2, 24, 0);
     shortRows.fill(15, 0);
     EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, shortRows.v).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("Not enough file for the bitmap."));
+    EXPECT_TRUE(log.Has("Not enough file for the bitmap."));
 
     // Top-down (negative height) and oversized files are refused before anything is allocated.
     EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, BMPHeader(2, -2, 24, 0).v).pImage, nullptr);
@@ -293,17 +292,17 @@ TEST(ImageBW, SmallMangledAndShortFilesAreRefusedWithTheirMessages)
     Bytes small;
     small.be16(0x01DA).fill(100, 0);
     EXPECT_EQ(LoadWith(&ImageLoad::LoadBW, small.v).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("BW is too small. [test.file]"));
+    EXPECT_TRUE(log.Has("BW is too small. [test.file]"));
 
     Bytes mangled;
     mangled.be16(0xDA01).fill(510, 0);
     EXPECT_EQ(LoadWith(&ImageLoad::LoadBW, mangled.v).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("BW file header is mangled. [test.file]"));
+    EXPECT_TRUE(log.Has("BW file header is mangled. [test.file]"));
 
     Bytes shortPixels;
     shortPixels.be16(0x01DA).u16(0).be16(2).be16(4).be16(4).be16(1).fill(500, 0).fill(15, 9);
     EXPECT_EQ(LoadWith(&ImageLoad::LoadBW, shortPixels.v).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("BW file doesn't have enough pixels. [test.file]"));
+    EXPECT_TRUE(log.Has("BW file doesn't have enough pixels. [test.file]"));
 }
 
 TEST(ImageJPEG, WrittenAndReadBackKeepsTheColoursOfFlatAreas)
@@ -343,7 +342,7 @@ TEST(ImageJPEG, DamagedStreamsAndStreamsCutInTheirHeaderGiveNull)
     Bytes garbage;
     garbage.u8(0xFF).u8(0xD8).fill(64, 0x55);
     EXPECT_EQ(LoadWith(&ImageLoad::LoadJPEG, garbage.v).pImage, nullptr);
-    EXPECT_TRUE(log.Contains("JPEG file can't be decoded"));
+    EXPECT_TRUE(log.Has("JPEG file can't be decoded"));
 
     Image_RGBA32 image;
     image.Allocate(32, 32);

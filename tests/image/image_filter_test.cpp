@@ -8,7 +8,6 @@
 
 #include <algorithm>
 
-using imagetest::LogCapture;
 using imagetest::MakeRGBA32;
 
 namespace
@@ -91,7 +90,7 @@ TEST(ImageRescale, OnlyThirtyTwoBitImages)
     Image_RGBA32 dst;
     dst.Allocate(1, 1);
     EXPECT_FALSE(Image::Rescale(dst, lum));
-    EXPECT_TRUE(log.Contains("Rescale not handled"));
+    EXPECT_TRUE(log.Has("Rescale not handled"));
 }
 
 TEST(ImageMipMap, ThirtyTwoBitMeanOfEachTwoByTwoTruncated)
@@ -151,7 +150,7 @@ TEST(ImageMipMap, OddSizesAreFatalAndOtherTypesGiveNull)
     other.Allocate(2, 2);
     EXPECT_EQ(CreateMipMap(other), nullptr);
     EXPECT_TRUE(
-        log.Contains("CreateMipMap: Unsupported image type (only supports 32bit or paletted textures)"));
+        log.Has("CreateMipMap: Unsupported image type (only supports 32bit or paletted textures)"));
 }
 
 TEST(ImageMipMap, ChainFillsEveryLevelDownToOnePixel)
@@ -173,7 +172,7 @@ TEST(ImageMipMap, ChainFillsEveryLevelDownToOnePixel)
     Image_Luminance lum;
     lum.Allocate(2, 2);
     EXPECT_FALSE(CreateMipMapChain(lum));
-    EXPECT_TRUE(log.Contains("CreateMipMap only handles IMAGETYPE_RGBA32"));
+    EXPECT_TRUE(log.Has("CreateMipMap only handles IMAGETYPE_RGBA32"));
 }
 
 TEST(ImagePalettize, ThreeColoursGiveThreeEntriesInSplitOrderAndTheRestStayUnset)

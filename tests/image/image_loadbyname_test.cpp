@@ -13,7 +13,6 @@
 #include <filesystem>
 #include <fstream>
 
-using imagetest::LogCapture;
 namespace fs = std::filesystem;
 
 namespace
@@ -95,7 +94,7 @@ TEST_F(ImageByName, AnExtensionMustBeOneOfTheKnownOnesInAnyCase)
     p = ImageLoad::Load(&sourceFormat, "PICS:pic.png");
     EXPECT_EQ(p, nullptr);
     EXPECT_EQ(sourceFormat, SOURCEFORMAT_OTHER);
-    EXPECT_TRUE(log.Contains("'PICS:pic.png' is not a .dds, .jpg, .tga, .bmp or .bw file"));
+    EXPECT_TRUE(log.Has("'PICS:pic.png' is not a .dds, .jpg, .tga, .bmp or .bw file"));
 }
 
 TEST_F(ImageByName, MissingAndBrokenFilesGiveNullAndSourceFormatOther)
@@ -104,18 +103,18 @@ TEST_F(ImageByName, MissingAndBrokenFilesGiveNullAndSourceFormatOther)
     int sourceFormat = -1;
     EXPECT_EQ(ImageLoad::Load(&sourceFormat, "PICS:nothing"), nullptr);
     EXPECT_EQ(sourceFormat, SOURCEFORMAT_OTHER);
-    EXPECT_TRUE(log.Contains("'PICS:nothing' is not there as .dds, .jpg, .tga, .bmp or .bw"));
+    EXPECT_TRUE(log.Has("'PICS:nothing' is not there as .dds, .jpg, .tga, .bmp or .bw"));
 
     EXPECT_EQ(ImageLoad::Load(&sourceFormat, "PICS:nothing.dds"), nullptr);
-    EXPECT_TRUE(log.Contains("TEXTURES -- 'PICS:nothing.dds': Unable to load!"));
+    EXPECT_TRUE(log.Has("TEXTURES -- 'PICS:nothing.dds': Unable to load!"));
     EXPECT_EQ(ImageLoad::Load(&sourceFormat, "PICS:nothing.bw"), nullptr);
-    EXPECT_TRUE(log.Contains("BW is non-existant. [PICS:nothing.bw]"));
+    EXPECT_TRUE(log.Has("BW is non-existant. [PICS:nothing.bw]"));
 
     WriteFile("broken.bmp", {'B', 'M', 0, 0});
     sourceFormat = -1;
     EXPECT_EQ(ImageLoad::Load(&sourceFormat, "PICS:broken"), nullptr);
     EXPECT_EQ(sourceFormat, SOURCEFORMAT_OTHER);
-    EXPECT_TRUE(log.Contains("Not a BMP that I know how to read. [PICS:broken.bmp]"));
+    EXPECT_TRUE(log.Has("Not a BMP that I know how to read. [PICS:broken.bmp]"));
 }
 
 TEST_F(ImageByName, WantedTypeConvertsAndSaysSo)
@@ -183,15 +182,15 @@ TEST_F(ImageByName, SaveRefusalsLeaveNoFile)
     EXPECT_FALSE(ImageLoad::Save("PICS:noext", *pGradient));
     EXPECT_FALSE(Has("noext"));
     EXPECT_FALSE(ImageLoad::Save("PICS:x.png", *pGradient));
-    EXPECT_TRUE(log.Contains("TEXTURES -- 'PICS:x.png': Unrecognized file type"));
+    EXPECT_TRUE(log.Has("TEXTURES -- 'PICS:x.png': Unrecognized file type"));
     EXPECT_FALSE(Has("x.png"));
 
     Image_DXT1 dxt;
     dxt.Allocate(4, 4);
     EXPECT_FALSE(ImageLoad::Save("PICS:d.tga", dxt));
-    EXPECT_TRUE(log.Contains("TEXTURES -- 'PICS:d.tga': Unrecognized image type!"));
+    EXPECT_TRUE(log.Has("TEXTURES -- 'PICS:d.tga': Unrecognized image type!"));
     EXPECT_FALSE(Has("d.tga"));
 
     EXPECT_FALSE(ImageLoad::Save("NOALIAS:x.tga", *pGradient));
-    EXPECT_TRUE(log.Contains("TEXTURES -- 'NOALIAS:x.tga': Unable to open file!"));
+    EXPECT_TRUE(log.Has("TEXTURES -- 'NOALIAS:x.tga': Unable to open file!"));
 }

@@ -7,7 +7,6 @@
 
 #include <cstring>
 
-using imagetest::LogCapture;
 
 TEST(ImageFactory, EachTypeValueMakesAnImageOfThatTypeAndElementSize)
 {
@@ -164,7 +163,7 @@ TEST(ImageBlt, DifferentTypesLogAndAssert)
         LogCapture log;
         dbg::ScopedThrowOnAssert quiet(false);
         EXPECT_FALSE(dst.Blt(src, 0, 0, 0, 0, 0, 0));
-        EXPECT_TRUE(log.Contains("Can only Blt images of same type"));
+        EXPECT_TRUE(log.Has("Can only Blt images of same type"));
     }
     dbg::ScopedThrowOnAssert throwing;
     EXPECT_THROW(dst.Blt(src, 0, 0, 0, 0, 0, 0), std::runtime_error);

@@ -1,60 +1,19 @@
-// Helpers shared by the image tests: a log capture and small image builders.
+// Helpers shared by the image tests: small image builders (and the shared log capture).
 #pragma once
 
 #include "foundation/output.h"
 #include "image/imagetypes.h"
 #include "storage/bytestreamadapter.h"
 #include "storage/ramstream.h"
+#include "support/logcapture.h"
 
 #include <cstring>
 #include <functional>
-
 #include <string>
 #include <vector>
 
 namespace imagetest
 {
-// Collects every log line while alive.
-class LogCapture
-{
-public:
-    LogCapture()
-    {
-        Lines().clear();
-        dbg::AddListener(&LogCapture::Listen);
-    }
-    ~LogCapture() { dbg::RemoveListener(&LogCapture::Listen); }
-
-    bool Contains(const std::string& text) const
-    {
-        for (const std::string& line : Lines())
-        {
-            if (line.find(text) != std::string::npos)
-                return true;
-        }
-        return false;
-    }
-    std::string All() const
-    {
-        std::string all;
-        for (const std::string& line : Lines())
-            all += line + "\n";
-        return all;
-    }
-
-private:
-    static std::vector<std::string>& Lines()
-    {
-        static std::vector<std::string> s_lines;
-        return s_lines;
-    }
-    static void Listen(const char* const* lines, uint32 count, uint32)
-    {
-        for (uint32 i = 0; i < count; ++i)
-            Lines().push_back(lines[i]);
-    }
-};
-
 // A 32-bit image of w by h pixels from a list given row by row.
 inline std::unique_ptr<Image_RGBA32> MakeRGBA32(uint32 w, uint32 h, const std::vector<Colour>& pixels)
 {

@@ -1,7 +1,7 @@
 #include "inventory/inventory.h"
 #include "inventory/leakreport.h"
 
-#include "names/logcapture.h"
+#include "support/logcapture.h"
 
 #include "foundation/runoptions.h"
 

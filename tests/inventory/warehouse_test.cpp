@@ -2,7 +2,7 @@
 #include "inventory/leakreport.h"
 
 #include "names/faststring.h"
-#include "names/logcapture.h"
+#include "support/logcapture.h"
 #include "names/memorypool.h"
 
 #include "foundation/runoptions.h"
@@ -198,7 +198,7 @@ TEST_F(WarehouseTest, FailedLoadWithoutDefaultGivesNothingQuietly)
     EXPECT_EQ(pResource, nullptr);
     EXPECT_EQ(m_pWarehouse->GetCount(TestTexture::GetTypeInfo()), 0u);
     EXPECT_EQ(MemoryPool::Get("InvResources").GetLiveCount(), resourcesBefore);
-    EXPECT_TRUE(log.GetLines().empty());
+    EXPECT_TRUE(log.Lines().empty());
 }
 
 TEST_F(WarehouseTest, FlushTakesOnlyWhatNobodyHolds)
@@ -207,7 +207,7 @@ TEST_F(WarehouseTest, FlushTakesOnlyWhatNobodyHolds)
     {
         LogCapture log;
         m_pWarehouse->Flush("art/held", TestTexture::GetTypeInfo());
-        EXPECT_TRUE(log.GetLines().empty());
+        EXPECT_TRUE(log.Lines().empty());
     }
     EXPECT_EQ(m_pWarehouse->GetCount(TestTexture::GetTypeInfo()), 1u);
     EXPECT_EQ(TestTexture::s_type.m_destroyed, 0);

@@ -1,6 +1,6 @@
 // Loading Lua text from streams, files and the "LCFG" chunk, `import`, and save/load round trips.
 #include "foundation/debug.h"
-#include "logcapture.h"
+#include "support/logcapture.h"
 #include "luaconfig/luaconfig.h"
 #include "luaconfig/luaconfigsave.h"
 #include "storage/bytestreamadapter.h"

@@ -1,7 +1,7 @@
 // The Lua state layer: typed reads and writes, the current table, native functions, RunString,
 // print and alert routing, read-only tables and the library manager.
 #include "foundation/debug.h"
-#include "logcapture.h"
+#include "support/logcapture.h"
 #include "luaconfig/luaconfig.h"
 #include "luaconfig/luaconfigsave.h"
 #include "luaconfig/lualibman.h"

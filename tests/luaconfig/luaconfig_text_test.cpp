@@ -1,6 +1,6 @@
 // The text that a save writes, compared character by character.
 #include "foundation/debug.h"
-#include "logcapture.h"
+#include "support/logcapture.h"
 #include "luaconfig/luaconfig.h"
 #include "luaconfig/luaconfigsave.h"
 #include "storage/ramstream.h"

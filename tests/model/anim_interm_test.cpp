@@ -9,7 +9,7 @@
 #include "model/shader_test_env.h"
 #include "model/shaderimp.h"
 #include "model/skeleton.h"
-#include "names/logcapture.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 

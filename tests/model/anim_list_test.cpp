@@ -8,7 +8,7 @@
 #include "model/shader_test_env.h"
 #include "model/shaderimp.h"
 #include "model/skeleton.h"
-#include "names/logcapture.h"
+#include "support/logcapture.h"
 
 #include "foundation/debug.h"
 

@@ -3,7 +3,7 @@
 #include "model/animstream.h"
 
 #include "model/anim_test_util.h"
-#include "names/logcapture.h"
+#include "support/logcapture.h"
 
 #include "foundation/debug.h"
 

@@ -5,7 +5,7 @@
 #include "inventory/inventory.h"
 #include "model/motion_test_util.h"
 #include "names/memorypool.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
 
@@ -20,7 +20,6 @@ using motion_test::Bytes;
 using motion_test::ChunkReader;
 using motion_test::ChunkWriter;
 using motion_test::HandFile;
-using testing_log::LogCapture;
 
 namespace
 {

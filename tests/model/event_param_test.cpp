@@ -5,13 +5,12 @@
 
 #include "foundation/debug.h"
 #include "inventory/inventory.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 
-using testing_log::LogCapture;
 
 namespace
 {

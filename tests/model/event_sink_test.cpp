@@ -3,11 +3,10 @@
 #include "inventory/inventory.h"
 #include "model/eventnames.h"
 #include "model/rendermodel.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
-using testing_log::LogCapture;
 
 namespace
 {

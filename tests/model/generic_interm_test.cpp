@@ -12,7 +12,6 @@
 #include <map>
 
 using namespace generic_test;
-using testing_log::LogCapture;
 
 namespace
 {

@@ -9,7 +9,6 @@
 
 using namespace generic_test;
 using model_test::Env;
-using testing_log::LogCapture;
 
 namespace
 {

@@ -13,7 +13,7 @@
 #include "model/shadertypeinfo.h"
 #include "model/skeleton.h"
 #include "render/device.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 #include "storage/chunky.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"

@@ -5,7 +5,7 @@
 #include "foundation/debug.h"
 #include "model/animpose.h"
 #include "model/mesh_test_util.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,6 @@ using model_test::MatrixNear;
 using model_test::QuarterTurn;
 using model_test::Rows;
 using model_test::Translation;
-using testing_log::LogCapture;
 
 namespace
 {

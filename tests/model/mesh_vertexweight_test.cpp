@@ -3,14 +3,13 @@
 #include "model/vertexweight.h"
 
 #include "foundation/debug.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 
-using testing_log::LogCapture;
 
 namespace
 {

@@ -8,7 +8,7 @@
 #include "model/animlist.h"
 #include "model/motion_test_util.h"
 #include "model/rendermodel.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
 
@@ -23,7 +23,6 @@ using motion_test::ChunkReader;
 using motion_test::ChunkWriter;
 using motion_test::HandFile;
 using motion_test::Text;
-using testing_log::LogCapture;
 
 namespace
 {

@@ -7,14 +7,13 @@
 #include "model/animlist.h"
 #include "model/motion_test_util.h"
 #include "model/rendermodel.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 #include <stdexcept>
 
-using testing_log::LogCapture;
 
 namespace
 {

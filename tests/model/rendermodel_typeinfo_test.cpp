@@ -6,7 +6,7 @@
 #include "foundation/runoptions.h"
 #include "model/rendermodel.h"
 #include "model/shader_test_env.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 #include "storage/chunky.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +14,6 @@
 #include <string>
 #include <vector>
 
-using testing_log::LogCapture;
 
 namespace
 {

@@ -2,7 +2,7 @@
 
 #include "foundation/debug.h"
 #include "model/shader_test_env.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include "image/imageload.h"
 #include "image/imagetypes.h"
 #include "model/shader_test_env.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
 
@@ -14,7 +14,6 @@
 #include <string>
 
 using model_test::Env;
-using testing_log::LogCapture;
 
 namespace
 {

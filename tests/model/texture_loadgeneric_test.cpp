@@ -5,7 +5,7 @@
 #include "image/imageload.h"
 #include "image/imagetypes.h"
 #include "model/shader_test_env.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,6 @@ using model_test::FileHeader;
 using model_test::Reader;
 using model_test::U32;
 using model_test::Writer;
-using testing_log::LogCapture;
 
 namespace
 {

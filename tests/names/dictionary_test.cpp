@@ -3,7 +3,7 @@
 #include "names/memorypool.h"
 #include "names/name.h"
 
-#include "names/logcapture.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 

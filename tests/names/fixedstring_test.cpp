@@ -1,6 +1,6 @@
 #include "names/fixedstring.h"
 
-#include "names/logcapture.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 

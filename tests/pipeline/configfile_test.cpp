@@ -1,5 +1,5 @@
 // ConfigFile: the reading rules of ini text, the typed reads, and the writer read back.
-#include "logcatcher.h"
+#include "support/logcapture.h"
 #include "support/tempfolder.h"
 
 #include "foundation/debug.h"
@@ -87,7 +87,7 @@ TEST(ConfigFileRead, SectionsAndKeysComeInLowerCaseOrder)
 
 TEST(ConfigFileRead, DuplicateSectionsMergeAndTheFirstValueStays)
 {
-    LogCatcher log;
+    LogCapture log;
     ConfigFile config;
     ASSERT_TRUE(LoadText(config, "[Project:Tank]\r\n"
                                  "DataFinal=final\r\n"
@@ -105,7 +105,7 @@ TEST(ConfigFileRead, DuplicateSectionsMergeAndTheFirstValueStays)
 
 TEST(ConfigFileRead, BrokenLinesAreReportedAndSkipped)
 {
-    LogCatcher log;
+    LogCapture log;
     ConfigFile config;
     ASSERT_TRUE(LoadText(config, "orphan=1\r\n"
                                  "[good]\r\n"
@@ -126,7 +126,7 @@ TEST(ConfigFileRead, BrokenLinesAreReportedAndSkipped)
 
 TEST(ConfigFileRead, OnlyCrLfEndsALine)
 {
-    LogCatcher log;
+    LogCapture log;
     ConfigFile config;
     // Bare "\n" line ends: the whole text is one line, which is no section header.
     ASSERT_TRUE(LoadText(config, "[a]\nk=v\n"));
@@ -140,7 +140,7 @@ TEST(ConfigFileRead, OnlyCrLfEndsALine)
 
 TEST(ConfigFileRead, OverlongLineIsCutAndItsRestReadAsTheNextLine)
 {
-    LogCatcher log;
+    LogCapture log;
     ConfigFile config;
     const std::string value(1500, 'v');
     ASSERT_TRUE(LoadText(config, "[s]\r\nkey=" + value + "\r\nnext=1\r\n"));
@@ -312,7 +312,7 @@ TEST(ConfigFileSave, AReadOnlyTargetIsMadeWritableAndWritten)
 
 TEST(ConfigFileSave, UnwritableTargetFailsWithAMessage)
 {
-    LogCatcher log;
+    LogCapture log;
     TempFolder folder;
     // A folder stands where the file would go.
     std::filesystem::create_directories(folder / "taken.ini");

@@ -1,6 +1,6 @@
 // Pipeline: finding and reading pipeline.ini, projects and their folders, plain sections, the
 // owner of a path and the source name mapping.
-#include "logcatcher.h"
+#include "support/logcapture.h"
 #include "pipelinetree.h"
 
 #include "foundation/debug.h"
@@ -77,7 +77,7 @@ TEST_F(PipelineTest, UnreadableOrSectionlessFileGivesTwo)
 
 TEST_F(PipelineTest, ProjectFaultsGiveThree)
 {
-    LogCatcher log;
+    LogCapture log;
     EXPECT_EQ(Pipeline::InitBadProject, Init(s_plain));
     EXPECT_EQ(1u, log.With("holds no [project:NAME] section").size());
 
@@ -164,7 +164,7 @@ TEST_F(PipelineTest, ProjectsAndTheirFolders)
 
 TEST_F(PipelineTest, ProjectSectionsThatDifferInCaseAreOne)
 {
-    LogCatcher log;
+    LogCapture log;
     std::string first = ProjectSection("project:Tank", "tank", "");
     first.erase(first.find("DataPreview="), std::string("DataPreview=tank/preview\r\n").size());
     const std::string second =

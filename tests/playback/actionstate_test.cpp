@@ -5,7 +5,7 @@
 #include "model/action.h"
 #include "model/condition.h"
 #include "model/modifier.h"
-#include "names/logcapture.h"
+#include "support/logcapture.h"
 #include "playback/playback_test_util.h"
 
 #include <gtest/gtest.h>

@@ -1,14 +1,13 @@
 #include "render/nulldevice.h"
 
 #include "foundation/debug.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 #include "render/pixelmask.h"
 
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 
-using testing_log::LogCapture;
 
 namespace
 {

@@ -2,7 +2,7 @@
 
 #include "foundation/debug.h"
 #include "names/memorypool.h"
-#include "render/logcapture.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,6 @@
 #include <cstring>
 #include <stdexcept>
 
-using testing_log::LogCapture;
 
 namespace
 {

@@ -138,7 +138,7 @@ TEST_F(FilePathTest, MissingAliasIsLoggedWithTheWholeName)
     log.Clear();
     EXPECT_EQ(FilePath::FileType(""), 0);
     EXPECT_FALSE(FilePath::Delete(""));
-    EXPECT_TRUE(log.Empty());
+    EXPECT_EQ(log.Size(), 0u);
 
     log.Clear();
     EXPECT_FALSE(FilePath::RemoveAlias("NOPE", "x"));

@@ -5,6 +5,7 @@
 #include "foundation/output.h"
 #include "storage/filepath.h"
 #include "storage/hdnotification.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
@@ -59,45 +60,6 @@ public:
 
 private:
     std::string m_path;
-};
-
-// Keeps every line logged while it lives.
-class LogCapture
-{
-public:
-    LogCapture()
-    {
-        Lines().clear();
-        dbg::AddListener(&Listen);
-    }
-    ~LogCapture() { dbg::RemoveListener(&Listen); }
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
-
-    // Lines that hold `text`.
-    int Count(const std::string& text) const
-    {
-        int n = 0;
-        for (const std::string& line : Lines())
-            n += line.find(text) != std::string::npos ? 1 : 0;
-        return n;
-    }
-    bool Has(const std::string& text) const { return Count(text) > 0; }
-    bool Empty() const { return Lines().empty(); }
-    void Clear() { Lines().clear(); }
-    const std::vector<std::string>& All() const { return Lines(); }
-
-private:
-    static std::vector<std::string>& Lines()
-    {
-        static std::vector<std::string> s_lines;
-        return s_lines;
-    }
-    static void Listen(const char* const* lines, uint32 count, uint32)
-    {
-        for (uint32 i = 0; i < count; ++i)
-            Lines().emplace_back(lines[i]);
-    }
 };
 
 // The clock of the watches while it lives.
