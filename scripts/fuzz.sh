@@ -28,6 +28,7 @@ seeds_for() {
         configfile) echo samples/project ;;
         image_*) echo samples/images ;;
         model_sgm) echo samples/models ;;
+        scene) echo samples/project/art/source/units/scout samples/project/art/source/units/scout/reference ;;
         *) [[ -d "samples/$1" ]] && echo "samples/$1" ;;
     esac
 }

@@ -1202,9 +1202,10 @@ std::unique_ptr<Scene> ReadSceneText(const std::string& text, const std::string&
     {
         document = json::parse(text);
     }
-    catch (const json::parse_error& e)
+    catch (const json::exception& e)
     {
-        // The library's text begins with its own error number in brackets; the rest says where.
+        // A syntax fault, or a number beyond a double ("1e999"). The library's text begins with its
+        // own error number in brackets; the rest says where.
         std::string what = e.what();
         const size_t close = what.find("] ");
         if (close != std::string::npos)

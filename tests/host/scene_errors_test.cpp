@@ -31,6 +31,9 @@ TEST(SceneErrors, NotJsonOrNotAnObject)
     EXPECT_EQ(Refusal("{\"nodes\": [}").rfind("walker.json: not a JSON text: ", 0), 0u)
         << Refusal("{\"nodes\": [}");
     EXPECT_NE(Refusal("{\"nodes\": [}").find("line 1"), std::string::npos);
+    // A number no double holds is refused as the text's fault, not thrown past the reader.
+    EXPECT_EQ(Refusal("{\"nodes\": [], \"frameRate\": 1e999}").rfind("walker.json: not a JSON text: ", 0), 0u)
+        << Refusal("{\"nodes\": [], \"frameRate\": 1e999}");
     EXPECT_EQ(Refusal("[]"), "walker.json: /: expected an object, found an array");
     EXPECT_EQ(Refusal("{}"), "walker.json: /: missing key 'nodes' (the array of the scene's nodes)");
     EXPECT_EQ(Refusal(R"({"version": 2, "nodes": []})"),
