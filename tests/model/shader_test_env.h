@@ -9,6 +9,7 @@
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
 #include "storage/ramstream.h"
+#include "support/chunkmemory.h"
 
 #include <cstring>
 #include <memory>
@@ -48,36 +49,9 @@ inline const fr::NullShader& RenderTree(const ShaderImp& shader)
     return static_cast<const fr::NullShader&>(*shader.GetRenderShader());
 }
 
-// A chunk file written into memory.
-struct Writer
-{
-    Writer()
-    {
-        m_stream.Create(64, ByteStream::Mode_Write);
-        m_pChunky = std::make_unique<Chunky>(m_adapter);
-    }
-    std::string Bytes() const
-    {
-        return std::string(reinterpret_cast<const char*>(m_stream.GetBuffer()), m_stream.GetLength());
-    }
-    RamStream m_stream;
-    ByteStreamAdapter m_adapter{m_stream};
-    std::unique_ptr<Chunky> m_pChunky;
-};
-
-// A chunk file read from memory.
-struct Reader
-{
-    explicit Reader(const std::string& bytes) : m_bytes(bytes)
-    {
-        m_stream.Attach(m_bytes.data(), uint32(m_bytes.size()), false, ByteStream::Mode_Read);
-        m_pChunky = std::make_unique<Chunky>(m_adapter);
-    }
-    std::string m_bytes;
-    RamStream m_stream;
-    ByteStreamAdapter m_adapter{m_stream};
-    std::unique_ptr<Chunky> m_pChunky;
-};
+// The shared chunk files in memory, by the short names these tests use.
+using Writer = ChunkWriter;
+using Reader = ChunkReader;
 
 // Chunk files built by hand, byte by byte.
 inline std::string U32(uint32 v)
