@@ -211,6 +211,17 @@ protected:
         m_group.SetMeshName(1, ra::MakeName("head"));
     }
 
+    // A model "hero": the chain skeleton and a group of one mesh, "body", with the skin shader.
+    void MakeHero(RenderModel& model) const
+    {
+        auto pGroup = std::make_unique<ra::MeshGroup>();
+        pGroup->AddShader(m_group.GetShader(0), true);
+        pGroup->SetMeshCount(1);
+        pGroup->SetMeshName(0, ra::MakeName("body"));
+        model.SetSkeleton(Chain());
+        model.SetMeshGroup(std::move(pGroup));
+    }
+
     model_test::Env m_env;
     ra::MeshGroup m_group;
     ShaderImp* m_pSkin = nullptr;
@@ -284,13 +295,8 @@ TEST_F(AnimIntermControls, MeshesWithoutVisibilityGetAHiddenDefault)
 
 TEST_F(AnimIntermControls, ConvertRunsEveryStepAgainstTheModel)
 {
-    auto pGroup = std::make_unique<ra::MeshGroup>();
-    pGroup->AddShader(m_group.GetShader(0), true);
-    pGroup->SetMeshCount(1);
-    pGroup->SetMeshName(0, ra::MakeName("body"));
     RenderModel model("hero");
-    model.SetSkeleton(Chain());
-    model.SetMeshGroup(std::move(pGroup));
+    MakeHero(model);
 
     AnimInterm anim("Jump");
     anim.AddBone(ra::MakeName("root"));
@@ -309,13 +315,8 @@ TEST_F(AnimIntermControls, ConvertRunsEveryStepAgainstTheModel)
 
 TEST_F(AnimIntermControls, TheKeptSourceHoldsUntilTheAnimationOrTheModelChanges)
 {
-    auto pGroup = std::make_unique<ra::MeshGroup>();
-    pGroup->AddShader(m_group.GetShader(0), true);
-    pGroup->SetMeshCount(1);
-    pGroup->SetMeshName(0, ra::MakeName("body"));
     RenderModel model("hero");
-    model.SetSkeleton(Chain());
-    model.SetMeshGroup(std::move(pGroup));
+    MakeHero(model);
 
     AnimInterm source("Jump");
     source.SetFrameCount(2);

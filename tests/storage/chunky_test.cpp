@@ -4,6 +4,8 @@
 
 #include "foundation/debug.h"
 
+#include "support/chunkmemory.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -39,36 +41,8 @@ std::string WalkerFile()
            Header("DATA", "TAIL", 1, 0);
 }
 
-// A Chunky reading `bytes` from memory.
-struct Reader
-{
-    explicit Reader(const std::string& bytes) : m_bytes(bytes)
-    {
-        m_stream.Attach(m_bytes.data(), uint32(m_bytes.size()), false, ByteStream::Mode_Read);
-        m_pChunky = std::make_unique<Chunky>(m_adapter);
-    }
-    std::string m_bytes;
-    RamStream m_stream;
-    ByteStreamAdapter m_adapter{m_stream};
-    std::unique_ptr<Chunky> m_pChunky;
-};
-
-// A Chunky writing into memory.
-struct Writer
-{
-    Writer()
-    {
-        m_stream.Create(64, ByteStream::Mode_Write);
-        m_pChunky = std::make_unique<Chunky>(m_adapter);
-    }
-    std::string Bytes() const
-    {
-        return std::string(reinterpret_cast<const char*>(m_stream.GetBuffer()), m_stream.GetLength());
-    }
-    RamStream m_stream;
-    ByteStreamAdapter m_adapter{m_stream};
-    std::unique_ptr<Chunky> m_pChunky;
-};
+using Reader = ChunkReader;
+using Writer = ChunkWriter;
 
 // Runs `f` and checks that it throws this container error; returns the error's position.
 uint32 ExpectChunkyError(const std::function<void()>& f, uint32 code, const char* text)
