@@ -1,7 +1,7 @@
 // Key stream evaluation: 10,000 sequential samples through a stream of a 300-frame animation, with
 // the hints a play state keeps, beside the same samples searched from the first key each time.
-#include "model/anim.h"
-#include "model/animstream.h"
+#include "model/anim/anim.h"
+#include "model/anim/animstream.h"
 
 #include <benchmark/benchmark.h>
 

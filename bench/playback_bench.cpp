@@ -1,11 +1,11 @@
 // PlayBlender::BuildPose for a 60-bone chain model with two playing states (one fading out into
 // the other), each animating every bone with rotation and position keys: microseconds per pose.
-#include "model/animlist.h"
-#include "model/animpose.h"
-#include "model/mesh.h"
-#include "model/motion.h"
+#include "model/anim/animlist.h"
+#include "model/anim/animpose.h"
+#include "model/mesh/mesh.h"
+#include "model/motiontree/motion.h"
 #include "model/rendermodel.h"
-#include "model/skeleton.h"
+#include "model/skeleton/skeleton.h"
 #include "playback/playblender.h"
 #include "playback/playlist.h"
 #include "render/device.h"

@@ -4,8 +4,8 @@
 // each input.
 #include "fuzzsupport.h"
 #include "inventory/warehouse.h"
-#include "model/animlist.h"
-#include "model/modelloadgeneric.h"
+#include "model/anim/animlist.h"
+#include "model/file/generic/rendermodelloadgeneric.h"
 #include "model/rendermodel.h"
 #include "render/device.h"
 #include "storage/chunky.h"

@@ -5,7 +5,7 @@
 #include "exporter/sgmexport.h"
 #include "fuzzsupport.h"
 #include "host/scene.h"
-#include "model/modelloadgeneric.h"
+#include "model/file/generic/rendermodelloadgeneric.h"
 #include "model/rendermodel.h"
 #include "storage/chunky.h"
 

@@ -3,10 +3,10 @@
 #include "cli/command.h"
 
 #include "inventory/warehouse.h"
-#include "model/animlist.h"
-#include "model/modelloadgeneric.h"
+#include "model/anim/animlist.h"
+#include "model/file/generic/rendermodelloadgeneric.h"
 #include "model/rendermodel.h"
-#include "model/shader.h"
+#include "model/shader/shader.h"
 #include "playback/animbvbuilder.h"
 #include "render/device.h"
 #include "storage/bytestream.h"
@@ -396,7 +396,8 @@ int RunConvert(const std::string& in, const std::string& out, bool interm, const
 cli::CommandRegistrar s_model(
     [](CLI::App& app, int& exitCode)
     {
-        CLI::App* model = cli::GetOrAddSubcommand(app, "model", "Inspect, convert and pose model files (.sgm, .ebp)");
+        CLI::App* model =
+            cli::GetOrAddSubcommand(app, "model", "Inspect, convert and pose model files (.sgm, .ebp)");
 
         CLI::App* info = model->add_subcommand("info", "Print what a model file holds");
         info->footer(

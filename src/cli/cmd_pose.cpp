@@ -4,10 +4,10 @@
 #include "cli/command.h"
 
 #include "inventory/warehouse.h"
-#include "model/animlist.h"
-#include "model/animpose.h"
-#include "model/modelloadgeneric.h"
-#include "model/motion.h"
+#include "model/anim/animlist.h"
+#include "model/anim/animpose.h"
+#include "model/file/generic/rendermodelloadgeneric.h"
+#include "model/motiontree/motion.h"
 #include "model/rendermodel.h"
 #include "playback/animbvbuilder.h"
 #include "playback/playblender.h"
@@ -225,7 +225,8 @@ int RunPose(const std::string& file, const std::string& animName, float seconds,
 cli::CommandRegistrar s_pose(
     [](CLI::App& app, int& exitCode)
     {
-        CLI::App* model = cli::GetOrAddSubcommand(app, "model", "Inspect, convert and pose model files (.sgm, .ebp)");
+        CLI::App* model =
+            cli::GetOrAddSubcommand(app, "model", "Inspect, convert and pose model files (.sgm, .ebp)");
         CLI::App* pose = model->add_subcommand("pose", "Pose a model at a time of one of its animations");
         pose->footer(
             "FILE is a generic model file (.sgm, with its .ebp). ANIM is played alone from its start\n"

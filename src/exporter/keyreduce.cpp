@@ -1,6 +1,6 @@
 #include "exporter/keyreduce.h"
 
-#include "model/animstream.h"
+#include "model/anim/animstream.h"
 
 namespace
 {

@@ -7,8 +7,8 @@
 #include "host/plugin.h"
 #include "inventory/inventory.h"
 #include "math/matrix.h"
-#include "model/anim.h"
-#include "model/mesh.h"
+#include "model/anim/anim.h"
+#include "model/mesh/mesh.h"
 
 #include <functional>
 #include <memory>
@@ -146,9 +146,10 @@ public:
     bool ForceSkinWeights(size_t meshIndex, SGMExportOptions& options);
 
     // Materials and shaders.
-    void CollectShaders(host::INode* pNode, std::vector<ShaderListEntry*>& shaderList, SGMExportOptions& options,
-                        const std::vector<bool>* usedShader);
-    std::unique_ptr<ShaderListEntry> BuildShader(host::Mtl* pMtl, size_t shaderIndex, SGMExportOptions& options);
+    void CollectShaders(host::INode* pNode, std::vector<ShaderListEntry*>& shaderList,
+                        SGMExportOptions& options, const std::vector<bool>* usedShader);
+    std::unique_ptr<ShaderListEntry> BuildShader(host::Mtl* pMtl, size_t shaderIndex,
+                                                 SGMExportOptions& options);
     int32 FindShaderEntry(host::Mtl* pMtl) const;
     void SetTextureChannel(ShaderImp* pShader, int channel, host::Texmap* pTexmap, bool sharedUV,
                            SGMExportOptions& options);
@@ -160,8 +161,8 @@ public:
                     uint32 frame);
     void SampleCamera(host::INode* pNode, host::INode* pParent, CameraPositionStream& positionStream,
                       CameraRotationStream& rotationStream);
-    bool AddControlStream(RenderModel& renderModel, const ControlInfo& ref, const ControlValueFunction& valueFunction,
-                          void* pObject, bool keepConstant);
+    bool AddControlStream(RenderModel& renderModel, const ControlInfo& ref,
+                          const ControlValueFunction& valueFunction, void* pObject, bool keepConstant);
     // The mesh records to change in place, so that one stage can run again on records set by hand
     // (the export benchmark times the normals this way).
     std::vector<MeshNode>& EditMeshNodes() { return m_MeshNodes; }

@@ -7,11 +7,11 @@
 #include "exporter/sgmutil.h"
 
 #include "host/material.h"
-#include "model/animinterm.h"
-#include "model/animlist.h"
+#include "model/anim/animinterm.h"
+#include "model/anim/animlist.h"
 #include "model/rendermodel.h"
-#include "model/shaderimp.h"
-#include "model/skeleton.h"
+#include "model/shader/shaderimp.h"
+#include "model/skeleton/skeleton.h"
 
 #include <algorithm>
 #include <memory>

@@ -9,9 +9,9 @@
 
 #include "foundation/debug.h"
 #include "foundation/output.h"
-#include "model/mesh.h"
-#include "model/shader.h"
-#include "model/shaderimp.h"
+#include "model/mesh/mesh.h"
+#include "model/shader/shader.h"
+#include "model/shader/shaderimp.h"
 #include "names/faststring.h"
 #include "render/device.h"
 #include "render/matrix.h"

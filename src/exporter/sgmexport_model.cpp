@@ -5,11 +5,11 @@
 #include "exporter/sgmfilename.h"
 #include "exporter/sgmutil.h"
 #include "foundation/debug.h"
-#include "model/animlist.h"
+#include "model/anim/animlist.h"
 #include "model/rendermodel.h"
-#include "model/shader.h"
-#include "model/shaderimp.h"
-#include "model/skeleton.h"
+#include "model/shader/shader.h"
+#include "model/shader/shaderimp.h"
+#include "model/skeleton/skeleton.h"
 #include "names/name.h"
 
 namespace

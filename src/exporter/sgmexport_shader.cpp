@@ -6,9 +6,9 @@
 #include "exporter/sgmfilename.h"
 #include "exporter/sgmuv.h"
 #include "foundation/debug.h"
-#include "model/shaderimp.h"
-#include "model/texture.h"
-#include "model/textureloadgeneric.h"
+#include "model/file/generic/textureloadgeneric.h"
+#include "model/shader/shaderimp.h"
+#include "model/shader/texture.h"
 
 #include <algorithm>
 #include <cctype>

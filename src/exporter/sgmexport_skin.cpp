@@ -4,7 +4,7 @@
 #include "exporter/sgmexport.h"
 #include "exporter/sgmutil.h"
 #include "foundation/debug.h"
-#include "model/vertexweight.h"
+#include "model/mesh/vertexweight.h"
 #include "names/name.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include "foundation/debug.h"
 #include "model/rendermodeltypeinfo.h"
-#include "model/shader.h"
+#include "model/shader/shader.h"
 
 #include <random>
 

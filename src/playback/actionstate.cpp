@@ -2,10 +2,10 @@
 
 #include "foundation/debug.h"
 #include "foundation/output.h"
-#include "model/action.h"
-#include "model/condition.h"
-#include "model/modifier.h"
-#include "model/motion.h"
+#include "model/motiontree/action.h"
+#include "model/motiontree/condition.h"
+#include "model/motiontree/modifier.h"
+#include "model/motiontree/motion.h"
 #include "model/rendermodel.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #include "playback/playblender.h"
 
 #include "foundation/debug.h"
-#include "model/animlist.h"
-#include "model/animpose.h"
-#include "model/motion.h"
+#include "model/anim/animlist.h"
+#include "model/anim/animpose.h"
+#include "model/motiontree/motion.h"
 #include "model/rendermodel.h"
 #include "playback/playlist.h"
 

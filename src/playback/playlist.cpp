@@ -1,8 +1,8 @@
 #include "playback/playlist.h"
 
 #include "foundation/debug.h"
-#include "model/modifier.h"
-#include "model/motion.h"
+#include "model/motiontree/modifier.h"
+#include "model/motiontree/motion.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,8 +1,8 @@
 #include "playback/playstate.h"
 
 #include "foundation/debug.h"
-#include "model/animlist.h"
-#include "model/motion.h"
+#include "model/anim/animlist.h"
+#include "model/motiontree/motion.h"
 #include "model/rendermodel.h"
 #include "names/memorypool.h"
 

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "foundation/types.h"
-#include "model/animstream.h"
+#include "model/anim/animstream.h"
 
 #include <vector>
 

@@ -3,7 +3,7 @@
 // as set once given a value.
 #pragma once
 
-#include "model/clause.h"
+#include "model/motiontree/clause.h"
 #include "names/name.h"
 
 #include <string>

@@ -3,7 +3,7 @@
 #include "anim_fixture.h"
 
 #include "foundation/debug.h"
-#include "model/animinterm.h"
+#include "model/anim/animinterm.h"
 
 #include <cmath>
 #include <stdexcept>

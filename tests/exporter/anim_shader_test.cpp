@@ -2,7 +2,7 @@
 // and scales of bitmap slots, sampled over three frames; and the whole path through assembly.
 #include "anim_fixture.h"
 
-#include "model/shaderimp.h"
+#include "model/shader/shaderimp.h"
 
 #include <algorithm>
 

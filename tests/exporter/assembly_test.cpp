@@ -2,11 +2,11 @@
 // streams renamed after what they drive, from small scenes walked and built by the exporter.
 #include "exporter/sgmfilename.h"
 #include "exporter_fixture.h"
-#include "model/anim.h"
-#include "model/animlist.h"
+#include "model/anim/anim.h"
+#include "model/anim/animlist.h"
 #include "model/rendermodel.h"
-#include "model/shader.h"
-#include "model/skeleton.h"
+#include "model/shader/shader.h"
+#include "model/skeleton/skeleton.h"
 #include "names/name.h"
 #include "support/tempfolder.h"
 

@@ -2,7 +2,7 @@
 // the order in which a pass visits the keys.
 #include "exporter/keyreduce.h"
 
-#include "model/animstream.h"
+#include "model/anim/animstream.h"
 
 #include <gtest/gtest.h>
 

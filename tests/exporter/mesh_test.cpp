@@ -2,7 +2,7 @@
 // coordinates, shader tables and primitive sets, read back from the finished ra::Mesh.
 #include "exporter/mesh_test_util.h"
 
-#include "model/shaderimp.h"
+#include "model/shader/shaderimp.h"
 #include "support/tempfolder.h"
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "exporter/exporter_fixture.h"
-#include "model/mesh.h"
+#include "model/mesh/mesh.h"
 #include "model/rendermodel.h"
 #include "support/logcapture.h"
 

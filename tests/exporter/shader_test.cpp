@@ -2,8 +2,8 @@
 // own (a pipeline.ini beside them, so textures get their names below the data root).
 #include "exporter/sgmuv.h"
 #include "exporter_fixture.h"
-#include "model/shaderimp.h"
-#include "model/texture.h"
+#include "model/shader/shaderimp.h"
+#include "model/shader/texture.h"
 #include "support/tempfolder.h"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include "model/rendermodel.h"
 
 #include "foundation/debug.h"
-#include "model/mesh_test_util.h"
+#include "model/mesh/mesh_test_util.h"
 
 #include <gtest/gtest.h>
 

@@ -5,15 +5,14 @@
 #include "foundation/debug.h"
 #include "foundation/runoptions.h"
 #include "model/rendermodel.h"
-#include "model/shader_test_env.h"
-#include "support/logcapture.h"
+#include "model/shader/shader_test_env.h"
 #include "storage/chunky.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
-
 
 namespace
 {

@@ -2,11 +2,11 @@
 // change, order in the list, timing modifiers fed from variables, and the warning for large trees.
 #include "playback/actionstate.h"
 
-#include "model/action.h"
-#include "model/condition.h"
-#include "model/modifier.h"
-#include "support/logcapture.h"
+#include "model/motiontree/action.h"
+#include "model/motiontree/condition.h"
+#include "model/motiontree/modifier.h"
 #include "playback/playback_test_util.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 

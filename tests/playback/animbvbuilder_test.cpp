@@ -2,7 +2,7 @@
 // a zero box when nothing shows, and the builder reached through the model library's hook.
 #include "playback/animbvbuilder.h"
 
-#include "model/animlistnode_bv.h"
+#include "model/anim/animlistnode_bv.h"
 #include "playback/playback_test_util.h"
 
 #include <gtest/gtest.h>

@@ -6,12 +6,12 @@
 #include "foundation/debug.h"
 #include "inventory/inventory.h"
 #include "math/matrix.h"
-#include "model/animlist.h"
-#include "model/mesh.h"
-#include "model/motion.h"
+#include "model/anim/animlist.h"
+#include "model/mesh/mesh.h"
+#include "model/motiontree/motion.h"
 #include "model/rendermodel.h"
-#include "model/shaderimp.h"
-#include "model/skeleton.h"
+#include "model/shader/shaderimp.h"
+#include "model/skeleton/skeleton.h"
 #include "render/device.h"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 // scale, bones set by hand, cameras, shader values and visibility, and the instance box.
 #include "playback/playblender.h"
 
-#include "model/animpose.h"
+#include "model/anim/animpose.h"
 #include "playback/playback_test_util.h"
 #include "playback/playlist.h"
 

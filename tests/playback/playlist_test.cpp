@@ -3,7 +3,7 @@
 // repeats.
 #include "playback/playlist.h"
 
-#include "model/modifier.h"
+#include "model/motiontree/modifier.h"
 #include "playback/playback_test_util.h"
 
 #include <gtest/gtest.h>

@@ -1,0 +1,231 @@
+// AnimList: the three mappings of a node against a model (local and cross-referenced animations),
+// the shader flags, stand-ins for missing animations, and the checks on what a node brings.
+#include "model/anim/animlist.h"
+
+#include "model/anim/anim_test_util.h"
+#include "model/mesh/meshgroup.h"
+#include "model/rendermodel.h"
+#include "model/shader/shader_test_env.h"
+#include "model/shader/shaderimp.h"
+#include "model/skeleton/skeleton.h"
+#include "support/logcapture.h"
+
+#include "foundation/debug.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+using anim_test::AssertionText;
+
+namespace
+{
+ra::Name N(const char* text)
+{
+    return ra::MakeName(text);
+}
+
+std::unique_ptr<ControlStream> OneKey(float value)
+{
+    auto pStream = std::make_unique<ControlStream>(1);
+    pStream->SetValue(0, value);
+    return pStream;
+}
+
+ControlInfo Target(int32 targetType)
+{
+    ControlInfo info;
+    info.targetType = targetType;
+    return info;
+}
+
+std::vector<int32> BoneMappings(const AnimListNode& node)
+{
+    std::vector<int32> cMapping;
+    for (size_t i = 0; i < node.GetBoneMappingCount(); ++i)
+        cMapping.push_back(node.GetBoneMapping(int(i)));
+    return cMapping;
+}
+
+std::vector<int32> CameraMappings(const AnimListNode& node)
+{
+    std::vector<int32> cMapping;
+    for (int i = 0; i < node.GetCameraMappingCount(); ++i)
+        cMapping.push_back(node.GetCameraMapping(i));
+    return cMapping;
+}
+
+std::vector<int32> ControlMappings(const AnimListNode& node)
+{
+    std::vector<int32> cMapping;
+    for (int i = 0; i < node.GetNumControlMappings(); ++i)
+        cMapping.push_back(node.GetControlMapping(i));
+    return cMapping;
+}
+
+} // namespace
+
+// A model "hero" with bones root, arm, hand; cameras cam1, cam2; shaders skin, metal; meshes body,
+// head.
+class AnimListTest : public ::testing::Test
+{
+protected:
+    AnimListTest() : m_model("hero"), m_list(m_model)
+    {
+        auto pSkeleton = std::make_unique<Skeleton>(3);
+        const char* cBone[] = {"root", "arm", "hand"};
+        for (int i = 0; i < 3; ++i)
+            pSkeleton->GetBone(i)->SetName(N(cBone[i]));
+        pSkeleton->SetBoneParent(1, 0);
+        pSkeleton->SetBoneParent(2, 1);
+        m_model.SetSkeleton(std::move(pSkeleton));
+
+        m_model.SetCCameraCount(2);
+        RenderModelCamera camera;
+        camera.name = N("cam1");
+        m_model.SetCCamera(0, camera);
+        camera.name = N("cam2");
+        m_model.SetCCamera(1, camera);
+
+        auto pGroup = std::make_unique<ra::MeshGroup>();
+        pGroup->AddShader(Inv::Warehouse::Get()->Add(static_cast<Shader*>(new ShaderImp("skin"))), true);
+        pGroup->AddShader(Inv::Warehouse::Get()->Add(static_cast<Shader*>(new ShaderImp("metal"))), true);
+        pGroup->SetMeshCount(2);
+        pGroup->SetMeshName(0, N("body"));
+        pGroup->SetMeshName(1, N("head"));
+        m_model.SetMeshGroup(std::move(pGroup));
+    }
+
+    // A node for the animation, sized for this model.
+    std::unique_ptr<AnimListNode> Node(std::unique_ptr<Anim> pAnim, ra::Name xrefName = ra::Name::INVALID)
+    {
+        const int controlCount = pAnim->GetControlStreamCount();
+        auto pNode = std::make_unique<AnimListNode>(3, 2, controlCount);
+        pNode->SetAnim(Anim::AddToInventory(std::move(pAnim)));
+        pNode->SetXRefName(xrefName);
+        return pNode;
+    }
+
+    ~AnimListTest() override { m_list.Clear(); }
+
+    model_test::Env m_env;
+    RenderModel m_model;
+    AnimList m_list;
+};
+
+TEST_F(AnimListTest, LocalAnimationMapsBonesInSkeletonOrderAndTheRestByName)
+{
+    auto pAnim = std::make_unique<Anim>("run");
+    // Names play no part for the bones of a local animation.
+    pAnim->SetBoneCount(3);
+    pAnim->SetBoneName(0, N("hand"));
+    pAnim->SetBoneName(1, N("arm"));
+    pAnim->SetBoneName(2, N("root"));
+    pAnim->AddCamera(N("cam2"), nullptr, nullptr);
+    pAnim->AddControlStream(N("metal"), Target(ControlInfo::Target_Shader), OneKey(1));
+    pAnim->AddControlStream(N("head"), Target(ControlInfo::Target_Mesh), OneKey(1));
+    pAnim->AddControlStream(N("skin"), Target(1), OneKey(1));
+    pAnim->AddControlStream(N("nothing"), Target(ControlInfo::Target_Shader), OneKey(1));
+    // A shader name under the mesh target is looked up among meshes.
+    pAnim->AddControlStream(N("skin"), Target(ControlInfo::Target_Mesh), OneKey(1));
+
+    EXPECT_EQ(0, m_list.AddAnim(Node(std::move(pAnim)), false));
+
+    const AnimListNode& node = *m_list.GetAnimNode(0);
+    EXPECT_EQ((std::vector<int32>{0, 1, 2}), BoneMappings(node));
+    EXPECT_EQ((std::vector<int32>{-1, 0}), CameraMappings(node));
+    EXPECT_EQ((std::vector<int32>{1, 1, -1, -1, -1}), ControlMappings(node));
+    EXPECT_EQ(0, m_list.FindAnim(N("RUN")));
+    EXPECT_EQ(AnimList::InvalidIndex, m_list.FindAnim(N("walk")));
+    EXPECT_EQ(0, m_list.GetXRefCount());
+}
+
+TEST_F(AnimListTest, CrossReferencedAnimationMapsBonesByName)
+{
+    auto pAnim = std::make_unique<Anim>("wave");
+    pAnim->AddBone(N("hand"));
+    pAnim->AddBone(N("tail"));
+    pAnim->AddBone(N("root"));
+    m_list.AddAnim(Node(std::make_unique<Anim>("idle")), false);
+    EXPECT_EQ(1, m_list.AddAnim(Node(std::move(pAnim), N("data:art/other.sgm")), false));
+
+    EXPECT_EQ((std::vector<int32>{2, -1, 0}), BoneMappings(*m_list.GetAnimNode(1)));
+    EXPECT_EQ(N("data:art/other.sgm"), m_list.GetAnimNode(1)->GetXRefName());
+    EXPECT_EQ(1, m_list.GetXRefCount());
+    EXPECT_EQ(2, m_list.GetAnimCount());
+}
+
+TEST_F(AnimListTest, ShaderFlagsFollowTheShaderStreamsOfEveryNode)
+{
+    auto pMetal = std::make_unique<Anim>("shine");
+    pMetal->AddControlStream(N("metal"), Target(ControlInfo::Target_Shader), OneKey(1));
+    // A mesh stream at the same index as a shader sets nothing.
+    auto pSkin = std::make_unique<Anim>("blush");
+    pSkin->AddControlStream(N("body"), Target(ControlInfo::Target_Mesh), OneKey(1));
+    pSkin->AddControlStream(N("skin"), Target(ControlInfo::Target_Shader), OneKey(1));
+    m_list.AddAnim(Node(std::move(pMetal)), false);
+    m_list.AddAnim(Node(std::move(pSkin)), false);
+
+    m_list.BuildShaderAnimated();
+    EXPECT_TRUE(m_list.IsShaderAnimated(0));
+    EXPECT_TRUE(m_list.IsShaderAnimated(1));
+
+    // Removing the node rebuilds the flags.
+    m_list.RemoveAnim(1);
+    EXPECT_FALSE(m_list.IsShaderAnimated(0));
+    EXPECT_TRUE(m_list.IsShaderAnimated(1));
+    EXPECT_EQ(1, m_list.GetAnimCount());
+    EXPECT_NE(std::string::npos,
+              AssertionText([&] { m_list.IsShaderAnimated(2); }).find("index < m_bShaderAnimated.size()"));
+}
+
+TEST_F(AnimListTest, MissingAnimationGetsAnEmptyStandInWithTheModelsBones)
+{
+    const int index = m_list.AddAnim(N("MOTION_ERROR - jump"), N("data:art/gone.sgm"));
+    ASSERT_EQ(0, index);
+    const Anim* pAnim = m_list.GetAnim(index);
+    ASSERT_NE(nullptr, pAnim);
+    EXPECT_EQ(N("motion_error - jump"), pAnim->GetName());
+    EXPECT_EQ(3, pAnim->GetBoneCount());
+    EXPECT_EQ(0, pAnim->GetControlStreamCount());
+    EXPECT_EQ(0, m_list.FindAnim(N("MOTION_ERROR - jump")));
+    const AnimListNode& node = *m_list.GetAnimNode(index);
+    EXPECT_EQ(1, m_list.GetXRefCount());
+    EXPECT_EQ((std::vector<int32>{0, 1, 2}), BoneMappings(node));
+    EXPECT_EQ((std::vector<int32>{-1, -1}), CameraMappings(node));
+    EXPECT_FALSE(node.HasBV());
+
+    // The list holds the only reference: it goes with the node.
+    m_list.Clear();
+    Inv::Warehouse::Get()->FlushUnreferenced();
+    EXPECT_EQ(0u, Inv::Warehouse::Get()->GetCount(Anim::GetTypeInfo()));
+}
+
+TEST_F(AnimListTest, MismatchedNodesAreAssertionsAndAreMappedAnyway)
+{
+    auto pAnim = std::make_unique<Anim>("run");
+    pAnim->AddControlStream(N("skin"), Target(ControlInfo::Target_Shader), OneKey(1));
+    pAnim->AddControlStream(N("head"), Target(ControlInfo::Target_Mesh), OneKey(1));
+    auto pNode = std::make_unique<AnimListNode>(2, 2, 0);
+    pNode->SetAnim(Anim::AddToInventory(std::move(pAnim)));
+    AnimListNode* pRaw = pNode.get();
+
+    EXPECT_NE(std::string::npos, AssertionText([&] { m_list.AddAnim(nullptr, false); }).find("pAnimNode"));
+    {
+        LogCapture log;
+        dbg::ScopedThrowOnAssert passOnAssert(false);
+        EXPECT_EQ(0, m_list.AddAnim(std::move(pNode), false));
+        EXPECT_EQ(1, log.Count("hero: Animation run has mismatching control counts (node = 0, anim = 2)!"));
+        EXPECT_EQ(1, log.Count("m_RenderModel.GetSkeleton()->GetBoneCount() == static_cast<int>( "
+                               "node.GetBoneMappingCount() )"));
+    }
+    EXPECT_EQ((std::vector<int32>{-1, -1, -1}), BoneMappings(*pRaw));
+    EXPECT_EQ((std::vector<int32>{0, 1}), ControlMappings(*pRaw));
+
+    EXPECT_NE(std::string::npos,
+              AssertionText([&] { m_list.GetAnimNode(1); }).find("index < GetAnimCount()"));
+    EXPECT_NE(std::string::npos,
+              AssertionText([&] { m_list.GetAnim(AnimList::InvalidIndex); }).find("index != InvalidIndex"));
+}

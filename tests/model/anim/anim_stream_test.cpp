@@ -1,0 +1,300 @@
+// Key streams: evaluation against values worked out by hand (loop wrap, clamping, single keys,
+// spherical interpolation), hints against fresh searches, insertion by time and the raw key bytes.
+#include "model/anim/animstream.h"
+
+#include "model/anim/anim_test_util.h"
+#include "support/logcapture.h"
+
+#include "foundation/debug.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+using anim_test::ExpectQuat;
+using anim_test::ExpectVec;
+
+namespace
+{
+// Keys at 0, 0.5 and 1: (0,0,0), (10,20,30), (20,0,-10).
+BonePositionStream ThreeKeys()
+{
+    BonePositionStream stream(3);
+    stream.SetTime(0, 0.0f);
+    stream.SetValue(0, {0, 0, 0});
+    stream.SetTime(1, 0.5f);
+    stream.SetValue(1, {10, 20, 30});
+    stream.SetTime(2, 1.0f);
+    stream.SetValue(2, {20, 0, -10});
+    return stream;
+}
+
+ControlStream Controls(const std::vector<ControlKey>& cKey)
+{
+    ControlStream stream(uint32(cKey.size()));
+    for (uint32 i = 0; i < cKey.size(); ++i)
+    {
+        stream.SetTime(i, cKey[i].time);
+        stream.SetValue(i, cKey[i].value);
+    }
+    return stream;
+}
+
+const ra::Quat kIdentity(0, 0, 0, 1);
+// 90 degrees about z.
+const ra::Quat kQuarterZ(0, 0, 0.70710677f, 0.70710677f);
+} // namespace
+
+TEST(AnimStreamEvaluate, InterpolatesPositionsLinearlyBetweenKeys)
+{
+    const BonePositionStream stream = ThreeKeys();
+    int16 hint = 0;
+    ExpectVec({5, 10, 15}, stream.Evaluate(0.25f, false, hint));
+    EXPECT_EQ(0, hint);
+    ExpectVec({15, 10, 10}, stream.Evaluate(0.75f, false, hint));
+    EXPECT_EQ(1, hint);
+    // On a key the key's own value comes back.
+    hint = 0;
+    ExpectVec({10, 20, 30}, stream.Evaluate(0.5f, false, hint));
+    ExpectVec({20, 0, -10}, stream.Evaluate(1.0f, false, hint));
+}
+
+TEST(AnimStreamEvaluate, LoopWrapsTimesPastTheEndButPlaysTheEndAtOne)
+{
+    const BonePositionStream stream = ThreeKeys();
+    int16 hint = 0;
+    ExpectVec({5, 10, 15}, stream.Evaluate(2.25f, true, hint));
+    EXPECT_EQ(0, hint);
+    hint = 0;
+    ExpectVec({15, 10, 10}, stream.Evaluate(1.75f, true, hint));
+    hint = 0;
+    ExpectVec({20, 0, -10}, stream.Evaluate(1.0f, true, hint));
+    // A whole number of lengths lands on the start.
+    hint = 0;
+    ExpectVec({0, 0, 0}, stream.Evaluate(3.0f, true, hint));
+    // A wrap goes back to the first key even from a hint at the end.
+    hint = 2;
+    ExpectVec({5, 10, 15}, stream.Evaluate(1.25f, true, hint));
+    EXPECT_EQ(0, hint);
+}
+
+TEST(AnimStreamEvaluate, WithoutLoopTimesAreClampedAndLateHintsHoldTheLastKey)
+{
+    const BonePositionStream stream = ThreeKeys();
+    int16 hint = 0;
+    ExpectVec({20, 0, -10}, stream.Evaluate(2.25f, false, hint));
+    EXPECT_EQ(2, hint);
+    // The hint is left beyond t and is not moved back.
+    ExpectVec({20, 0, -10}, stream.Evaluate(0.25f, false, hint));
+    EXPECT_EQ(2, hint);
+    // With loop, a time before the hint's key starts the search again.
+    ExpectVec({5, 10, 15}, stream.Evaluate(0.25f, true, hint));
+    EXPECT_EQ(0, hint);
+    // Negative times count as 0.
+    hint = 0;
+    ExpectVec({0, 0, 0}, stream.Evaluate(-1.0f, false, hint));
+}
+
+TEST(AnimStreamEvaluate, SingleKeyAnswersEveryTimeAndResetsTheHint)
+{
+    ControlStream stream = Controls({{0.3f, 7.5f}});
+    dbg::ScopedThrowOnAssert throwOnAssert;
+    for (float t : {-2.0f, 0.0f, 0.3f, 0.9f, 1.0f, 5.5f})
+    {
+        int16 hint = 9;
+        EXPECT_FLOAT_EQ(7.5f, stream.Evaluate(t, true, hint));
+        EXPECT_EQ(0, hint);
+        hint = 9;
+        EXPECT_FLOAT_EQ(7.5f, stream.Evaluate(t, false, hint));
+        EXPECT_EQ(0, hint);
+    }
+}
+
+TEST(AnimStreamEvaluate, PairOfEqualTimesGivesItsFirstKeyNotNaN)
+{
+    const ControlStream stream = Controls({{0.0f, 0.0f}, {0.5f, 1.0f}, {0.5f, 3.0f}, {1.0f, 5.0f}});
+    int16 hint = 1;
+    const float value = stream.Evaluate(0.5f, false, hint);
+    EXPECT_FALSE(std::isnan(value));
+    EXPECT_FLOAT_EQ(1.0f, value);
+    EXPECT_EQ(1, hint);
+    // From the start the pair before matches first, at its end.
+    hint = 0;
+    EXPECT_FLOAT_EQ(1.0f, stream.Evaluate(0.5f, false, hint));
+    EXPECT_EQ(0, hint);
+    // Past the zero-length pair the walk goes on to the next one.
+    hint = 1;
+    EXPECT_FLOAT_EQ(4.0f, stream.Evaluate(0.75f, false, hint));
+    EXPECT_EQ(2, hint);
+}
+
+TEST(AnimStreamEvaluate, TimeBeforeTheFirstKeyFallsThroughToTheLastKey)
+{
+    const ControlStream stream = Controls({{0.25f, 1.0f}, {1.0f, 2.0f}});
+    int16 hint = 0;
+    EXPECT_FLOAT_EQ(2.0f, stream.Evaluate(0.1f, false, hint));
+    EXPECT_EQ(1, hint);
+}
+
+TEST(AnimStreamEvaluate, RotationsSlerpTheShortWayAndNormalise)
+{
+    BoneRotationStream stream(2);
+    stream.SetTime(0, 0.0f);
+    stream.SetValue(0, kIdentity);
+    stream.SetTime(1, 1.0f);
+    stream.SetValue(1, kQuarterZ);
+    int16 hint = 0;
+    // 45 and 22.5 degrees about z.
+    ExpectQuat({0, 0, 0.38268343f, 0.92387953f}, stream.Evaluate(0.5f, false, hint));
+    ExpectQuat({0, 0, 0.19509032f, 0.98078528f}, stream.Evaluate(0.25f, false, hint));
+
+    // The same rotation stored with the opposite sign blends to the same result.
+    stream.SetValue(1, -kQuarterZ);
+    ExpectQuat({0, 0, 0.38268343f, 0.92387953f}, stream.Evaluate(0.5f, false, hint));
+    ExpectQuat({0, 0, 0.19509032f, 0.98078528f}, stream.Evaluate(0.25f, false, hint));
+
+    // A first key of the opposite sign: weights flip, the result is the short way from it.
+    stream.SetValue(0, -kIdentity);
+    stream.SetValue(1, kQuarterZ);
+    ExpectQuat({0, 0, -0.38268343f, -0.92387953f}, stream.Evaluate(0.5f, false, hint));
+}
+
+TEST(AnimStreamEvaluate, HintsGiveTheSameValuesAsFreshSearches)
+{
+    // Uneven key times and values from a small generator.
+    uint32 seed = 12345;
+    auto next = [&seed]()
+    {
+        seed = seed * 1664525u + 1013904223u;
+        return float(seed >> 8) / float(1u << 24);
+    };
+    const uint32 keyCount = 40;
+    BonePositionStream positions(keyCount);
+    BoneRotationStream rotations(keyCount);
+    float time = 0.0f;
+    for (uint32 i = 0; i < keyCount; ++i)
+    {
+        positions.SetTime(i, time);
+        rotations.SetTime(i, time);
+        positions.SetValue(i, {next() * 10, next() * 10, next() * 10});
+        rotations.SetValue(i,
+                           ra::QuatFromAxisAngle(ra::Normalize({next(), next(), next() + 0.1f}), next() * 6));
+        time = (i + 2 == keyCount) ? 1.0f : time + (0.2f + next()) / (keyCount * 1.5f);
+    }
+
+    // A forward sweep, looping and past the end several times, with hints kept.
+    int16 positionHint = 0;
+    int16 rotationHint = 0;
+    for (int step = -100; step < 3500; ++step)
+    {
+        const float t = step * 0.001f;
+        for (bool loop : {true, false})
+        {
+            if (!loop && (t > 1.0f))
+                continue;
+            int16 fresh = 0;
+            const ra::Vec3 expected = positions.Evaluate(t, loop, fresh);
+            fresh = 0;
+            const ra::Quat expectedRotation = rotations.Evaluate(t, loop, fresh);
+            ASSERT_EQ(expected, positions.Evaluate(t, loop, positionHint)) << "t = " << t;
+            ASSERT_EQ(expectedRotation, rotations.Evaluate(t, loop, rotationHint)) << "t = " << t;
+        }
+    }
+
+    // Random times with loop: a hint ahead of t starts over, one behind walks forward.
+    for (int i = 0; i < 2000; ++i)
+    {
+        const float t = next() * 3.0f;
+        int16 fresh = 0;
+        const ra::Vec3 expected = positions.Evaluate(t, true, fresh);
+        ASSERT_EQ(expected, positions.Evaluate(t, true, positionHint)) << "t = " << t;
+    }
+}
+
+TEST(AnimStreamEvaluate, BadHintsAndEmptyStreamsAreAssertions)
+{
+    const BonePositionStream stream = ThreeKeys();
+    {
+        dbg::ScopedThrowOnAssert throwOnAssert;
+        int16 hint = 3;
+        EXPECT_THROW(stream.Evaluate(0.25f, false, hint), std::runtime_error);
+        const BonePositionStream empty;
+        hint = 0;
+        EXPECT_THROW(empty.Evaluate(0.25f, false, hint), std::runtime_error);
+    }
+    // Past the assertion a bad hint starts from the first key, and an empty stream gives zero.
+    dbg::ScopedThrowOnAssert passOnAssert(false);
+    int16 hint = 77;
+    ExpectVec({5, 10, 15}, stream.Evaluate(0.25f, false, hint));
+    EXPECT_EQ(0, hint);
+    hint = -1;
+    ExpectVec({5, 10, 15}, stream.Evaluate(0.25f, false, hint));
+    hint = 0;
+    EXPECT_EQ(ra::Vec3(0, 0, 0), BonePositionStream().Evaluate(0.5f, true, hint));
+}
+
+TEST(AnimStreamKeys, InsertKeepsTimeOrderAndReplacesEqualTimes)
+{
+    ControlStream stream;
+    EXPECT_TRUE(stream.Insert(0.5f, 5.0f));
+    EXPECT_TRUE(stream.Insert(0.0f, 1.0f));
+    EXPECT_TRUE(stream.Insert(1.0f, 9.0f));
+    EXPECT_TRUE(stream.Insert(0.75f, 7.0f));
+    EXPECT_TRUE(stream.Insert(0.5f, 6.0f));
+    ASSERT_EQ(4u, stream.GetKeyCount());
+    const float cTime[] = {0.0f, 0.5f, 0.75f, 1.0f};
+    const float cValue[] = {1.0f, 6.0f, 7.0f, 9.0f};
+    for (uint32 i = 0; i < 4; ++i)
+    {
+        EXPECT_FLOAT_EQ(cTime[i], stream.GetKeyTime(i));
+        EXPECT_FLOAT_EQ(cValue[i], stream.GetKeyValue(i));
+    }
+
+    stream.Remove(1);
+    ASSERT_EQ(3u, stream.GetKeyCount());
+    EXPECT_FLOAT_EQ(0.75f, stream.GetKeyTime(1));
+    dbg::ScopedThrowOnAssert throwOnAssert;
+    EXPECT_THROW(stream.Remove(3), std::runtime_error);
+    EXPECT_THROW(stream.SetValue(3, 1.0f), std::runtime_error);
+    EXPECT_THROW(stream.GetKeyTime(3), std::runtime_error);
+}
+
+TEST(AnimStreamKeys, InsertStopsAtTheKeyLimitWithALogLine)
+{
+    ControlStream stream(ControlStream::MaxKeyCount);
+    for (uint32 i = 0; i < stream.GetKeyCount(); ++i)
+        stream.SetTime(i, float(i) / float(ControlStream::MaxKeyCount));
+    LogCapture log;
+    EXPECT_FALSE(stream.Insert(2.0f, 1.0f));
+    EXPECT_EQ(ControlStream::MaxKeyCount, stream.GetKeyCount());
+    const LogCapture::Line* pLine =
+        log.FindLine("Animation has exceeded 65535 key frames. Failing addition.");
+    ASSERT_NE(nullptr, pLine);
+    EXPECT_EQ(FourCC("ANIM"), pLine->channel);
+    // A key of a time already there still takes its new value.
+    EXPECT_TRUE(stream.Insert(0.0f, 4.0f));
+    EXPECT_FLOAT_EQ(4.0f, stream.GetKeyValue(0));
+}
+
+TEST(AnimStreamKeys, KeysInMemoryAreTheFileBytes)
+{
+    // time, x, y, z then time, x, y, z, w, little-endian floats as a file stores them.
+    const float cPosition[] = {0.0f, 1.0f, 2.0f, 3.0f, 1.0f, -4.0f, 5.5f, 6.0f};
+    BonePositionStream positions(2);
+    ASSERT_EQ(sizeof(cPosition), positions.GetKeyDataSize());
+    std::memcpy(positions.GetKeyData(), cPosition, sizeof(cPosition));
+    EXPECT_FLOAT_EQ(1.0f, positions.GetKeyTime(1));
+    EXPECT_EQ(ra::Vec3(-4.0f, 5.5f, 6.0f), positions.GetKeyValue(1));
+
+    CameraRotationStream rotations(1);
+    rotations.SetTime(0, 0.25f);
+    rotations.SetValue(0, {0.1f, 0.2f, 0.3f, 0.9f});
+    const float cRotation[] = {0.25f, 0.1f, 0.2f, 0.3f, 0.9f};
+    ASSERT_EQ(20u, rotations.GetKeyDataSize());
+    EXPECT_EQ(0, std::memcmp(cRotation, rotations.GetKeyData(), sizeof(cRotation)));
+
+    EXPECT_EQ(8u, ControlStream::KeySize);
+    EXPECT_EQ(52u, BoneMatrixStream::KeySize);
+}

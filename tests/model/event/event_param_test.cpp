@@ -1,0 +1,209 @@
+#include "model/event/event.h"
+#include "model/event/eventdata.h"
+#include "model/event/eventlist.h"
+#include "model/event/eventnames.h"
+
+#include "foundation/debug.h"
+#include "inventory/inventory.h"
+#include "support/logcapture.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace
+{
+// An inventory for the event data, and a sink that only counts what reaches it.
+struct EventEnv
+{
+    EventEnv() { Inv::Warehouse::Create(); }
+    ~EventEnv() { Inv::Warehouse::Destroy(); }
+    EventEnv(const EventEnv&) = delete;
+    EventEnv& operator=(const EventEnv&) = delete;
+};
+
+struct CountingSink final : ra::EventSink
+{
+    CountingSink() { SetOwnerName("units/marine"); }
+    bool Trigger(const ra::Event&) override { return ++triggers, true; }
+    void PrecacheFX(const ra::EventData&) override {}
+    void PrecacheSound(const ra::EventData&) override {}
+    void Update(float) override {}
+    int triggers = 0;
+};
+
+Inv::Reference<ra::EventData> MakeEvent(const char* name,
+                                        std::initializer_list<std::pair<const char*, const char*>> params)
+{
+    auto* pData = new ra::EventData(name);
+    for (const auto& param : params)
+        pData->AddParam(param.first, param.second);
+    return Inv::Warehouse::Get()->Add(pData);
+}
+
+ra::Name Key(int index)
+{
+    return ra::EventNames::GetParamKey(index);
+}
+} // namespace
+
+TEST(EventParams, ExpansionReplacesTheFirstVariable)
+{
+    EventEnv env;
+    CountingSink sink;
+    auto ref = MakeEvent("hit", {{"fx", "art/fx/%race%_blood"},
+                                 {"sound", "%x%"},
+                                 {"marker", "%weapon"},
+                                 {"decal", "plain"},
+                                 {"fx_other", "%race%/%race%"}});
+    ra::Event event(&sink, ref);
+    event.SetVariable(ra::MakeName("race"), "orc");
+    event.SetVariable(ra::MakeName("weapon"), "sword_tip");
+
+    EXPECT_EQ(event.FindParamEx(Key(ra::EventNames::FX)),
+              std::make_pair(std::string("art/fx/orc_blood"), true));
+    // No variable x: the whole "%x%" goes.
+    EXPECT_EQ(event.FindParamEx(Key(ra::EventNames::SOUND)), std::make_pair(std::string(), true));
+    // No closing sign: the name runs to the end.
+    EXPECT_EQ(event.FindParamEx(Key(ra::EventNames::MARKER)).first, "sword_tip");
+    EXPECT_EQ(event.FindParamEx(Key(ra::EventNames::DECAL)).first, "plain");
+    // Only the first variable is expanded.
+    EXPECT_EQ(event.FindParamEx(Key(ra::EventNames::FX_OTHER)).first, "orc/%race%");
+    EXPECT_EQ(event.FindParamEx(Key(ra::EventNames::FX_SCALE)), std::make_pair(std::string(), false));
+
+    event.SetVariable(ra::MakeName("race"), "elf");
+    EXPECT_EQ(event.FindParamEx(Key(ra::EventNames::FX)).first, "art/fx/elf_blood");
+}
+
+TEST(EventParams, OverlongExpansionIsAnAssertionAndKeepsTheValue)
+{
+    EventEnv env;
+    CountingSink sink;
+    const std::string value = std::string(200, 'a') + "%v%";
+    auto ref = MakeEvent("long", {{"fx", value.c_str()}});
+    ra::Event event(&sink, ref);
+    event.SetVariable(ra::MakeName("v"), std::string(60, 'b').c_str());
+    {
+        dbg::ScopedThrowOnAssert throwing;
+        EXPECT_THROW(event.FindParamEx(Key(ra::EventNames::FX)), std::runtime_error);
+    }
+    dbg::ScopedThrowOnAssert quiet(false);
+    EXPECT_EQ(event.FindParamEx(Key(ra::EventNames::FX)).first, value);
+    event.SetVariable(ra::MakeName("v"), std::string(50, 'b').c_str());
+    EXPECT_EQ(event.FindParamEx(Key(ra::EventNames::FX)).first, std::string(200, 'a') + std::string(50, 'b'));
+}
+
+TEST(EventParams, FlagsComeFromDetailOrphanAndRadius)
+{
+    EventEnv env;
+    CountingSink sink;
+    const float oldDetail = ra::Event::GetEventDetail();
+    ra::Event::SetEventDetail(1.0f);
+
+    ra::Event plain(&sink, MakeEvent("plain", {{"fx", "x"}}));
+    EXPECT_TRUE(plain.IsHighDetail()) << "no detail_level counts as 0";
+    EXPECT_FALSE(plain.IsOrphaned());
+    EXPECT_EQ(plain.GetSpawnRadius(), 1.0f);
+
+    ra::Event atSetting(&sink, MakeEvent("at", {{"detail_level", "1"}}));
+    EXPECT_TRUE(atSetting.IsHighDetail());
+    ra::Event above(&sink, MakeEvent("above", {{"detail_level", "1.5"}, {"spawn_radius", "4"}}));
+    EXPECT_FALSE(above.IsHighDetail());
+    EXPECT_EQ(above.GetSpawnRadius(), 4.0f);
+    ra::Event::SetEventDetail(2.0f);
+    EXPECT_TRUE(ra::Event(&sink, MakeEvent("above2", {{"detail_level", "1.5"}})).IsHighDetail());
+    ra::Event::SetEventDetail(oldDetail);
+
+    EXPECT_TRUE(ra::Event(&sink, MakeEvent("o1", {{"fx_orphan", ""}})).IsOrphaned()) << "present at all";
+    EXPECT_TRUE(ra::Event(&sink, MakeEvent("o2", {{"fx_motion_orphan", "1"}})).IsOrphaned());
+    EXPECT_FALSE(ra::Event(&sink, MakeEvent("o3", {{"fx_motion_orphan", "0"}})).IsOrphaned());
+}
+
+TEST(EventParams, NumbersAreWholeTextsAndOthersAreLogged)
+{
+    EventEnv env;
+    CountingSink sink;
+    auto ref = MakeEvent("Shot", {{"fx_scale", " 2.5 "}, {"fx_length", "2.5m"}, {"decal_lifetime", "abc"}});
+    LogCapture log;
+    ra::Event event(&sink, ref);
+    float value = 0.0f;
+    EXPECT_TRUE(event.GetFloatParam(Key(ra::EventNames::FX_SCALE), value));
+    EXPECT_EQ(value, 2.5f);
+    EXPECT_FALSE(event.GetFloatParam(Key(ra::EventNames::FX_LENGTH), value));
+    EXPECT_FALSE(event.GetFloatParam(Key(ra::EventNames::DECAL_LIFETIME), value));
+    EXPECT_FALSE(event.GetFloatParam(Key(ra::EventNames::DECAL_FADE_IN), value)) << "absent";
+    EXPECT_EQ(value, 2.5f);
+    EXPECT_TRUE(log.Has("EVENTS -- 'units/marine' -- event 'shot' param 'fx_length' is not a number!"));
+    EXPECT_TRUE(log.Has("param 'decal_lifetime' is not a number!"));
+    EXPECT_EQ(log.Count("is not a number"), 2);
+}
+
+TEST(EventParams, TriggerReachesTheSinkAndDebugTextListsParams)
+{
+    EventEnv env;
+    CountingSink sink;
+    ra::Event event(&sink, MakeEvent("step", {{"fx", "dust"}, {"marker", "foot"}}));
+    EXPECT_TRUE(event.Trigger());
+    EXPECT_EQ(sink.triggers, 1);
+    EXPECT_EQ(event.GetDebugText(), "EVENT TRIGGER\nfx\n\tdust\nmarker\n\tfoot");
+
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_THROW(ra::Event(nullptr, event.GetEventRef()), std::runtime_error);
+    EXPECT_THROW(ra::Event(&sink, Inv::Reference<ra::EventData>()), std::runtime_error);
+}
+
+TEST(EventData, ParamsAreCheckedAndFoundByKey)
+{
+    ra::EventData data("e");
+    data.AddParam("FX", "Art/FX/Dust");
+    data.AddParam("marker", "");
+    EXPECT_EQ(data.GetParamCount(), 2);
+    EXPECT_STREQ(data.GetParamName(0), "FX") << "the name is kept as given";
+    EXPECT_STREQ(data.FindParam(ra::MakeName("fx")), "Art/FX/Dust");
+    EXPECT_STREQ(data.FindParam(ra::MakeName("marker")), "");
+    EXPECT_EQ(data.FindParam(ra::MakeName("sound")), nullptr);
+
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_THROW(data.AddParam("", "v"), std::runtime_error);
+    EXPECT_THROW(data.AddParam(nullptr, "v"), std::runtime_error);
+    EXPECT_THROW(data.AddParam("n", nullptr), std::runtime_error);
+    EXPECT_THROW(data.GetParamValue(2), std::runtime_error);
+    EXPECT_EQ(data.GetParamCount(), 2);
+}
+
+TEST(EventList, FindsByNameAndChecksIndices)
+{
+    EventEnv env;
+    ra::EventList list;
+    EXPECT_EQ(list.AddEvent(MakeEvent("art/events/hit", {})), 0);
+    EXPECT_EQ(list.AddEvent(MakeEvent("step", {})), 1);
+    EXPECT_EQ(list.FindEvent("ART\\Events\\Hit"), 0);
+    EXPECT_EQ(list.FindEvent("step"), 1);
+    EXPECT_EQ(list.FindEvent("jump"), InvalidIndex);
+    list.DeleteEvent(0);
+    EXPECT_EQ(list.FindEvent("step"), 0);
+
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_THROW(list.AddEvent(Inv::Reference<ra::EventData>()), std::runtime_error);
+    EXPECT_THROW(list.DeleteEvent(1), std::runtime_error);
+    EXPECT_THROW(list.DeleteEvent(-1), std::runtime_error);
+    EXPECT_THROW(list.GetEvent(1), std::runtime_error);
+    list.Clear();
+}
+
+TEST(EventNames, TableHasFiftyFourNamesWithMatchingKeys)
+{
+    EXPECT_EQ(ra::EventNames::PARAM_COUNT, 54);
+    EXPECT_STREQ(ra::EventNames::GetParamName(ra::EventNames::FOOTFALL_FX), "footfall_fx");
+    EXPECT_STREQ(ra::EventNames::GetParamName(ra::EventNames::FX_ORPHAN), "fx_orphan");
+    EXPECT_STREQ(ra::EventNames::GetParamName(ra::EventNames::SOUND_PERCENT), "sound_percent");
+    EXPECT_STREQ(ra::EventNames::GetParamName(ra::EventNames::CAM_SHAKE_FALLOFF), "cam_shake_falloff");
+    EXPECT_STREQ(ra::EventNames::GetParamName(ra::EventNames::DETAIL_LEVEL), "detail_level");
+    EXPECT_STREQ(ra::EventNames::GetParamName(53), "spawn_radius");
+    for (int i = 0; i < ra::EventNames::PARAM_COUNT; ++i)
+        EXPECT_EQ(ra::EventNames::GetParamKey(i), ra::MakeName(ra::EventNames::GetParamName(i))) << i;
+
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_THROW(ra::EventNames::GetParamName(54), std::runtime_error);
+    EXPECT_THROW(ra::EventNames::GetParamKey(-1), std::runtime_error);
+}

@@ -1,0 +1,244 @@
+#include "model/event/eventfiledatabase.h"
+#include "model/file/generic/eventloadgeneric.h"
+
+#include "foundation/debug.h"
+#include "inventory/inventory.h"
+#include "model/file/generic/generic_test_util.h"
+#include "model/motiontree/motion_test_util.h"
+#include "names/memorypool.h"
+#include "storage/filepath.h"
+#include "storage/filepath_hd.h"
+#include "support/logcapture.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+using motion_test::Bytes;
+using motion_test::ChunkReader;
+using motion_test::ChunkWriter;
+using motion_test::HandFile;
+
+namespace
+{
+struct Inventory
+{
+    Inventory() { Inv::Warehouse::Create(); }
+    ~Inventory() { Inv::Warehouse::Destroy(); }
+    Inventory(const Inventory&) = delete;
+    Inventory& operator=(const Inventory&) = delete;
+};
+
+// A scratch folder mounted as "DATA:", where ".events" files live.
+struct DataFolder
+{
+    DataFolder()
+    {
+        char pattern[] = "/tmp/tq7z_events_XXXXXX";
+        root = mkdtemp(pattern);
+        FilePath::AddAlias("DATA", "test", 100,
+                           FilePathHD::Create(root.c_str(), ByteStream::Mode_Both, false, false));
+    }
+    ~DataFolder()
+    {
+        FilePath::Reset();
+        std::filesystem::remove_all(root);
+    }
+    void Write(const std::string& rel, const std::string& bytes) const
+    {
+        std::filesystem::create_directories(std::filesystem::path(root + "/" + rel).parent_path());
+        std::ofstream(root + "/" + rel, std::ios::binary) << bytes;
+    }
+    std::string root;
+};
+
+ra::EventData* NewEvent(const char* name, std::initializer_list<std::pair<const char*, const char*>> params)
+{
+    auto* pData = new ra::EventData(name);
+    for (const auto& param : params)
+        pData->AddParam(param.first, param.second);
+    return pData;
+}
+
+std::string OneEventFile(const char* name, const Bytes& payload)
+{
+    return HandFile().Folder("EVCT", 1).Data("EVNT", 3, name, payload).End().Contents();
+}
+} // namespace
+
+TEST(EventChunks, ListRoundTripsAndSecondWriteIsTheSame)
+{
+    Inventory inventory;
+    ra::EventList list;
+    list.AddEvent(Inv::Warehouse::Get()->Add(
+        NewEvent("art/events/hit", {{"fx", "art/fx/blood"}, {"marker", "chest"}})));
+    list.AddEvent(Inv::Warehouse::Get()->Add(NewEvent("step", {})));
+
+    ChunkWriter first;
+    EventLoadGeneric::Save(*first.m_pChunky, first.m_adapter, list);
+
+    ra::EventList read;
+    read.AddEvent(Inv::Warehouse::Get()->Add(NewEvent("stale", {})));
+    ChunkReader reader(first.Bytes());
+    EventLoadGeneric::Load(*reader.m_pChunky, reader.m_adapter, read);
+    ASSERT_EQ(read.GetEventCount(), 2) << "the list is cleared first";
+    const ra::EventData* pHit = read.GetEvent(0).Get();
+    EXPECT_STREQ(pHit->GetName(), "art/events/hit");
+    ASSERT_EQ(pHit->GetParamCount(), 2);
+    EXPECT_STREQ(pHit->GetParamName(1), "marker");
+    EXPECT_STREQ(pHit->GetParamValue(1), "chest");
+    EXPECT_EQ(read.GetEvent(1)->GetParamCount(), 0);
+
+    ChunkWriter second;
+    EventLoadGeneric::Save(*second.m_pChunky, second.m_adapter, read);
+    EXPECT_EQ(second.Bytes(), first.Bytes());
+    read.Clear();
+    list.Clear();
+}
+
+TEST(EventChunks, HandBuiltChunkNormalisesNamesAndDropsNamelessParams)
+{
+    Inventory inventory;
+    const std::string file =
+        HandFile()
+            .Folder("EVCT", 1)
+            .Data("EVNT", 3, "c:\\ART\\Events\\Boom.events",
+                  Bytes().I32(3).Str("fx").Str("big").Str("").Str("lost").Str("SOUND").Str("bang"))
+            .Data("ZZZZ", 1, "unknown", Bytes().I32(0))
+            .Data("EVNT", 2, "Plain", Bytes().I32(0))
+            .End()
+            .Contents();
+    ChunkReader reader(file);
+    ra::EventList list;
+    LogCapture log;
+    EventLoadGeneric::Load(*reader.m_pChunky, reader.m_adapter, list);
+    ASSERT_EQ(list.GetEventCount(), 2);
+    const ra::EventData* pBoom = list.GetEvent(0).Get();
+    EXPECT_STREQ(pBoom->GetName(), "art/events/boom");
+    ASSERT_EQ(pBoom->GetParamCount(), 2);
+    EXPECT_STREQ(pBoom->FindParam(ra::MakeName("sound")), "bang");
+    EXPECT_TRUE(log.Has("Parameter 1 has no name"));
+    EXPECT_STREQ(list.GetEvent(1)->GetName(), "plain");
+    list.Clear();
+}
+
+TEST(EventChunks, DamagedChunksThrowAndNewerVersionsAreRefused)
+{
+    Inventory inventory;
+    ra::EventList list;
+    auto load = [&](const std::string& bytes)
+    {
+        ChunkReader reader(bytes);
+        EventLoadGeneric::Load(*reader.m_pChunky, reader.m_adapter, list);
+    };
+    // A count that the chunk cannot hold, and a count below zero.
+    EXPECT_THROW(load(OneEventFile("e", Bytes().I32(1000).Str("fx").Str("x"))), Chunky::Exception);
+    EXPECT_THROW(load(OneEventFile("e", Bytes().I32(-1))), Chunky::Exception);
+    // A string that runs past its chunk.
+    EXPECT_THROW(load(OneEventFile("e", Bytes().I32(1).U32(50).Raw("fxfx", 4))), Chunky::Exception);
+    // 261 characters do not fit the buffer of 260; 260 do.
+    EXPECT_THROW(load(OneEventFile("e", Bytes().I32(1).Str(std::string(261, 'n')).Str("v"))),
+                 ByteStream::Exception);
+    EXPECT_NO_THROW(load(OneEventFile("e", Bytes().I32(1).Str(std::string(260, 'n')).Str("v"))));
+    ASSERT_EQ(list.GetEventCount(), 1);
+    EXPECT_EQ(std::string(list.GetEvent(0)->GetParamName(0)), std::string(260, 'n'));
+    try
+    {
+        load(HandFile().Folder("EVCT", 1).Data("EVNT", 4, "e", Bytes().I32(0)).End().Contents());
+        ADD_FAILURE() << "a newer chunk was read";
+    }
+    catch (const Chunky::Exception& e)
+    {
+        EXPECT_STREQ(e.what(), "Unsupported (newer) Chunk Version!");
+    }
+    list.Clear();
+}
+
+TEST(EventChunks, EmptyListWritesNothing)
+{
+    ChunkWriter writer;
+    const uint32 before = writer.m_stream.GetLength();
+    EventLoadGeneric::Save(*writer.m_pChunky, writer.m_adapter, ra::EventList());
+    EXPECT_EQ(writer.m_stream.GetLength(), before);
+}
+
+TEST(EventFiles, SavedFileLoadsUnderItsNormalisedName)
+{
+    Inventory inventory;
+    DataFolder folder;
+    ra::EventList list;
+    list.AddEvent(Inv::Warehouse::Get()->Add(NewEvent("anything", {{"fx", "spark"}})));
+    ASSERT_TRUE(EventLoadGeneric::Save("art/events/spark", list));
+    EXPECT_EQ(FilePath::FileType("DATA:art\\events\\spark.events"), 1);
+
+    std::unique_ptr<ra::EventData> pEvent = EventLoadGeneric::Load("DATA:Art\\Events\\Spark", "test");
+    ASSERT_NE(pEvent, nullptr);
+    EXPECT_STREQ(pEvent->GetName(), "art/events/spark");
+    EXPECT_STREQ(pEvent->FindParam(ra::MakeName("fx")), "spark");
+    list.Clear();
+}
+
+TEST(EventFiles, MissingDamagedAndEmptyFilesAreLoggedNotThrown)
+{
+    DataFolder folder;
+    folder.Write("art/events/broken.events", OneEventFile("b", Bytes().I32(5)));
+    folder.Write("art/events/garbage.events", "this is not a chunk file");
+    folder.Write("art/events/empty.events", HandFile().Folder("EVCT", 1).End().Contents());
+    LogCapture log;
+    EXPECT_EQ(EventLoadGeneric::Load("art/events/none", "caller"), nullptr);
+    EXPECT_TRUE(log.Has("EVENTS -- 'caller': Unable to load event 'art/events/none'!"));
+    EXPECT_EQ(EventLoadGeneric::Load("art/events/broken", "caller"), nullptr);
+    EXPECT_TRUE(log.Has("Read past the Chunk end!"));
+    EXPECT_EQ(EventLoadGeneric::Load("art/events/garbage", "caller"), nullptr);
+    EXPECT_TRUE(log.Has("Not a valid chunky file!"));
+    EXPECT_EQ(EventLoadGeneric::Load("art/events/empty", "caller"), nullptr);
+    EXPECT_TRUE(log.Has("The file holds no event"));
+    EXPECT_EQ(log.Count("Unable to load event"), 4);
+}
+
+TEST(EventFiles, SaveWithoutASourceLogs)
+{
+    LogCapture log;
+    EXPECT_FALSE(EventLoadGeneric::Save("NOWHERE:x", ra::EventList()));
+    EXPECT_TRUE(log.Has("EVENTS -- 'NOWHERE:x': Unable to save!"));
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_THROW(EventLoadGeneric::Save(nullptr, ra::EventList()), std::runtime_error);
+}
+
+TEST(EventFileDatabase, LoadsOnceThroughTheInventoryAndRemembersFailures)
+{
+    generic_test::RegisteredLoaders loaders;
+    Inventory inventory;
+    DataFolder folder;
+    folder.Write("art/events/jump.events",
+                 OneEventFile("jump", Bytes().I32(1).Str("sound").Str("art/sound/jump")));
+    EventFileDatabase::Create();
+    {
+        Inv::Reference<ra::EventData> jump = EventFileDatabase::i()->GetEvent("Art\\Events\\Jump.events");
+        ASSERT_TRUE(jump.IsValid());
+        EXPECT_STREQ(jump->FindParam(ra::MakeName("sound")), "art/sound/jump");
+        // The same event by another spelling, without a second load.
+        std::filesystem::remove(folder.root + "/art/events/jump.events");
+        EXPECT_EQ(EventFileDatabase::i()->GetEvent("art/events/jump").Get(), jump.Get());
+        EXPECT_EQ(Inv::Warehouse::Get()->GetCount(ra::EventData::GetTypeInfo()), 1u);
+
+        LogCapture log;
+        EXPECT_FALSE(EventFileDatabase::i()->GetEvent("art/events/missing").IsValid());
+        EXPECT_FALSE(EventFileDatabase::i()->GetEvent("art/events/missing").IsValid());
+        EXPECT_EQ(log.Count("Unable to load event"), 1);
+        EXPECT_EQ(EventFileDatabase::i()->GetCount(), 2u);
+        ASSERT_NE(MemoryPool::Find("EventFileDatabase"), nullptr);
+        EXPECT_GT(MemoryPool::Find("EventFileDatabase")->GetLiveCount(), 0u);
+    }
+    {
+        dbg::ScopedThrowOnAssert throwing;
+        EXPECT_THROW(EventFileDatabase::Create(), std::runtime_error);
+    }
+    EventFileDatabase::Destroy();
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_THROW(EventFileDatabase::Destroy(), std::runtime_error);
+    EXPECT_THROW(EventFileDatabase::i(), std::runtime_error);
+}

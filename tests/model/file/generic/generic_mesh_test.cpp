@@ -1,0 +1,397 @@
+#include "model/file/generic/meshloadgeneric.h"
+
+#include "model/file/generic/generic_test_util.h"
+#include "model/mesh/mesh_test_util.h"
+
+#include <gtest/gtest.h>
+
+using namespace generic_test;
+using model_test::Env;
+
+namespace
+{
+constexpr uint32 s_allStreams =
+    (1u << fr::VC_Position) | (1u << fr::VC_Weights) | (1u << fr::VC_Normal) | (1u << fr::VC_TexCoord0);
+
+// Words of a stream that tell vertex and place.
+std::vector<uint32> StreamWords(uint32 component, uint32 vertexCount, uint32 seed)
+{
+    std::vector<uint32> c(size_t(vertexCount) * ra::GetStreamWordCount(component));
+    for (size_t i = 0; i < c.size(); ++i)
+        c[i] = seed * 1000 + uint32(i);
+    return c;
+}
+
+std::unique_ptr<fr::PrimSet> Triangles(const std::vector<uint16>& cIndex)
+{
+    std::unique_ptr<fr::PrimSet> pSet = fr::Interface::GetDevice()->CreatePrimSet();
+    pSet->Initialise(nullptr, nullptr, 0);
+    pSet->SetKind(fr::PK_TriangleList);
+    pSet->SetIndexCount(uint32(cIndex.size()));
+    pSet->WriteIndices(0, uint32(cIndex.size()), cIndex);
+    return pSet;
+}
+
+ra::BoundVolume Box(float centre)
+{
+    ra::OBB box;
+    box.centre = {centre, 1, 2};
+    box.scale = {3, 4, 5};
+    ra::BoundVolume bv;
+    bv.SetOBB(box);
+    return bv;
+}
+
+// A skinned mesh with all four streams and two shaders, one of which has no triangles.
+Inv::Reference<ra::Mesh> SkinnedMesh(const Inv::Reference<Shader>& a, const Inv::Reference<Shader>& b)
+{
+    auto pMesh = std::make_unique<ra::Mesh>("Body");
+    pMesh->SetMeshType(7);
+    pMesh->SetRenderFlag(false);
+    pMesh->SetPolyCount(ra::Mesh::Poly_High, 2);
+    pMesh->SetPolyCount(ra::Mesh::Poly_Low, 1);
+    pMesh->SetSkinnedTransformCount(2);
+    pMesh->SetSkinnedTransformName(0, ra::MakeName("Spine"));
+    pMesh->SetSkinnedTransformIndex(0, 0);
+    pMesh->SetSkinnedTransformName(1, ra::MakeName("Head"));
+    pMesh->SetSkinnedTransformIndex(1, 5);
+    std::unique_ptr<fr::VertexSet> pSet = ra::CreateVertexSet(fr::VertexType(s_allStreams), 5);
+    for (uint32 component : {fr::VC_Position, fr::VC_Weights, fr::VC_Normal, fr::VC_TexCoord0})
+        ra::WriteStreamWords(*pSet, component, StreamWords(component, 5, component + 1));
+    pMesh->SetVertexSet(ra::Mesh::Poly_High, std::move(pSet));
+    pMesh->SetPrimSetCount(2);
+    pMesh->SetPrimSetShader(0, a);
+    pMesh->SetPrimSet(0, ra::Mesh::Poly_High, Triangles({1, 2, 3, 3, 2, 4}));
+    pMesh->SetPrimSetShader(1, b);
+    pMesh->SetBV(Box(1));
+    auto* pResource = new Inv::Resource(pMesh.release());
+    Inv::Warehouse::Get()->AddAnonymous(pResource, ra::Mesh::GetTypeInfo());
+    return Inv::Reference<ra::Mesh>(pResource);
+}
+
+std::unique_ptr<ra::MeshGroup> LoadGroup(const std::string& chunks)
+{
+    return ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a)
+                      { return MeshLoadGeneric::Load(c, a, nullptr, "model"); });
+}
+
+std::unique_ptr<ra::MeshGroup> LoadLegacy(const std::string& chunks)
+{
+    return ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a)
+                      { return MeshLoadGeneric::LoadLegacy(c, a, nullptr, "model", "GENERIC:art\\"); });
+}
+
+std::vector<uint16> IndicesOf(const ra::Mesh& mesh, int32 primSet)
+{
+    const fr::PrimSet* pSet = mesh.GetPrimSet(primSet, ra::Mesh::Poly_High);
+    if (pSet == nullptr)
+        return {};
+    std::vector<uint16> c(pSet->GetIndexCount());
+    pSet->ReadIndices(0, uint32(c.size()), c);
+    return c;
+}
+
+int CodeOf(const std::function<void()>& load)
+{
+    try
+    {
+        load();
+    }
+    catch (const Chunky::Exception& e)
+    {
+        return int(e.GetCode());
+    }
+    return -1;
+}
+
+std::string Indices(std::initializer_list<uint16> c)
+{
+    Bytes b;
+    for (uint16 i : c)
+        b.U16(i);
+    return b;
+}
+
+// An MSLC data payload of three positions and one shader, of the given version.
+Bytes MeshData(uint32 version, const std::string& shader, const std::string& indices, int32 indexCount)
+{
+    Bytes b;
+    b.U32(3);
+    if (version >= 2)
+        b.U8(1);
+    b.I32(1).I32(0).I32(0).I32(3).U32(1u << fr::VC_Position);
+    for (int i = 0; i < 9; ++i)
+        b.F32(float(i));
+    b.I32(1).Str(shader).I32(indexCount).Add(indices);
+    if (indexCount > 0)
+        b.U16(0).U16(3);
+    return b;
+}
+
+std::string GroupData(const char* name, const char* xref = "", int32 bone = -1)
+{
+    return Data("DATA", 1, Bytes().I32(1).Str(name).Str(xref).U32(uint32(bone)));
+}
+} // namespace
+
+TEST(GenericMesh, GroupRoundTripKeepsMeshesEntriesAndVolumesAndRewritesTheSameBytes)
+{
+    Env env;
+    Inv::Reference<Shader> skin = model_test::AddShader("skin", 0xFF0000FF);
+    Inv::Reference<Shader> cloth = model_test::AddShader("cloth");
+    Inv::Reference<ra::Mesh> body = SkinnedMesh(skin, cloth);
+    auto pRigid = model_test::MakeMesh("Sword", {cloth});
+    pRigid->SetBV(Box(9));
+    Inv::Reference<ra::Mesh> sword = model_test::AddMesh(std::move(pRigid));
+
+    ra::MeshGroup group;
+    group.SetMeshCount(2);
+    group.SetMesh(0, ra::MeshRef{body, ra::MakeName("Body"), ra::Name::INVALID, -1, {}});
+    group.SetMesh(1, ra::MeshRef{sword, ra::MakeName("Sword"), ra::Name::INVALID, 3, {}});
+    group.SetBV(Box(20));
+
+    const std::string first =
+        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { MeshLoadGeneric::Save(c, a, group); });
+    EXPECT_EQ(TopChunks(first), std::vector<std::string>{"MSGR:"});
+    std::unique_ptr<ra::MeshGroup> pRead = LoadGroup(first.substr(24));
+    ASSERT_EQ(pRead->GetMeshCount(), 2);
+    EXPECT_EQ(pRead->GetBV(), group.GetBV());
+    EXPECT_EQ(Text(pRead->GetMeshName(1)), "sword");
+    EXPECT_EQ(pRead->GetMeshBone(1), 3);
+    EXPECT_EQ(pRead->GetMeshBone(0), -1);
+    EXPECT_EQ(pRead->GetMeshXRefName(0), ra::Name::INVALID);
+    EXPECT_EQ(pRead->GetShaderCount(), 2);
+    EXPECT_TRUE(pRead->IsShaderLocal(0));
+
+    const ra::Mesh* pBody = pRead->GetMesh(0);
+    ASSERT_TRUE(pBody);
+    EXPECT_EQ(pBody->GetMeshType(), 7);
+    EXPECT_FALSE(pBody->GetRenderFlag());
+    EXPECT_EQ(pBody->GetPolyCount(ra::Mesh::Poly_High), 2);
+    EXPECT_EQ(pBody->GetPolyCount(ra::Mesh::Poly_Low), 1);
+    ASSERT_EQ(pBody->GetSkinnedTransformCount(), 2);
+    EXPECT_EQ(Text(pBody->GetSkinnedTransformName(1)), "head");
+    EXPECT_EQ(pBody->GetSkinnedTransformIndex(1), 5);
+    fr::VertexSet* pSet = pBody->GetVertexSet(ra::Mesh::Poly_High);
+    ASSERT_TRUE(pSet);
+    EXPECT_EQ(pSet->GetType().to_ulong(), s_allStreams);
+    for (uint32 component : {fr::VC_Position, fr::VC_Weights, fr::VC_Normal, fr::VC_TexCoord0})
+    {
+        std::vector<uint32> cWord;
+        ASSERT_TRUE(ra::ReadStreamWords(*pSet, component, cWord));
+        EXPECT_EQ(cWord, StreamWords(component, 5, component + 1)) << "component " << component;
+    }
+    ASSERT_EQ(pBody->GetPrimSetCount(), 2);
+    EXPECT_EQ(pBody->GetPrimSetShader(0).GetResource(), skin.GetResource());
+    EXPECT_EQ(IndicesOf(*pBody, 0), (std::vector<uint16>{1, 2, 3, 3, 2, 4}));
+    // Weighted vertices make their primitive sets in mode 2.
+    EXPECT_EQ(pBody->GetPrimSet(0, ra::Mesh::Poly_High)->GetUsage(), 2u);
+    EXPECT_EQ(pBody->GetPrimSet(0, ra::Mesh::Poly_High)->GetVertexSet(), pSet);
+    // A shader without triangles keeps its entry and has no primitive set.
+    EXPECT_EQ(pBody->GetPrimSetShader(1).GetResource(), cloth.GetResource());
+    EXPECT_EQ(pBody->GetPrimSet(1, ra::Mesh::Poly_High), nullptr);
+    EXPECT_EQ(pBody->GetBV(), Box(1));
+    EXPECT_EQ(pRead->GetMesh(1)->GetPrimSet(0, ra::Mesh::Poly_High)->GetUsage(), 0u);
+
+    const std::string second =
+        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { MeshLoadGeneric::Save(c, a, *pRead); });
+    EXPECT_EQ(first, second);
+}
+
+TEST(GenericMesh, HandBuiltMeshOfVersionOneAndOldVolumesRead)
+{
+    Env env;
+    Inv::Reference<Shader> shader = model_test::AddShader("stone");
+    ra::OBB box;
+    box.centre = {1, 2, 3};
+    box.scale = {4, 5, 6};
+    // Version 1 has no render flag; the old volume carries a sphere (dropped) and a box.
+    const std::string oldVolume =
+        Data("BVOL", 1, Bytes().U8(1).U8(1).Vec3(9, 9, 9).F32(2).Raw(&box, sizeof(box)));
+    const std::string chunks = Folder(
+        "MSGR", 1,
+        Folder("MSLC", 1, Data("DATA", 1, MeshData(1, "stone", Indices({0, 1, 2}), 3)) + oldVolume, "rock") +
+            GroupData("rock") + Data("BVOL", 1, Bytes().U8(1).U8(0).Vec3(0, 0, 0).F32(1)));
+    std::unique_ptr<ra::MeshGroup> p = LoadGroup(chunks);
+    ASSERT_EQ(p->GetMeshCount(), 1);
+    const ra::Mesh* pMesh = p->GetMesh(0);
+    EXPECT_EQ(pMesh->GetMeshType(), 3);
+    EXPECT_TRUE(pMesh->GetRenderFlag());
+    EXPECT_EQ(pMesh->GetBV().GetOBB(), box);
+    EXPECT_FALSE(p->GetBV().IsValid());
+    EXPECT_EQ(IndicesOf(*pMesh, 0), (std::vector<uint16>{0, 1, 2}));
+    std::vector<uint32> cWord;
+    ASSERT_TRUE(ra::ReadStreamWords(*pMesh->GetVertexSet(ra::Mesh::Poly_High), fr::VC_Position, cWord));
+    EXPECT_EQ(reinterpret_cast<const float&>(cWord[8]), 8.0f);
+    // A volume of valid 0 leaves the mesh without one.
+    std::unique_ptr<ra::MeshGroup> pNoVolume = LoadGroup(Folder(
+        "MSGR", 1,
+        Folder("MSLC", 1,
+               Data("DATA", 2, MeshData(2, "stone", Indices({0, 1, 2}), 3)) + Data("BVOL", 2, Bytes().U8(0)),
+               "rock") +
+            GroupData("rock")));
+    EXPECT_FALSE(pNoVolume->GetMesh(0)->HasBV());
+}
+
+TEST(GenericMesh, MissingShadersAndMeshesAreLoggedAndStoodIn)
+{
+    Env env;
+    LogCapture log;
+    std::unique_ptr<ra::MeshGroup> p = LoadGroup(Folder(
+        "MSGR", 1,
+        Folder("MSLC", 1, Data("DATA", 2, MeshData(2, "Lost_Shader", Indices({0, 1, 2}), 3)), "rock") +
+            Data("DATA", 1,
+                 Bytes().I32(2).Str("rock").Str("").U32(uint32(-1)).Str("ghost").Str("").U32(uint32(-1)))));
+    EXPECT_TRUE(
+        log.Has("Mesh 'rock': Unable to load shader 'Lost_Shader' (Make sure the MAX Ref does not have "
+                "IgnoreShaders on!"));
+    // The stand-in is an empty shader of that name, in the inventory.
+    Inv::Resource* pFound = nullptr;
+    ASSERT_TRUE(Inv::Warehouse::Get()->Find(&pFound, "lost_shader", Shader::GetTypeInfo()));
+    EXPECT_EQ(p->GetMesh(0)->GetPrimSetShader(0).GetResource(), pFound);
+    // A mesh that is neither in the file nor in the stand-in model is left out, with a line.
+    EXPECT_EQ(p->GetMeshCount(), 1);
+    EXPECT_TRUE(log.Has("'ghost'"));
+}
+
+TEST(GenericMesh, DamagedMeshesThrowToTheCaller)
+{
+    Env env;
+    model_test::AddShader("stone");
+    auto group = [](const std::string& data)
+    { return Folder("MSGR", 1, Folder("MSLC", 1, Data("DATA", 2, data), "rock") + GroupData("rock")); };
+    // An index past the vertices, a negative index count, a vertex type past the render layer's
+    // components, too many vertices for a set, a cut stream.
+    EXPECT_EQ(CodeOf([&] { LoadGroup(group(MeshData(2, "stone", Indices({0, 1, 3}), 3))); }), 12);
+    EXPECT_EQ(CodeOf([&] { LoadGroup(group(MeshData(2, "stone", "", -3))); }), 12);
+    Bytes badType;
+    badType.U32(0).U8(1).I32(0).I32(0).I32(0).I32(0).U32(1u << 9).I32(0);
+    EXPECT_EQ(CodeOf([&] { LoadGroup(group(badType)); }), 12);
+    Bytes tooMany;
+    tooMany.U32(0).U8(1).I32(0).I32(0).I32(0).I32(0x10000).U32(0).I32(0);
+    EXPECT_EQ(CodeOf([&] { LoadGroup(group(tooMany)); }), 12);
+    const std::string whole = MeshData(2, "stone", Indices({0, 1, 2}), 3);
+    EXPECT_EQ(CodeOf([&] { LoadGroup(group(whole.substr(0, 40))); }), 6);
+    // An entry without a name, and a mesh without one.
+    EXPECT_EQ(CodeOf([&] { LoadGroup(Folder("MSGR", 1, GroupData(""))); }), 12);
+    EXPECT_EQ(CodeOf([&] { LoadGroup(Folder("MSGR", 1, Folder("MSLC", 1, ""))); }), 12);
+    // A count of skin transforms the payload cannot hold is refused before anything is made.
+    Bytes hugeSkin;
+    hugeSkin.U32(0).U8(1).I32(0).I32(0).I32(0x7FFFFFFF);
+    EXPECT_EQ(CodeOf([&] { LoadGroup(group(hugeSkin)); }), 6);
+}
+
+TEST(GenericMesh, LegacyTreeReadsNodesGeometryAndCrossReferences)
+{
+    Env env;
+    model_test::AddShader("stone");
+    auto geometry = [](uint32 version, bool oldWeight)
+    {
+        Bytes b;
+        if (version >= 4)
+            b.I32(11);
+        uint32 type = 1u << fr::VC_Position;
+        if (oldWeight)
+            type |= 1u << 3;
+        b.U32(3).U32(type);
+        for (int i = 0; i < 9; ++i)
+            b.F32(float(i));
+        if (oldWeight)
+            b.U32(1).U32(2).U32(3);
+        if (version >= 3)
+            b.U8(1);
+        b.I32(1).Str("stone").U32(3).Add(Indices({2, 1, 0}));
+        // Two extras: the second marks a bone that skins the mesh.
+        const ra::Matrix34 identity;
+        b.U32(2).Str("tip").Raw(identity.Data(), 48);
+        if (version >= 2)
+            b.U8(0);
+        b.Str("hand").Raw(identity.Data(), 48);
+        if (version >= 2)
+            b.U8(1);
+        return Data("DATA", version, b);
+    };
+    ra::OBB box;
+    box.scale = {1, 1, 1};
+    const std::string volume = Data("BVOL", 2, Bytes().U8(1).Raw(&box, sizeof(box)));
+    auto node = [&](const std::string& content, int32 bone)
+    {
+        const ra::Matrix34 identity;
+        return Folder("NODE", 1, Data("INFO", 2, Bytes().Raw(identity.Data(), 48).I32(bone)) + content);
+    };
+    for (uint32 version : {2u, 3u, 4u, 5u})
+    {
+        SCOPED_TRACE(version);
+        LogCapture log;
+        const std::string mesh = Folder(
+            "MESH", 2, Folder("GEOM", 2, geometry(version, version < 5) + volume + volume + volume), "Rock");
+        const std::string chunks =
+            Folder("MESH", 2,
+                   Folder("GGRP", 1,
+                          Data("INFO", 1, Bytes().U8(1)) + volume + node(mesh, 4) +
+                              node(Data("XREF", 6, Bytes().Str("art/missing").Str("blade")), -1)));
+        std::unique_ptr<ra::MeshGroup> p = LoadLegacy(chunks);
+        ASSERT_GE(p->GetMeshCount(), 1);
+        EXPECT_EQ(Text(p->GetMeshName(0)), "rock");
+        EXPECT_EQ(p->GetMeshBone(0), 4);
+        EXPECT_TRUE(p->GetBV().IsValid());
+        const ra::Mesh* pMesh = p->GetMesh(0);
+        EXPECT_EQ(pMesh->GetMeshType(), version >= 4 ? 11 : 0);
+        EXPECT_EQ(pMesh->GetPolyCount(ra::Mesh::Poly_High), 1);
+        EXPECT_EQ(IndicesOf(*pMesh, 0), (std::vector<uint16>{2, 1, 0}));
+        // The old weight word neither stays in the type nor shifts the streams after it.
+        EXPECT_EQ(pMesh->GetVertexSet(ra::Mesh::Poly_High)->GetType().to_ulong(), 1u << fr::VC_Position);
+        ASSERT_EQ(pMesh->GetSkinnedTransformCount(), version >= 2 ? 1 : 0);
+        EXPECT_EQ(Text(pMesh->GetSkinnedTransformName(0)), "hand");
+        EXPECT_EQ(pMesh->GetSkinnedTransformIndex(0), 1);
+        EXPECT_TRUE(pMesh->HasBV());
+        // The cross-referenced mesh's model is not there: logged, and no stand-in either.
+        EXPECT_TRUE(log.Has("MODELS -- Unable to load XREF Mesh 'blade' from 'art/missing'!"));
+    }
+    // A cross-reference below version 3 names its model relative to the file's folder; below
+    // version 4 it may carry two more strings.
+    LogCapture log;
+    LoadLegacy(Folder(
+        "MESH", 2,
+        Folder("GGRP", 1,
+               node(Data("XREF", 2, Bytes().Str("old\\donor").Str("axe").U8(1).Str("x").Str("y")), 1))));
+    EXPECT_TRUE(log.Has("MODELS -- Unable to load XREF Mesh 'axe' from 'GENERIC:art\\old\\donor'!"));
+}
+
+TEST(GenericMesh, MeshWithoutVolumeIsWrittenInvalidAfterItsAssertion)
+{
+    Env env;
+    Inv::Reference<Shader> shader = model_test::AddShader("stone");
+    const Inv::Reference<ra::Mesh> mesh = model_test::AddMesh(model_test::MakeMesh("Rock", {shader}));
+    {
+        dbg::ScopedThrowOnAssert throwing;
+        try
+        {
+            WriteChunks([&](Chunky& c, ByteStreamAdapter& a)
+                        { MeshLoadGeneric::SaveMesh(c, a, *mesh.Get(), "rock"); });
+            ADD_FAILURE() << "no assertion";
+        }
+        catch (const std::runtime_error& e)
+        {
+            EXPECT_NE(std::string(e.what()).find("m_bv.IsValid()"), std::string::npos) << e.what();
+        }
+    }
+    dbg::ScopedThrowOnAssert passing(false);
+    const std::string file = WriteChunks([&](Chunky& c, ByteStreamAdapter& a)
+                                         { MeshLoadGeneric::SaveMesh(c, a, *mesh.Get(), "rock"); });
+    EXPECT_EQ(file.substr(file.size() - 21), Data("BVOL", 2, Bytes().U8(0)));
+}
+
+TEST(GenericMesh, StringsOfTheBufferLengthReadAndLongerOnesOverrun)
+{
+    Env env;
+    auto skinned = [](const std::string& bone)
+    {
+        Bytes b;
+        b.U32(0).U8(1).I32(0).I32(0).I32(1).Str(bone).U32(0).I32(0).U32(0).I32(0);
+        return Folder("MSGR", 1, Folder("MSLC", 1, Data("DATA", 2, b), "rock") + GroupData("rock"));
+    };
+    std::unique_ptr<ra::MeshGroup> p = LoadGroup(skinned(std::string(260, 'b')));
+    EXPECT_EQ(Text(p->GetMesh(0)->GetSkinnedTransformName(0)), std::string(260, 'b'));
+    EXPECT_THROW(LoadGroup(skinned(std::string(261, 'b'))), ByteStream::Exception);
+}

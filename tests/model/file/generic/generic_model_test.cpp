@@ -1,0 +1,730 @@
+#include "model/file/generic/rendermodelloadgeneric.h"
+
+#include "model/file/generic/generic_model_fixture.h"
+#include "model/file/generic/textureloadgeneric.h"
+#include "model/rendermodeltypeinfo.h"
+#include "storage/bytestream.h"
+
+#include <gtest/gtest.h>
+
+using namespace generic_test;
+using model_test::Env;
+
+namespace
+{
+// The device, the inventory, the loaders and a disk folder under "GENERIC".
+struct ModelEnv
+{
+    RegisteredLoaders loaders;
+    Env env;
+    MountedFolder generic{"GENERIC"};
+};
+
+template <class StreamT> std::string KeyBytes(const StreamT* pStream)
+{
+    if (pStream == nullptr)
+        return "";
+    return std::string(reinterpret_cast<const char*>(pStream->GetKeyData()), pStream->GetKeyDataSize());
+}
+
+std::vector<uint32> Words(const ra::Mesh& mesh, uint32 component)
+{
+    std::vector<uint32> c;
+    if (fr::VertexSet* pSet = mesh.GetVertexSet(ra::Mesh::Poly_High))
+        ra::ReadStreamWords(*pSet, component, c);
+    return c;
+}
+
+std::vector<uint16> Indices(const ra::Mesh& mesh, int32 primSet)
+{
+    const fr::PrimSet* pSet = mesh.GetPrimSet(primSet, ra::Mesh::Poly_High);
+    std::vector<uint16> c(pSet ? pSet->GetIndexCount() : 0);
+    if (pSet)
+        pSet->ReadIndices(0, uint32(c.size()), c);
+    return c;
+}
+
+void ExpectSameAnim(const Anim& a, const Anim& b)
+{
+    EXPECT_EQ(a.GetName(), b.GetName());
+    EXPECT_EQ(a.GetFrameCount(), b.GetFrameCount());
+    EXPECT_EQ(a.GetTime(), b.GetTime());
+    ASSERT_EQ(a.GetBoneCount(), b.GetBoneCount());
+    for (int i = 0; i < a.GetBoneCount(); ++i)
+    {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(a.GetBoneName(i), b.GetBoneName(i));
+        EXPECT_EQ(a.IsBoneAnimated(i), b.IsBoneAnimated(i));
+        EXPECT_EQ(KeyBytes(a.GetPositionStream(i)), KeyBytes(b.GetPositionStream(i)));
+        EXPECT_EQ(KeyBytes(a.GetRotationStream(i)), KeyBytes(b.GetRotationStream(i)));
+    }
+    ASSERT_EQ(a.GetControlStreamCount(), b.GetControlStreamCount());
+    for (int i = 0; i < a.GetControlStreamCount(); ++i)
+    {
+        EXPECT_EQ(a.GetControlName(i), b.GetControlName(i));
+        EXPECT_EQ(a.GetControlInfo(i), b.GetControlInfo(i));
+        EXPECT_EQ(KeyBytes(a.GetControlStream(i)), KeyBytes(b.GetControlStream(i)));
+    }
+    ASSERT_EQ(a.GetCameraCount(), b.GetCameraCount());
+    for (int i = 0; i < a.GetCameraCount(); ++i)
+    {
+        EXPECT_EQ(a.GetCameraName(i), b.GetCameraName(i));
+        EXPECT_EQ(KeyBytes(a.GetCameraPositionStream(i)), KeyBytes(b.GetCameraPositionStream(i)));
+        EXPECT_EQ(KeyBytes(a.GetCameraRotationStream(i)), KeyBytes(b.GetCameraRotationStream(i)));
+    }
+}
+
+void ExpectSameModel(const RenderModel& a, const RenderModel& b)
+{
+    EXPECT_STREQ(a.Inv::NamedResource::GetName(), b.Inv::NamedResource::GetName());
+
+    // Shaders, in group order, with their textures' pixels.
+    const ra::MeshGroup& ga = *a.GetMeshGroup();
+    const ra::MeshGroup& gb = *b.GetMeshGroup();
+    ASSERT_EQ(ga.GetShaderCount(), gb.GetShaderCount());
+    for (int32 i = 0; i < ga.GetShaderCount(); ++i)
+    {
+        const Shader& sa = *ga.GetShader(i).Get();
+        const Shader& sb = *gb.GetShader(i).Get();
+        SCOPED_TRACE(Text(sa.GetName()));
+        EXPECT_EQ(sa.GetName(), sb.GetName());
+        EXPECT_EQ(sa.IsShared(), sb.IsShared());
+        EXPECT_EQ(ga.IsShaderLocal(i), gb.IsShaderLocal(i));
+        int32 s0, d0, s1, d1;
+        sa.GetBlend(s0, d0);
+        sb.GetBlend(s1, d1);
+        EXPECT_EQ(s0, s1);
+        EXPECT_EQ(d0, d1);
+        EXPECT_EQ(sa.GetFloat(), sb.GetFloat());
+        EXPECT_EQ(sa.GetInt(), sb.GetInt());
+        EXPECT_EQ(sa.GetByte(), sb.GetByte());
+        for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
+        {
+            EXPECT_EQ(sa.GetMethod(n), sb.GetMethod(n));
+            EXPECT_EQ(sa.GetColour(n), sb.GetColour(n));
+            EXPECT_EQ(sa.GetAddressMode(n), sb.GetAddressMode(n));
+            EXPECT_TRUE(SameMatrix(sa.GetTransform(n), sb.GetTransform(n)));
+            EXPECT_TRUE(SameMatrix(sa.GetTransform2(n), sb.GetTransform2(n)));
+            const Texture* ta = sa.GetTexture(n).Get();
+            const Texture* tb = sb.GetTexture(n).Get();
+            ASSERT_EQ(ta == nullptr, tb == nullptr);
+            if (ta == nullptr)
+                continue;
+            EXPECT_STREQ(ta->GetName(), tb->GetName());
+            const auto la = static_cast<const fr::NullTexture*>(ta->GetTexture())->GetLevel(0);
+            const auto lb = static_cast<const fr::NullTexture*>(tb->GetTexture())->GetLevel(0);
+            EXPECT_TRUE(std::equal(la.begin(), la.end(), lb.begin(), lb.end()));
+        }
+    }
+
+    // Skeleton.
+    ASSERT_EQ(a.GetSkeleton()->GetBoneCount(), b.GetSkeleton()->GetBoneCount());
+    for (int32 i = 0; i < a.GetSkeleton()->GetBoneCount(); ++i)
+    {
+        const Bone& ba = *a.GetSkeleton()->GetBone(i);
+        const Bone& bb = *b.GetSkeleton()->GetBone(i);
+        EXPECT_EQ(ba.GetName(), bb.GetName());
+        EXPECT_EQ(ba.GetParentIndex(), bb.GetParentIndex());
+        EXPECT_EQ(ba.GetPosition(), bb.GetPosition());
+        EXPECT_EQ(ba.GetRotation(), bb.GetRotation());
+        EXPECT_EQ(ba.GetWorldMatrix(), bb.GetWorldMatrix());
+    }
+
+    // Meshes.
+    EXPECT_EQ(ga.GetBV(), gb.GetBV());
+    ASSERT_EQ(ga.GetMeshCount(), gb.GetMeshCount());
+    for (int32 i = 0; i < ga.GetMeshCount(); ++i)
+    {
+        SCOPED_TRACE(Text(ga.GetMeshName(i)));
+        EXPECT_EQ(ga.GetMeshName(i), gb.GetMeshName(i));
+        EXPECT_EQ(ga.GetMeshXRefName(i), gb.GetMeshXRefName(i));
+        EXPECT_EQ(ga.GetMeshBone(i), gb.GetMeshBone(i));
+        EXPECT_EQ(ga.GetMeshRef(i).skinnedTransforms, gb.GetMeshRef(i).skinnedTransforms);
+        const ra::Mesh& ma = *ga.GetMesh(i);
+        const ra::Mesh& mb = *gb.GetMesh(i);
+        EXPECT_EQ(ma.GetMeshType(), mb.GetMeshType());
+        EXPECT_EQ(ma.GetPolyCount(ra::Mesh::Poly_High), mb.GetPolyCount(ra::Mesh::Poly_High));
+        EXPECT_EQ(ma.GetBV(), mb.GetBV());
+        for (uint32 component : {fr::VC_Position, fr::VC_Weights, fr::VC_Normal, fr::VC_TexCoord0})
+            EXPECT_EQ(Words(ma, component), Words(mb, component));
+        ASSERT_EQ(ma.GetPrimSetCount(), mb.GetPrimSetCount());
+        for (int32 p = 0; p < ma.GetPrimSetCount(); ++p)
+        {
+            EXPECT_EQ(ma.GetPrimSetShader(p)->GetName(), mb.GetPrimSetShader(p)->GetName());
+            EXPECT_EQ(Indices(ma, p), Indices(mb, p));
+        }
+    }
+
+    // Markers and cameras.
+    ASSERT_EQ(a.GetCMarkerCount(), b.GetCMarkerCount());
+    for (int32 i = 0; i < a.GetCMarkerCount(); ++i)
+    {
+        EXPECT_EQ(a.GetCMarker(i).name, b.GetCMarker(i).name);
+        EXPECT_EQ(a.GetCMarker(i).parentName, b.GetCMarker(i).parentName);
+        EXPECT_EQ(a.GetCMarker(i).parentIndex, b.GetCMarker(i).parentIndex);
+        EXPECT_EQ(a.GetCMarker(i).transform, b.GetCMarker(i).transform);
+    }
+    ASSERT_EQ(a.GetCCameraCount(), b.GetCCameraCount());
+    for (int32 i = 0; i < a.GetCCameraCount(); ++i)
+    {
+        const RenderModelCamera& ca = a.GetCCamera(i);
+        const RenderModelCamera& cb = b.GetCCamera(i);
+        EXPECT_EQ(ca.name, cb.name);
+        EXPECT_EQ(ca.position, cb.position);
+        EXPECT_EQ(ca.target, cb.target);
+        EXPECT_EQ(ca.orientation, cb.orientation);
+        EXPECT_EQ(ca.fov, cb.fov);
+        EXPECT_EQ(ca.nearClip, cb.nearClip);
+        EXPECT_EQ(ca.farClip, cb.farClip);
+    }
+
+    // Animations, with their mappings and volumes.
+    const AnimList& la = *a.GetAnimList();
+    const AnimList& lb = *b.GetAnimList();
+    ASSERT_EQ(la.GetAnimCount(), lb.GetAnimCount());
+    for (int i = 0; i < la.GetAnimCount(); ++i)
+    {
+        const AnimListNode& na = *la.GetAnimNode(i);
+        const AnimListNode& nb = *lb.GetAnimNode(i);
+        SCOPED_TRACE(Text(na.GetAnim()->GetName()));
+        EXPECT_EQ(na.GetXRefName(), nb.GetXRefName());
+        ExpectSameAnim(*na.GetAnim().Get(), *nb.GetAnim().Get());
+        ra::Vec3 mina, maxa, minb, maxb;
+        ASSERT_EQ(na.GetBV(mina, maxa), nb.GetBV(minb, maxb));
+        EXPECT_EQ(mina, minb);
+        EXPECT_EQ(maxa, maxb);
+        for (int m = 0; m < int(na.GetBoneMappingCount()); ++m)
+            EXPECT_EQ(na.GetBoneMapping(m), nb.GetBoneMapping(m));
+        ASSERT_EQ(na.GetNumControlMappings(), nb.GetNumControlMappings());
+        for (int m = 0; m < na.GetNumControlMappings(); ++m)
+            EXPECT_EQ(na.GetControlMapping(m), nb.GetControlMapping(m));
+    }
+
+    // The entity part.
+    ASSERT_EQ(a.GetEventList().GetEventCount(), b.GetEventList().GetEventCount());
+    for (int i = 0; i < a.GetEventList().GetEventCount(); ++i)
+    {
+        const ra::EventData& ea = *a.GetEventList().GetEvent(i).Get();
+        const ra::EventData& eb = *b.GetEventList().GetEvent(i).Get();
+        EXPECT_STREQ(ea.GetName(), eb.GetName());
+        ASSERT_EQ(ea.GetParamCount(), eb.GetParamCount());
+        for (int p = 0; p < ea.GetParamCount(); ++p)
+        {
+            EXPECT_STREQ(ea.GetParamName(p), eb.GetParamName(p));
+            EXPECT_STREQ(ea.GetParamValue(p), eb.GetParamValue(p));
+        }
+    }
+    ASSERT_EQ(a.GetClauseList().GetClauseCount(), b.GetClauseList().GetClauseCount());
+    for (int i = 0; i < a.GetClauseList().GetClauseCount(); ++i)
+        EXPECT_EQ(a.GetClauseList().GetClause(i)->GetDescription(),
+                  b.GetClauseList().GetClause(i)->GetDescription());
+    ASSERT_EQ(a.GetConditionList().GetConditionCount(), b.GetConditionList().GetConditionCount());
+    ASSERT_EQ(a.GetModifierList().GetModifierCount(), b.GetModifierList().GetModifierCount());
+    for (int i = 0; i < a.GetModifierList().GetModifierCount(); ++i)
+    {
+        const Modifier& ma = *a.GetModifierList().GetModifier(i);
+        const Modifier& mb = *b.GetModifierList().GetModifier(i);
+        EXPECT_EQ(ma.GetName(), mb.GetName());
+        EXPECT_EQ(ma.GetVariableName(), mb.GetVariableName());
+        EXPECT_EQ(ma.GetRefValue(), mb.GetRefValue());
+        EXPECT_EQ(ma.GetClampValue(), mb.GetClampValue());
+    }
+    ASSERT_EQ(a.GetMotionList().GetMotionCount(), b.GetMotionList().GetMotionCount());
+    for (int i = 0; i < a.GetMotionList().GetMotionCount(); ++i)
+    {
+        const Motion& ma = *a.GetMotionList().GetMotion(i);
+        const Motion& mb = *b.GetMotionList().GetMotion(i);
+        EXPECT_EQ(ma.GetDescription(), mb.GetDescription());
+        ASSERT_EQ(ma.GetAnimNodeCount(), mb.GetAnimNodeCount());
+        for (int n = 0; n < ma.GetAnimNodeCount(); ++n)
+            EXPECT_EQ(ma.GetAnimNode(n)->GetAnim()->GetName(), mb.GetAnimNode(n)->GetAnim()->GetName());
+        EXPECT_EQ(ma.GetRandMotionCount(), mb.GetRandMotionCount());
+        EXPECT_EQ(ma.GetEventCount(), mb.GetEventCount());
+    }
+    ASSERT_EQ(a.GetActionTree().GetActionCount(), b.GetActionTree().GetActionCount());
+    for (int i = 0; i < a.GetActionTree().GetActionCount(); ++i)
+    {
+        const Action& aa = *a.GetActionTree().GetAction(i);
+        const Action& ab = *b.GetActionTree().GetAction(i);
+        EXPECT_EQ(aa.GetName(), ab.GetName());
+        ASSERT_EQ(aa.GetMotionCount(), ab.GetMotionCount());
+        for (int m = 0; m < aa.GetMotionCount(); ++m)
+        {
+            EXPECT_EQ(aa.GetMotion(m).pMotion->GetName(), ab.GetMotion(m).pMotion->GetName());
+            EXPECT_EQ(aa.GetMotion(m).conditionType, ab.GetMotion(m).conditionType);
+        }
+        ASSERT_EQ(aa.GetSubActionCount(), ab.GetSubActionCount());
+    }
+    EXPECT_EQ(a.GetSelectionType(), b.GetSelectionType());
+    EXPECT_EQ(a.GetSelectionVolume(), b.GetSelectionVolume());
+}
+
+int CodeOf(const std::function<void()>& load)
+{
+    try
+    {
+        load();
+    }
+    catch (const Chunky::Exception& e)
+    {
+        return int(e.GetCode());
+    }
+    return -1;
+}
+
+// The donor model, written as "GENERIC:art/donor.sgm" from a frame that is let go again.
+void WriteDonor()
+{
+    Inv::Warehouse::Get()->PushFrame("donor source");
+    {
+        std::unique_ptr<RenderModel> pDonor = BuildDonor();
+        ASSERT_TRUE(RenderModelLoadGeneric::Save("GENERIC:art/donor.sgm", *pDonor));
+    }
+    Inv::Warehouse::Get()->PopFrame();
+}
+
+std::unique_ptr<RenderModel> LoadModel(const std::string& chunks)
+{
+    return ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a)
+                      { return RenderModelLoadGeneric::Load(c, a, "GENERIC:art\\"); });
+}
+
+const std::string s_identityBone = Bytes().I32(-1).Vec3(0, 0, 0).Floats({0, 0, 0, 1});
+
+// A model of two bones ("a", "b"), a mesh "m" drawn with shader "s", and a camera "cam".
+std::string SmallModelParts()
+{
+    Bytes mesh;
+    mesh.U32(0).U8(1).I32(1).I32(0).I32(0).I32(3).U32(1u << fr::VC_Position);
+    for (int i = 0; i < 9; ++i)
+        mesh.F32(float(i));
+    mesh.I32(1).Str("s").I32(3).U16(0).U16(1).U16(2).U16(0).U16(3);
+    ra::OBB box;
+    return Folder("SHDR", 1, Data("INFO", 1, Bytes().I32(1).I32(0).F32(0).I32(0).U8(0)), "s") +
+           Folder("SKEL", 3,
+                  Data("INFO", 1, Bytes().I32(2)) + Data("BONE", 5, s_identityBone, "a") +
+                      Data("BONE", 5, Bytes().I32(0).Vec3(0, 1, 0).Floats({0, 0, 0, 1}), "b")) +
+           Folder("MSGR", 1,
+                  Folder("MSLC", 1,
+                         Data("DATA", 2, mesh) + Data("BVOL", 2, Bytes().U8(1).Raw(&box, sizeof(box))), "m") +
+                      Data("DATA", 1, Bytes().I32(1).Str("m").Str("").U32(uint32(-1))) +
+                      Data("BVOL", 2, Bytes().U8(0))) +
+           Data("CMRA", 2, Bytes().Vec3(1, 2, 3).Floats({0, 0, 0, 1}).F32(1).F32(0.1f).F32(100).Vec3(4, 5, 6),
+                "cam");
+}
+} // namespace
+
+TEST(GenericModel, EveryKindOfChunkRoundTripsEqualAndRewritesTheSameBytes)
+{
+    ModelEnv e;
+    WriteDonor();
+    WalkerOptions options;
+    options.xrefMesh = options.xrefAnim = options.sharedShader = true;
+
+    Inv::Warehouse::Get()->PushFrame("built");
+    std::unique_ptr<RenderModel> pBuilt = BuildWalker(options);
+    ASSERT_TRUE(RenderModelLoadGeneric::Save("GENERIC:art/walker.sgm", *pBuilt));
+    Inv::Warehouse::Get()->PopFrame();
+    const std::string sgm = e.generic.Read("art/walker.sgm");
+    const std::string ebp = e.generic.Read("art/walker.ebp");
+    EXPECT_EQ(TopChunks(sgm), std::vector<std::string>{"RSGM:walker"});
+    EXPECT_EQ(TopChunks(ebp), std::vector<std::string>{"REBP:"});
+
+    // Read in a frame of its own, which doesn't see the shaders and textures of the built one.
+    Inv::Warehouse::Get()->PushFrame("read");
+    std::unique_ptr<RenderModel> pRead = RenderModelLoadGeneric::Load("GENERIC:art/walker", true);
+    ASSERT_TRUE(pRead);
+    ExpectSameModel(*pBuilt, *pRead);
+    // The cross-references came from the donor's file.
+    EXPECT_EQ(Text(pRead->GetMeshGroup()->GetMeshXRefName(2)), "art/donor");
+    EXPECT_EQ(Text(pRead->GetAnimList()->GetAnimNode(2)->GetXRefName()), "art/donor");
+    EXPECT_FALSE(
+        pRead->GetMeshGroup()->IsShaderLocal(pRead->GetMeshGroup()->FindShader(ra::MakeName("donor_metal"))));
+    EXPECT_TRUE(pRead->GetAnimList()->IsShaderAnimated(
+        pRead->GetMeshGroup()->FindShader(ra::MakeName("walker_glow"))));
+
+    ASSERT_TRUE(RenderModelLoadGeneric::Save("GENERIC:art/again.sgm", *pRead));
+    Inv::Warehouse::Get()->PopFrame();
+    // The name in the root is the model's, so only the files differ in their names.
+    EXPECT_EQ(e.generic.Read("art/again.sgm"), sgm);
+    EXPECT_EQ(e.generic.Read("art/again.ebp"), ebp);
+}
+
+TEST(GenericModel, WriterPutsChildrenInItsOrderAndGatesThemByTheFlags)
+{
+    ModelEnv e;
+    std::unique_ptr<RenderModel> pModel = BuildWalker();
+    auto childrenOf = [](const std::string& file)
+    {
+        model_test::Reader r(file);
+        r.m_pChunky->ReadFolderChunk(FourCC("RSGM"), 1);
+        std::vector<std::string> c;
+        ChunkInfo info;
+        while (r.m_pChunky->NextChunk(info))
+            c.push_back(IdText(info.id) + ":" + info.name.c_str());
+        return c;
+    };
+    const std::string all =
+        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { RenderModelLoadGeneric::Save(c, a, *pModel); });
+    EXPECT_EQ(childrenOf(all), (std::vector<std::string>{
+                                   "TXTR:art/textures/walker_skin", "TXTR:art/textures/walker_glow",
+                                   "SHDR:walker_skin", "SHDR:walker_glow", "SKEL:", "MSGR:", "MARK:muzzle",
+                                   "MARK:smoke", "CMRA:portrait", "ANIM:walk", "ANIM:idle"}));
+    ModelSaveFlags animationOnly;
+    animationOnly.meshes = false;
+    EXPECT_EQ(childrenOf(WriteChunks([&](Chunky& c, ByteStreamAdapter& a)
+                                     { RenderModelLoadGeneric::Save(c, a, *pModel, animationOnly); })),
+              (std::vector<std::string>{"ANIM:walk", "ANIM:idle"}));
+    ModelSaveFlags noShaders;
+    noShaders.shaders = false;
+    noShaders.animation = false;
+    EXPECT_EQ(childrenOf(WriteChunks([&](Chunky& c, ByteStreamAdapter& a)
+                                     { RenderModelLoadGeneric::Save(c, a, *pModel, noShaders); })),
+              (std::vector<std::string>{"SKEL:", "MSGR:", "MARK:muzzle", "MARK:smoke", "CMRA:portrait"}));
+}
+
+TEST(GenericModel, TheInventoryLoadsModelsThroughTheRegisteredReader)
+{
+    ModelEnv e;
+    {
+        Inv::Warehouse::Get()->PushFrame("source");
+        std::unique_ptr<RenderModel> pBuilt = BuildWalker();
+        ASSERT_TRUE(RenderModelLoadGeneric::Save("GENERIC:art/walker.sgm", *pBuilt));
+        Inv::Warehouse::Get()->PopFrame();
+    }
+    Inv::Reference<RenderModel> ref = Inv::Load<RenderModel>("art/walker");
+    ASSERT_TRUE(ref.IsValid());
+    EXPECT_EQ(ref->GetMeshGroup()->GetMeshCount(), 2);
+    EXPECT_EQ(ref->GetAnimList()->GetAnimCount(), 2);
+    EXPECT_EQ(ref->GetMotionList().GetMotionCount(), 3);
+    // The same name is the same resource.
+    EXPECT_EQ(Inv::Load<RenderModel>("art/walker").GetResource(), ref.GetResource());
+}
+
+TEST(GenericModel, HandBuiltOlderAnimationChunksReadWithTheDocumentedResults)
+{
+    ModelEnv e;
+    // INFO of versions 1 to 4 give the frame count from start and end, the time from the rate.
+    auto oldInfo = [](uint32 version)
+    {
+        Bytes b;
+        if (version == 1)
+            b.I32(99);
+        b.I32(10).I32(29).F32(40.0f);
+        if (version < 4)
+            b.Vec3(1, 1, 1).Vec3(2, 2, 2);
+        if (version < 3)
+            b.I32(5);
+        if (version < 4)
+            b.Vec3(3, 3, 3).Vec3(4, 4, 4);
+        return Data("INFO", version, b);
+    };
+    for (uint32 version = 1; version <= 5; ++version)
+    {
+        SCOPED_TRACE(version);
+        const std::string info = version == 5 ? Data("INFO", 5, Bytes().I32(20).F32(0.5f)) : oldInfo(version);
+        // A bone chunk of version 1 says animated with an i32 above 0; a control of version 1 with
+        // parameter 0 reads one higher; a model camera of version 1 has no target.
+        const std::string anim =
+            Folder("ANIM", 2,
+                   Folder("DATA", 3,
+                          info + Data("BANM", 1, Bytes().I32(1).F32(0).Vec3(1, 2, 3).I32(0).I32(2), "b") +
+                              Data("CANM", 1,
+                                   Bytes().I32(2).I32(0).I32(0).I32(2).F32(0).F32(0).F32(1).F32(-1), "m") +
+                              Data("CANM", 1, Bytes().I32(0).I32(1).I32(3).I32(1).F32(0).F32(0.5f), "s") +
+                              Data("CANM", 2, Bytes().I32(2).I32(0).I32(0).I32(1).F32(0).F32(0.5f), "m") +
+                              Data("CMRA", 1, Bytes().I32(1).F32(0).Vec3(7, 8, 9).I32(0), "cam")) +
+                       Data("ANBV", 1, Bytes().Vec3(-1, -2, -3).Vec3(1, 2, 3), "run"),
+                   "run");
+        const std::string oldCamera =
+            Data("CMRA", 1, Bytes().Vec3(1, 2, 3).Floats({0, 0, 0, 1}).F32(1).F32(0.1f).F32(100), "old");
+        std::unique_ptr<RenderModel> p =
+            LoadModel(Folder("RSGM", 1, SmallModelParts() + oldCamera + anim, "small"));
+        ASSERT_EQ(p->GetAnimList()->GetAnimCount(), 1);
+        const Anim& a = *p->GetAnimList()->GetAnim(0);
+        EXPECT_EQ(a.GetFrameCount(), 20);
+        EXPECT_FLOAT_EQ(a.GetTime(), 0.5f);
+        // Bone streams stand in skeleton order, whatever the file's.
+        ASSERT_EQ(a.GetBoneCount(), 2);
+        EXPECT_EQ(a.GetPositionStream(0), nullptr);
+        ASSERT_TRUE(a.GetPositionStream(1));
+        EXPECT_EQ(a.GetPositionStream(1)->GetKeyValue(0), ra::Vec3(1, 2, 3));
+        EXPECT_EQ(a.GetRotationStream(1), nullptr);
+        EXPECT_TRUE(a.IsBoneAnimated(1));
+        ASSERT_EQ(a.GetControlStreamCount(), 3);
+        EXPECT_EQ(a.GetControlStream(0)->GetKeyValue(0), 1.0f);
+        EXPECT_EQ(a.GetControlStream(0)->GetKeyValue(1), 0.0f);
+        EXPECT_EQ(a.GetControlInfo(0).m_index, 0);
+        // Only parameter 0 is raised, and only in version 1.
+        EXPECT_EQ(a.GetControlStream(1)->GetKeyValue(0), 0.5f);
+        EXPECT_EQ(a.GetControlStream(2)->GetKeyValue(0), 0.5f);
+        ASSERT_EQ(a.GetCameraCount(), 1);
+        EXPECT_EQ(a.GetCameraRotationStream(0), nullptr);
+        ra::Vec3 minimum, maximum;
+        ASSERT_TRUE(p->GetAnimList()->GetAnimNode(0)->GetBV(minimum, maximum));
+        EXPECT_EQ(maximum, ra::Vec3(1, 2, 3));
+        ASSERT_EQ(p->GetCCameraCount(), 2);
+        EXPECT_EQ(p->GetCCamera(0).target, ra::Vec3(4, 5, 6));
+        EXPECT_EQ(p->GetCCamera(1).target, ra::Vec3(0, 0, 0));
+        EXPECT_EQ(p->GetCCamera(1).farClip, 100.0f);
+    }
+}
+
+TEST(GenericModel, EntityFileOfAnOlderSelectionAndARelativeCrossReferenceReads)
+{
+    ModelEnv e;
+    WriteDonor();
+    std::unique_ptr<RenderModel> p = LoadModel(Folder("RSGM", 1, SmallModelParts(), "small"));
+    // Version 1 of XREF names the model relative to the folder of the file being read.
+    const std::string ebp =
+        Folder("REBP", 4,
+               Folder("ANIM", 2, Data("XREF", 1, Bytes().Str("donor").Str("wave")), "wave") +
+                   Data("SEUI", 2, Bytes().I32(5).F32(1).F32(2).F32(3).F32(4)));
+    ReadChunks(ebp,
+               [&](Chunky& c, ByteStreamAdapter& a)
+               {
+                   RenderModelLoadGeneric::LoadEbp(c, a, *p, "GENERIC:art\\");
+                   return 0;
+               });
+    ASSERT_EQ(p->GetAnimList()->GetAnimCount(), 1);
+    const AnimListNode& node = *p->GetAnimList()->GetAnimNode(0);
+    EXPECT_EQ(Text(node.GetXRefName()), "generic:art\\donor");
+    EXPECT_EQ(node.GetAnim()->GetFrameCount(), 5);
+    EXPECT_EQ(p->GetSelectionType(), 5);
+    float extents[2], centre[2];
+    p->GetSelectionBox(extents, centre);
+    EXPECT_EQ(extents[1], 2.0f);
+    EXPECT_EQ(centre[0], 3.0f);
+}
+
+TEST(GenericModel, BrokenLinksAreLoggedAndStoodInOrDropped)
+{
+    ModelEnv e;
+    WriteDonor();
+    // The stand-in model, whose first mesh replaces meshes that cannot be had.
+    {
+        Inv::Warehouse::Get()->PushFrame("stand-in source");
+        std::unique_ptr<RenderModel> pMissing = BuildDonor();
+        ASSERT_TRUE(RenderModelLoadGeneric::Save("GENERIC:art/ebps/missingmodel.sgm", *pMissing));
+        Inv::Warehouse::Get()->PopFrame();
+    }
+    LogCapture log;
+    dbg::ScopedThrowOnAssert quiet(false);
+    const std::string anim =
+        Folder("ANIM", 2,
+               Folder("DATA", 3,
+                      Data("INFO", 5, Bytes().I32(2).F32(1)) +
+                          Data("BANM", 2, Bytes().I32(0).I32(0).U8(1), "nobody") +
+                          Data("CANM", 2, Bytes().I32(0).I32(0).I32(0).I32(0), "no_shader") +
+                          Data("CANM", 2, Bytes().I32(2).I32(0).I32(0).I32(0), "no_mesh") +
+                          Data("CMRA", 1, Bytes().I32(0).I32(0), "no_camera")),
+               "run");
+    const std::string xrefs =
+        Folder("ANIM", 2, Data("XREF", 3, Bytes().Str("art/donor").Str("run")), "run") +
+        Folder("ANIM", 2, Data("XREF", 3, Bytes().Str("art/donor").Str("jump")), "jump");
+    const std::string meshes =
+        Folder("MSGR", 1, Data("DATA", 1, Bytes().I32(1).Str("sword").Str("art/donor").U32(0)));
+    const std::string shared = Data("SSHR", 1, Bytes().Str("no_such_shader"));
+    std::unique_ptr<RenderModel> p =
+        LoadModel(Folder("RSGM", 1, SmallModelParts() + anim + xrefs + shared, "small"));
+    EXPECT_TRUE(log.Has("Unable to find bone nobody in skeleton, ignoring it!"));
+    EXPECT_TRUE(log.Has("Could not find shader 'no_shader' in model 'small' for animation 'run'"));
+    EXPECT_TRUE(log.Has("Could not find mesh 'no_mesh' in model 'small' for animation 'run'"));
+    EXPECT_TRUE(log.Has("Could not find camera 'no_camera' in model 'small' for animation 'run'"));
+    EXPECT_TRUE(log.Has("'small': XRef'ed Anim 'run' is already present locally, resave the motion tree"));
+    EXPECT_TRUE(log.Has("'small': XRef'ed Anim 'jump' in model 'art/donor' is missing!"));
+    ASSERT_EQ(p->GetAnimList()->GetAnimCount(), 2);
+    const Anim& run = *p->GetAnimList()->GetAnim(0);
+    EXPECT_EQ(run.GetControlStreamCount(), 0);
+    EXPECT_EQ(run.GetCameraCount(), 0);
+    // The missing animation stands in empty, under its name, with the model's bones.
+    const AnimListNode& jump = *p->GetAnimList()->GetAnimNode(1);
+    EXPECT_EQ(Text(jump.GetAnim()->GetName()), "jump");
+    EXPECT_EQ(Text(jump.GetXRefName()), "art/donor");
+    EXPECT_EQ(jump.GetAnim()->GetBoneCount(), 2);
+    // A shared shader whose file is missing stands in blank, still shared.
+    Inv::Resource* pShader = nullptr;
+    ASSERT_TRUE(Inv::Warehouse::Get()->Find(&pShader, "no_such_shader", Shader::GetTypeInfo()));
+    EXPECT_TRUE(static_cast<Shader*>(pShader->GetData())->IsShared());
+
+    // A mesh missing from the model it is taken from is the stand-in model's first mesh.
+    log.Clear();
+    std::unique_ptr<RenderModel> pMeshes = LoadModel(Folder("RSGM", 1, meshes, "small"));
+    EXPECT_TRUE(log.Has("MODELS -- Unable to load XREF Mesh 'sword' from 'art/donor'!"));
+    ASSERT_EQ(pMeshes->GetMeshGroup()->GetMeshCount(), 1);
+    EXPECT_EQ(Text(pMeshes->GetMeshGroup()->GetMesh(0)->GetName()), "blade");
+    EXPECT_EQ(Text(pMeshes->GetMeshGroup()->GetMeshName(0)), "sword");
+
+    // Animations of a model without a skeleton are said to be so, and still read.
+    log.Clear();
+    std::unique_ptr<RenderModel> pBare = LoadModel(Folder("RSGM", 1, anim, "bare"));
+    EXPECT_TRUE(log.Has("bare: Animation 'run' - in a model without a valid skeleton!"));
+    EXPECT_EQ(pBare->GetAnimList()->GetAnimCount(), 1);
+    EXPECT_EQ(Text(pBare->GetAnimList()->GetAnim(0)->GetBoneName(0)), "nobody");
+}
+
+TEST(GenericModel, SkeletonAfterTheMeshesStillResolvesTheirSkin)
+{
+    ModelEnv e;
+    std::unique_ptr<RenderModel> pModel = BuildWalker();
+    const std::string file =
+        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { RenderModelLoadGeneric::Save(c, a, *pModel); });
+    // Move SKEL behind MSGR by rebuilding the root from its children.
+    model_test::Reader r(file);
+    r.m_pChunky->ReadFolderChunk(FourCC("RSGM"), 1);
+    std::string skel, rest;
+    const uint32 start = r.m_adapter.GetPos();
+    ChunkInfo info;
+    uint32 from = start;
+    while (r.m_pChunky->NextChunk(info))
+    {
+        r.m_pChunky->CloseChunk();
+        const uint32 to = r.m_adapter.GetPos();
+        const std::string bytes = file.substr(from, to - from);
+        (info.id == FourCC("SKEL") ? skel : rest) += bytes;
+        from = to;
+        // CloseChunk above ended the peeked chunk; look at the next one.
+    }
+    ASSERT_FALSE(skel.empty());
+    Inv::Warehouse::Get()->PushFrame("read");
+    std::unique_ptr<RenderModel> pRead = LoadModel(Folder("RSGM", 1, rest + skel, "walker"));
+    const ra::MeshGroup& group = *pRead->GetMeshGroup();
+    EXPECT_EQ(group.GetMeshRef(0).skinnedTransforms,
+              (std::vector<std::pair<int32, int32>>{{0, 1}, {1, 2}, {2, 3}}));
+    EXPECT_EQ(group.GetSkeleton(), pRead->GetSkeleton());
+    pRead.reset();
+    Inv::Warehouse::Get()->PopFrame();
+}
+
+TEST(GenericModel, TruncatedFilesThrowToTheCaller)
+{
+    ModelEnv e;
+    std::unique_ptr<RenderModel> pModel = BuildWalker();
+    const std::string file =
+        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { RenderModelLoadGeneric::Save(c, a, *pModel); });
+    // Cut at every 7th byte and at each of the last 64: each cut is refused, never half read.
+    dbg::ScopedThrowOnAssert quiet(false);
+    for (size_t cut = 0; cut < file.size(); cut += (cut + 64 < file.size() ? 7 : 1))
+    {
+        Inv::Warehouse::Get()->PushFrame("cut");
+        bool threw = false;
+        try
+        {
+            model_test::Reader r(file.substr(0, cut));
+            RenderModelLoadGeneric::Load(*r.m_pChunky, r.m_adapter, nullptr);
+        }
+        catch (const Chunky::Exception&)
+        {
+            threw = true;
+        }
+        catch (const ByteStream::Exception&)
+        {
+            threw = true;
+        }
+        Inv::Warehouse::Get()->PopFrame();
+        EXPECT_TRUE(threw) << "cut at " << cut << " of " << file.size();
+    }
+}
+
+TEST(GenericModel, DamagedTreesThrowToTheCaller)
+{
+    ModelEnv e;
+    // A texture folder that ends before its image (the container's "Not a valid chunk header!"),
+    // an animation without frames, one with neither data nor a
+    // reference, a root of a newer version, a name past the string buffer.
+    EXPECT_EQ(
+        CodeOf(
+            []
+            { LoadModel(Folder("RSGM", 1, Folder("TXTR", 1, Data("INFO", 3, Bytes().I32(1)), "t"), "x")); }),
+        2);
+    EXPECT_EQ(CodeOf(
+                  []
+                  {
+                      LoadModel(Folder(
+                          "RSGM", 1,
+                          Folder("ANIM", 2, Folder("DATA", 3, Data("INFO", 5, Bytes().I32(0).F32(1))), "a"),
+                          "x"));
+                  }),
+              12);
+    EXPECT_EQ(CodeOf([] { LoadModel(Folder("RSGM", 1, Folder("ANIM", 2, "", "a"), "x")); }), 12);
+    // The intermediate form's animation likewise: no frames, and a data folder whose only chunk is
+    // one it does not know (passed over), so without a frame count.
+    EXPECT_EQ(CodeOf(
+                  []
+                  {
+                      LoadModel(Folder(
+                          "RSGM", 1,
+                          Folder("ANIM", 1, Folder("DATA", 1, Data("INFO", 1, Bytes().I32(0).F32(1))), "a"),
+                          "x"));
+                  }),
+              12);
+    EXPECT_EQ(CodeOf(
+                  []
+                  {
+                      LoadModel(Folder(
+                          "RSGM", 1,
+                          Folder("ANIM", 1, Folder("DATA", 1, Data("XTRA", 1, Bytes().I32(3))), "a"), "x"));
+                  }),
+              12);
+    EXPECT_EQ(CodeOf([] { LoadModel(Folder("RSGM", 2, "", "x")); }), 5);
+    EXPECT_EQ(CodeOf([] { LoadModel(Folder("MESH", 1, "", "x")); }), 4);
+    EXPECT_THROW(LoadModel(Folder("RSGM", 1, Data("MARK", 1, Bytes().Str(std::string(300, 'p')), "m"), "x")),
+                 ByteStream::Exception);
+}
+
+TEST(GenericModel, IntermediateFormWritesSampledMatricesAndReadsBackConverted)
+{
+    ModelEnv e;
+    Inv::Warehouse::Get()->PushFrame("built");
+    std::unique_ptr<RenderModel> pBuilt = BuildWalker();
+    ASSERT_TRUE(RenderModelLoadGeneric::SaveInterm("GENERIC:interm.sgm", *pBuilt, true, true, true));
+    Inv::Warehouse::Get()->PopFrame();
+    const std::string file = e.generic.Read("interm.sgm");
+    {
+        model_test::Reader r(file);
+        r.m_pChunky->ReadFolderChunk(FourCC("RSGM"), 1);
+        std::vector<std::string> c;
+        ChunkInfo info;
+        while (r.m_pChunky->NextChunk(info))
+            c.push_back(IdText(info.id) + (info.kind == Chunky::CT_Folder ? " folder v" : " data v") +
+                        std::to_string(info.version));
+        EXPECT_EQ(c, (std::vector<std::string>{"TXTR folder v1", "TXTR folder v1", "SHDR folder v1",
+                                               "SHDR folder v1", "SKEL data v2", "MSGR folder v1",
+                                               "MARK data v1", "MARK data v1", "CMRA data v2",
+                                               "ANIM folder v1", "ANIM folder v1"}));
+    }
+    Inv::Warehouse::Get()->PushFrame("read");
+    std::unique_ptr<RenderModel> pRead = RenderModelLoadGeneric::Load("GENERIC:interm", false);
+    ASSERT_TRUE(pRead);
+    // The skeleton comes back from world matrices, the bones' streams from sampled ones.
+    for (int32 i = 0; i < pBuilt->GetSkeleton()->GetBoneCount(); ++i)
+        EXPECT_TRUE(model_test::MatrixNear(pRead->GetSkeleton()->GetBone(i)->GetLocalMatrix(),
+                                           pBuilt->GetSkeleton()->GetBone(i)->GetLocalMatrix()));
+    const Anim& built = *pBuilt->GetAnimList()->GetAnim(0);
+    const Anim& read = *pRead->GetAnimList()->GetAnim(0);
+    EXPECT_EQ(read.GetFrameCount(), built.GetFrameCount());
+    for (int bone = 1; bone < 6; ++bone)
+        for (float t : {0.0f, 0.5f, 1.0f})
+        {
+            int16 h0 = 0, h1 = 0;
+            const ra::Vec3 p0 = built.GetPositionStream(bone)->Evaluate(t, false, h0);
+            const ra::Vec3 p1 = read.GetPositionStream(bone)->Evaluate(t, false, h1);
+            EXPECT_NEAR(p0.x, p1.x, 1e-5f);
+            EXPECT_NEAR(p0.y, p1.y, 1e-5f);
+            EXPECT_NEAR(p0.z, p1.z, 1e-5f);
+        }
+    // Shader control values go out with their shader's base on and come back relative again.
+    const int colour = read.FindControlStream(ra::MakeName("walker_glow"));
+    ASSERT_NE(colour, Anim::InvalidIndex);
+    for (uint32 k = 0; k < 3; ++k)
+        EXPECT_NEAR(read.GetControlStream(colour)->GetKeyValue(k), built.GetControlStream(0)->GetKeyValue(k),
+                    1e-6f);
+    // A bone that doesn't move is left without streams; every mesh has a visibility stream.
+    EXPECT_EQ(read.GetPositionStream(0), nullptr);
+    int visibility = 0;
+    for (int i = 0; i < read.GetControlStreamCount(); ++i)
+        visibility += read.GetControlInfo(i).IsMeshVisibility() ? 1 : 0;
+    EXPECT_EQ(visibility, 2);
+    pRead.reset();
+    Inv::Warehouse::Get()->PopFrame();
+}

@@ -1,0 +1,193 @@
+// The project's sample model and the model commands of the program. The sample is the walker of
+// generic_model_fixture.h as the writer writes it: run this test with TQ7Z_WRITE_SAMPLES=1 to write
+// it again into samples/models; otherwise the test checks that the files there are still that.
+#include "model/file/generic/generic_model_fixture.h"
+#include "model/file/generic/rendermodelloadgeneric.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <unistd.h>
+
+namespace
+{
+namespace fs = std::filesystem;
+
+// The source tree's samples, found from this file.
+const fs::path s_samples =
+    (fs::path(__FILE__).parent_path() / "../../../../samples/models").lexically_normal();
+
+// The program beside the test program's build: <build>/tests/model/model_tests, <build>/bin/tq7z.
+std::string ProgramPath()
+{
+    char self[4096];
+    const ssize_t n = ::readlink("/proc/self/exe", self, sizeof(self) - 1);
+    if (n <= 0)
+        return "";
+    self[n] = '\0';
+    return (fs::path(self).parent_path().parent_path().parent_path() / "bin" / "tq7z").string();
+}
+} // namespace
+
+#define TQ7Z_BINARY ProgramPath()
+#include "support/runtool.h"
+
+using namespace generic_test;
+
+namespace
+{
+std::string ReadFile(const fs::path& path)
+{
+    return TempFolder::Read(path.string());
+}
+
+// The walker written by the generic writer: the .sgm and .ebp bytes.
+std::pair<std::string, std::string> WriteWalker()
+{
+    RegisteredLoaders loaders;
+    model_test::Env env;
+    MountedFolder generic("GENERIC");
+    {
+        std::unique_ptr<RenderModel> pWalker = BuildWalker();
+        EXPECT_TRUE(RenderModelLoadGeneric::Save("GENERIC:walker.sgm", *pWalker));
+    }
+    return {generic.Read("walker.sgm"), generic.Read("walker.ebp")};
+}
+
+// The program has to be built; a test run of the model library alone passes over these.
+#define REQUIRE_PROGRAM()                                                                                    \
+    if (!fs::exists(ProgramPath()))                                                                          \
+    GTEST_SKIP() << "the tq7z program is not built at " << ProgramPath()
+} // namespace
+
+TEST(GenericSample, SampleFilesAreTheWalkerAsTheWriterWritesIt)
+{
+    const auto [sgm, ebp] = WriteWalker();
+    if (std::getenv("TQ7Z_WRITE_SAMPLES") != nullptr)
+    {
+        fs::create_directories(s_samples);
+        std::ofstream(s_samples / "walker.sgm", std::ios::binary) << sgm;
+        std::ofstream(s_samples / "walker.ebp", std::ios::binary) << ebp;
+    }
+    EXPECT_EQ(ReadFile(s_samples / "walker.sgm"), sgm);
+    EXPECT_EQ(ReadFile(s_samples / "walker.ebp"), ebp);
+}
+
+TEST(GenericSample, ModelInfoJsonHasTheKeysScriptsRelyOn)
+{
+    REQUIRE_PROGRAM();
+    const ToolRun run = RunTool({"model", "info", (s_samples / "walker.sgm").string(), "--json"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    const nlohmann::ordered_json info = nlohmann::ordered_json::parse(run.out);
+    auto keysOf = [](const nlohmann::ordered_json& object)
+    {
+        std::vector<std::string> keys;
+        for (auto it = object.begin(); it != object.end(); ++it)
+            keys.push_back(it.key());
+        return keys;
+    };
+    using Keys = std::vector<std::string>;
+    EXPECT_EQ(keysOf(info),
+              (Keys{"name", "textures", "shaders", "bones", "meshes", "markers", "cameras", "animations"}));
+    EXPECT_EQ(info["name"], "walker");
+    ASSERT_EQ(info["textures"].size(), 2u);
+    EXPECT_EQ(keysOf(info["textures"][0]), (Keys{"name", "width", "height", "mips"}));
+    EXPECT_EQ(info["textures"][0]["width"], 8);
+    ASSERT_EQ(info["shaders"].size(), 2u);
+    EXPECT_EQ(keysOf(info["shaders"][1]), (Keys{"name", "shared", "blend", "channels"}));
+    EXPECT_EQ(info["shaders"][1]["blend"], nlohmann::ordered_json::array({6, 7}));
+    ASSERT_EQ(info["shaders"][1]["channels"].size(), 6u);
+    EXPECT_EQ(keysOf(info["shaders"][1]["channels"][0]), (Keys{"method", "colour", "texture"}));
+    EXPECT_EQ(info["shaders"][1]["channels"][0]["colour"], 0x80FF8040u);
+    EXPECT_EQ(info["shaders"][1]["channels"][0]["texture"], "art/textures/walker_glow");
+    ASSERT_EQ(info["bones"].size(), 6u);
+    EXPECT_EQ(keysOf(info["bones"][5]), (Keys{"name", "parent", "position", "rotation"}));
+    EXPECT_EQ(info["bones"][5]["parent"], 2);
+    EXPECT_EQ(info["bones"][0]["parent"], -1);
+    EXPECT_EQ(info["bones"][5]["rotation"].size(), 4u);
+    ASSERT_EQ(info["meshes"].size(), 2u);
+    EXPECT_EQ(keysOf(info["meshes"][0]),
+              (Keys{"name", "xref", "bone", "vertices", "vertex_type", "primsets", "skin"}));
+    EXPECT_EQ(info["meshes"][0]["skin"], nlohmann::ordered_json::array({"pelvis", "spine", "head"}));
+    EXPECT_EQ(info["meshes"][1]["bone"], 5);
+    EXPECT_EQ(info["meshes"][0]["primsets"][0],
+              nlohmann::ordered_json({{"shader", "walker_skin"}, {"indices", 9}}));
+    ASSERT_EQ(info["markers"].size(), 2u);
+    EXPECT_EQ(keysOf(info["markers"][0]), (Keys{"name", "parent", "transform"}));
+    EXPECT_EQ(info["markers"][0]["transform"].size(), 12u);
+    EXPECT_EQ(info["markers"][1]["parent"], "");
+    ASSERT_EQ(info["cameras"].size(), 1u);
+    EXPECT_EQ(keysOf(info["cameras"][0]),
+              (Keys{"name", "position", "target", "orientation", "fov", "near", "far"}));
+    ASSERT_EQ(info["animations"].size(), 2u);
+    const nlohmann::ordered_json& walk = info["animations"][0];
+    EXPECT_EQ(keysOf(walk), (Keys{"name", "xref", "frames", "time", "bones", "controls", "cameras"}));
+    EXPECT_EQ(walk["frames"], 31);
+    EXPECT_EQ(keysOf(walk["bones"][1]), (Keys{"name", "position_keys", "rotation_keys", "animated"}));
+    EXPECT_EQ(walk["bones"][1]["position_keys"], 3);
+    EXPECT_EQ(keysOf(walk["controls"][0]), (Keys{"name", "target_type", "channel", "parameter", "keys"}));
+    EXPECT_EQ(walk["controls"][1]["target_type"], 2);
+    EXPECT_EQ(keysOf(walk["cameras"][0]), (Keys{"name", "position_keys", "rotation_keys"}));
+}
+
+TEST(GenericSample, ConvertWritesItsOwnFilesAgainByteForByte)
+{
+    REQUIRE_PROGRAM();
+    TempFolder folder;
+    ASSERT_EQ(RunTool({"model", "convert", (s_samples / "walker.sgm").string(), folder / "a.sgm"}).status, 0);
+    ASSERT_EQ(RunTool({"model", "convert", folder / "a.sgm", folder / "b.sgm"}).status, 0);
+    // The sample came from the same writer, so all three agree.
+    EXPECT_EQ(TempFolder::Read(folder / "a.sgm"), ReadFile(s_samples / "walker.sgm"));
+    EXPECT_EQ(TempFolder::Read(folder / "a.ebp"), ReadFile(s_samples / "walker.ebp"));
+    EXPECT_EQ(TempFolder::Read(folder / "b.sgm"), TempFolder::Read(folder / "a.sgm"));
+    EXPECT_EQ(TempFolder::Read(folder / "b.ebp"), TempFolder::Read(folder / "a.ebp"));
+
+    // The intermediate form reads back through the same command.
+    ASSERT_EQ(RunTool({"model", "convert", (s_samples / "walker.sgm").string(), folder / "i.sgm", "--interm"})
+                  .status,
+              0);
+    const ToolRun info = RunTool({"model", "info", folder / "i.sgm"});
+    ASSERT_EQ(info.status, 0) << info.err;
+    EXPECT_NE(info.out.find("bones: 6"), std::string::npos) << info.out;
+    EXPECT_NE(info.out.find("walk: 31 frames"), std::string::npos) << info.out;
+}
+
+TEST(GenericSample, IntermediateConvertWritesItsOwnFilesAgainByteForByte)
+{
+    REQUIRE_PROGRAM();
+    TempFolder folder;
+    const std::string walker = (s_samples / "walker.sgm").string();
+    ASSERT_EQ(RunTool({"model", "convert", walker, folder / "a.sgm", "--interm"}).status, 0);
+    const ToolRun again = RunTool({"model", "convert", folder / "a.sgm", folder / "b.sgm", "--interm"});
+    ASSERT_EQ(again.status, 0) << again.err;
+    const std::string first = TempFolder::Read(folder / "a.sgm");
+    const std::string second = TempFolder::Read(folder / "b.sgm");
+    EXPECT_FALSE(first.empty());
+    EXPECT_EQ(first.size(), second.size());
+    EXPECT_TRUE(first == second);
+}
+
+TEST(GenericSample, CommandsSayWhatFailedAndExitWithOne)
+{
+    REQUIRE_PROGRAM();
+    TempFolder folder;
+    const ToolRun missing = RunTool({"model", "info", folder / "none.sgm"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_NE(missing.err.find("none.sgm: no such file"), std::string::npos) << missing.err;
+
+    const std::string sample = ReadFile(s_samples / "walker.sgm");
+    const std::string cut = folder.Write("cut.sgm", sample.substr(0, sample.size() / 2));
+    const ToolRun damaged = RunTool({"model", "info", cut, "--json"});
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_TRUE(damaged.out.empty());
+    EXPECT_NE(damaged.err.find("cut.sgm: "), std::string::npos) << damaged.err;
+    EXPECT_NE(damaged.err.find("at byte offset"), std::string::npos) << damaged.err;
+
+    const ToolRun noFolder =
+        RunTool({"model", "convert", (s_samples / "walker.sgm").string(), "/proc/none/x.sgm"});
+    EXPECT_EQ(noFolder.status, 1);
+    EXPECT_NE(noFolder.err.find("could not be written"), std::string::npos) << noFolder.err;
+
+    EXPECT_EQ(RunTool({"model", "convert", "--help"}).status, 0);
+}

@@ -1,0 +1,244 @@
+#include "model/file/generic/shaderloadgeneric.h"
+
+#include "model/file/generic/generic_test_util.h"
+#include "model/shader/shadertypeinfo.h"
+#include "storage/bytestream.h"
+
+#include <gtest/gtest.h>
+
+using namespace generic_test;
+using model_test::Env;
+
+namespace
+{
+// A CHAN payload of the current version.
+Bytes Channel(int32 n, int32 method, uint32 colour, const std::string& texture, const fr::Matrix44& transform,
+              const fr::Matrix44& transform2, uint32 version = 3)
+{
+    Bytes b;
+    b.I32(n).I32(method).U32(colour).Str(texture);
+    if (version == 2)
+        b.U8(0x5A);
+    b.I32(n + 1).I32(n + 2).I32(n + 3);
+    b.Raw(&transform, sizeof(transform)).Raw(&transform2, sizeof(transform2));
+    return b;
+}
+
+std::string ShaderFolder(const std::string& channels, const char* name = "rock")
+{
+    const std::string info = Bytes().I32(6).I32(7).F32(0.25f).I32(-3).U8(9);
+    return Folder("SHDR", 1, Data("INFO", 1, info) + channels, name);
+}
+
+std::unique_ptr<ShaderImp> LoadShader(const std::string& chunks)
+{
+    return ReadChunks(chunks,
+                      [](Chunky& c, ByteStreamAdapter& a) { return ShaderLoadGeneric::Load(c, a, "model"); });
+}
+
+void ExpectSameShader(const Shader& a, const Shader& b)
+{
+    EXPECT_EQ(a.GetName(), b.GetName());
+    int32 sa, da, sb, db;
+    a.GetBlend(sa, da);
+    b.GetBlend(sb, db);
+    EXPECT_EQ(sa, sb);
+    EXPECT_EQ(da, db);
+    EXPECT_EQ(a.GetFloat(), b.GetFloat());
+    EXPECT_EQ(a.GetInt(), b.GetInt());
+    EXPECT_EQ(a.GetByte(), b.GetByte());
+    for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
+    {
+        SCOPED_TRACE(n);
+        EXPECT_EQ(a.GetMethod(n), b.GetMethod(n));
+        EXPECT_EQ(a.GetColour(n), b.GetColour(n));
+        EXPECT_EQ(a.GetTexture(n).GetResource(), b.GetTexture(n).GetResource());
+        EXPECT_EQ(a.GetAddressMode(n), b.GetAddressMode(n));
+        EXPECT_EQ(a.GetFilterMode(n), b.GetFilterMode(n));
+        EXPECT_EQ(a.GetCoordMode(n), b.GetCoordMode(n));
+        EXPECT_TRUE(SameMatrix(a.GetTransform(n), b.GetTransform(n)));
+        EXPECT_TRUE(SameMatrix(a.GetTransform2(n), b.GetTransform2(n)));
+    }
+}
+} // namespace
+
+TEST(GenericShader, RoundTripKeepsEveryFieldAndRewritesTheSameBytes)
+{
+    Env env;
+    Inv::Reference<Texture> texture = AddPatternedTexture("art/textures/stone");
+    ShaderImp shader("Rock_Shader");
+    shader.SetBlend(6, 7);
+    shader.SetFloat(1.5f);
+    shader.SetInt(42);
+    shader.SetByte(3);
+    for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
+    {
+        shader.SetMethod(n, int32(n % 4));
+        shader.SetColour(n, 0x10203040u + n);
+        shader.SetAddressMode(n, int32(n));
+        shader.SetFilterMode(n, int32(n) + 10);
+        shader.SetCoordMode(n, int32(n) + 20);
+        shader.SetTransform(n, Counting(float(n)));
+        shader.SetTransform2(n, Counting(float(n) + 100.0f));
+    }
+    shader.SetTexture(Shader::CN_Diffuse, texture);
+
+    const std::string first =
+        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, shader); });
+    std::unique_ptr<ShaderImp> pRead = LoadShader(first.substr(24));
+    ASSERT_TRUE(pRead);
+    ExpectSameShader(shader, *pRead);
+    for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
+    {
+        EXPECT_EQ(pRead->GetBaseColour(n), shader.GetColour(n));
+        EXPECT_TRUE(SameMatrix(pRead->GetBaseTransform(n), shader.GetTransform(n)));
+    }
+    const std::string second =
+        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, *pRead); });
+    EXPECT_EQ(first, second);
+}
+
+TEST(GenericShader, HandBuiltChannelsOfVersionsTwoAndThreeReadAlike)
+{
+    Env env;
+    const fr::Matrix44 t = Counting(1.0f), t2 = Counting(50.0f);
+    std::unique_ptr<ShaderImp> pV3 =
+        LoadShader(ShaderFolder(Data("CHAN", 3, Channel(3, 2, 0xAABBCCDD, "", t, t2))));
+    std::unique_ptr<ShaderImp> pV2 =
+        LoadShader(ShaderFolder(Data("CHAN", 2, Channel(3, 2, 0xAABBCCDD, "", t, t2, 2))));
+    for (ShaderImp* p : {pV3.get(), pV2.get()})
+    {
+        ASSERT_TRUE(p);
+        EXPECT_EQ(Text(p->GetName()), "rock");
+        int32 source, destination;
+        p->GetBlend(source, destination);
+        EXPECT_EQ(source, 6);
+        EXPECT_EQ(destination, 7);
+        EXPECT_EQ(p->GetFloat(), 0.25f);
+        EXPECT_EQ(p->GetInt(), -3);
+        EXPECT_EQ(p->GetByte(), 9);
+        EXPECT_EQ(p->GetMethod(3), 2);
+        EXPECT_EQ(p->GetColour(3), 0xAABBCCDDu);
+        EXPECT_EQ(p->GetAddressMode(3), 4);
+        EXPECT_EQ(p->GetFilterMode(3), 5);
+        EXPECT_EQ(p->GetCoordMode(3), 6);
+        EXPECT_TRUE(SameMatrix(p->GetTransform(3), t));
+        EXPECT_TRUE(SameMatrix(p->GetBaseTransform(3), t));
+        EXPECT_TRUE(SameMatrix(p->GetTransform2(3), t2));
+        // Channels the file leaves out keep the defaults.
+        EXPECT_EQ(p->GetMethod(0), Shader::Method_Colour);
+        EXPECT_FALSE(p->HasChannelData(0));
+    }
+}
+
+TEST(GenericShader, TexturesAreFoundByNameOrTurnTheChannelPink)
+{
+    Env env;
+    Inv::Reference<Texture> texture = AddPatternedTexture("art/textures/stone");
+    const fr::Matrix44 t = fr::Matrix44::Identity();
+    LogCapture log;
+    std::unique_ptr<ShaderImp> p =
+        LoadShader(ShaderFolder(Data("CHAN", 3, Channel(0, 1, 0x11223344, "ART/Textures/Stone.tga", t, t)) +
+                                Data("CHAN", 3, Channel(2, 1, 0x55667788, "art/textures/gone", t, t)) +
+                                Data("CHAN", 3, Channel(4, 3, 0x99AABBCC, "", t, t))));
+    ASSERT_TRUE(p);
+    // The diffuse texture is found however its name is written.
+    EXPECT_EQ(p->GetTexture(0).GetResource(), texture.GetResource());
+    EXPECT_EQ(p->GetMethod(0), 1);
+    EXPECT_EQ(p->GetColour(0), 0x11223344u);
+    // A texture on another channel is reported, and a missing one turns pink.
+    EXPECT_TRUE(log.Has("SHADER -- 'model', shader 'rock': detected texture on 'Reflection' channel!"));
+    EXPECT_TRUE(log.Has(
+        "TEXTURES -- 'model': shader 'rock' is unable to find texture 'art/textures/gone'. Using pink!"));
+    EXPECT_FALSE(p->GetTexture(2).IsValid());
+    EXPECT_EQ(p->GetMethod(2), Shader::Method_Colour);
+    EXPECT_EQ(p->GetColour(2), 0xFFFF00FFu);
+    // An empty name leaves method and colour as the file has them.
+    EXPECT_EQ(p->GetMethod(4), 3);
+    EXPECT_EQ(p->GetColour(4), 0x99AABBCCu);
+    EXPECT_EQ(log.Count("detected texture"), 1);
+}
+
+TEST(GenericShader, DamagedChunksThrowToTheCaller)
+{
+    Env env;
+    const fr::Matrix44 t = fr::Matrix44::Identity();
+    const std::string good = Channel(1, 0, 0, "", t, t);
+
+    auto codeOf = [](const std::string& chunks)
+    {
+        try
+        {
+            LoadShader(chunks);
+        }
+        catch (const Chunky::Exception& e)
+        {
+            return int(e.GetCode());
+        }
+        return -1;
+    };
+    // A payload cut short, a channel or method out of range, a newer chunk, no name.
+    EXPECT_EQ(codeOf(ShaderFolder(Data("CHAN", 3, good.substr(0, good.size() - 5)))), 6);
+    EXPECT_EQ(codeOf(ShaderFolder(Data("CHAN", 3, Channel(6, 0, 0, "", t, t)))), 12);
+    EXPECT_EQ(codeOf(ShaderFolder(Data("CHAN", 3, Channel(-1, 0, 0, "", t, t)))), 12);
+    EXPECT_EQ(codeOf(ShaderFolder(Data("CHAN", 3, Channel(1, 4, 0, "", t, t)))), 12);
+    EXPECT_EQ(codeOf(ShaderFolder(Data("CHAN", 4, good))), 5);
+    EXPECT_EQ(codeOf(Folder("SHDR", 2, "", "rock")), 5);
+    EXPECT_EQ(codeOf(Folder("SHDR", 1, "")), 12);
+    // A texture name past the 260 characters of the buffer is the stream's overrun.
+    EXPECT_THROW(LoadShader(ShaderFolder(Data("CHAN", 3, Channel(0, 1, 0, std::string(261, 'x'), t, t)))),
+                 ByteStream::Exception);
+}
+
+TEST(GenericShader, SharedShadersAreWrittenByNameAndReadFromTheirFile)
+{
+    Env env;
+    MountedFolder generic("GENERIC");
+    RegisteredLoaders loaders;
+    Inv::Reference<Texture> texture = AddPatternedTexture("art/textures/team");
+    ShaderImp shared("Team_Colour");
+    shared.SetShared(true);
+    shared.SetMethod(0, 1);
+    shared.SetTexture(0, texture);
+    shared.SetColour(5, 0x01020304);
+    ASSERT_TRUE(ShaderLoadGeneric::SaveSharedFile("GENERIC:team_colour.vds", shared));
+
+    const std::string chunks =
+        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, shared); })
+            .substr(24);
+    EXPECT_EQ(chunks, Data("SSHR", 1, Bytes().Str("team_colour")));
+
+    // The file is read in a frame of its own, where the texture it carries goes too.
+    Inv::Warehouse::Get()->PushFrame("other");
+    Inv::Reference<Shader> read = ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a)
+                                             { return ShaderLoadGeneric::LoadShared(c, a); });
+    ASSERT_TRUE(read.IsValid());
+    EXPECT_TRUE(read->IsShared());
+    EXPECT_EQ(Text(read->GetName()), "team_colour");
+    EXPECT_EQ(read->GetMethod(0), 1);
+    EXPECT_EQ(read->GetColour(5), 0x01020304u);
+    ASSERT_TRUE(read->GetTexture(0).IsValid());
+    EXPECT_STREQ(read->GetTexture(0)->GetName(), "art/textures/team");
+    read = nullptr;
+    Inv::Warehouse::Get()->PopFrame();
+}
+
+TEST(GenericShader, TexturesAreWrittenOnceAtTheirFirstUse)
+{
+    Env env;
+    Inv::Reference<Texture> a = AddPatternedTexture("a", 4);
+    Inv::Reference<Texture> b = AddPatternedTexture("b", 8);
+    ShaderImp first("first"), second("second");
+    first.SetTexture(0, a);
+    first.SetTexture(3, b);
+    first.SetTexture(6, a);
+    second.SetTexture(1, b);
+    std::set<const Texture*> cWritten;
+    const std::string bytes = WriteChunks(
+        [&](Chunky& c, ByteStreamAdapter& ad)
+        {
+            ShaderLoadGeneric::SaveTextures(c, ad, first, cWritten);
+            ShaderLoadGeneric::SaveTextures(c, ad, second, cWritten);
+        });
+    EXPECT_EQ(TopChunks(bytes), (std::vector<std::string>{"TXTR:a", "TXTR:b"}));
+}

@@ -1,0 +1,223 @@
+// What the generic model file tests share: payloads built by hand value by value, chunk files in
+// memory written and read through the loaders, and model parts built in code.
+#pragma once
+
+#include "foundation/debug.h"
+#include "inventory/warehouse.h"
+#include "math/matrix.h"
+#include "model/event/eventdata.h"
+#include "model/file/generic/rendermodelloadgeneric.h"
+#include "model/mesh/mesh.h"
+#include "model/rendermodeltypeinfo.h"
+#include "model/shader/shader_test_env.h"
+#include "model/shader/shaderimp.h"
+#include "model/shader/shadertypeinfo.h"
+#include "model/shader/texturetypeinfo.h"
+#include "model/skeleton/skeleton.h"
+#include "render/device.h"
+#include "storage/chunky.h"
+#include "storage/filepath.h"
+#include "storage/filepath_hd.h"
+#include "support/logcapture.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace generic_test
+{
+using model_test::Chunk;
+using model_test::FileHeader;
+using model_test::U32;
+
+// The readers of this library registered for one test: the inventory loads models and shared
+// shaders through them. The hooks are process-wide, so they are put back as they were.
+class RegisteredLoaders
+{
+public:
+    RegisteredLoaders()
+        : m_shaderReader(ShaderTypeInfo::GetShaderReader()),
+          m_textureReader(TextureTypeInfo::GetTextureReader()),
+          m_eventReader(EventDataTypeInfo::GetEventReader())
+    {
+        RenderModelLoadGeneric::Register();
+    }
+    ~RegisteredLoaders()
+    {
+        ShaderTypeInfo::SetShaderReader(m_shaderReader);
+        TextureTypeInfo::SetTextureReader(m_textureReader);
+        EventDataTypeInfo::SetEventReader(m_eventReader);
+        RenderModelTypeInfo::SetGenericLoader(nullptr);
+    }
+    RegisteredLoaders(const RegisteredLoaders&) = delete;
+    RegisteredLoaders& operator=(const RegisteredLoaders&) = delete;
+
+private:
+    ShaderTypeInfo::ShaderReader m_shaderReader;
+    TextureTypeInfo::TextureReader m_textureReader;
+    EventDataTypeInfo::EventReader m_eventReader;
+};
+
+// A fresh folder on disk under an alias of the path table ("GENERIC", "DATA"...); both go at the
+// end of the test.
+class MountedFolder
+{
+public:
+    explicit MountedFolder(const char* alias) : m_alias(alias)
+    {
+        char pattern[] = "/tmp/tq7z_generic_XXXXXX";
+        if (::mkdtemp(pattern) != nullptr)
+            m_path = pattern;
+        FilePath::AddAlias(alias, "generic test", 100,
+                           FilePathHD::Create(m_path.c_str(), ByteStream::Mode_Both, false, false));
+    }
+    ~MountedFolder()
+    {
+        FilePath::RemoveAlias(m_alias.c_str(), "generic test");
+        std::error_code ec;
+        std::filesystem::remove_all(m_path, ec);
+    }
+    MountedFolder(const MountedFolder&) = delete;
+    MountedFolder& operator=(const MountedFolder&) = delete;
+
+    const std::string& Path() const { return m_path; }
+    std::string Read(const std::string& rel) const
+    {
+        std::ifstream in(m_path + "/" + rel, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }
+    void Write(const std::string& rel, const std::string& bytes) const
+    {
+        std::filesystem::create_directories(std::filesystem::path(m_path + "/" + rel).parent_path());
+        std::ofstream(m_path + "/" + rel, std::ios::binary) << bytes;
+    }
+
+private:
+    std::string m_alias;
+    std::string m_path;
+};
+
+// A payload built value by value, little-endian as the files are.
+class Bytes
+{
+public:
+    Bytes& I32(int32 v) { return Raw(&v, 4); }
+    Bytes& U32(uint32 v) { return Raw(&v, 4); }
+    Bytes& F32(float v) { return Raw(&v, 4); }
+    Bytes& U8(uint8 v) { return Raw(&v, 1); }
+    Bytes& U16(uint16 v) { return Raw(&v, 2); }
+    Bytes& Str(const std::string& s)
+    {
+        U32(uint32(s.size()));
+        m_bytes += s;
+        return *this;
+    }
+    Bytes& Vec3(float x, float y, float z) { return F32(x).F32(y).F32(z); }
+    Bytes& Floats(std::initializer_list<float> values)
+    {
+        for (float v : values)
+            F32(v);
+        return *this;
+    }
+    Bytes& Raw(const void* p, size_t n)
+    {
+        m_bytes.append(static_cast<const char*>(p), n);
+        return *this;
+    }
+    Bytes& Add(const std::string& s)
+    {
+        m_bytes += s;
+        return *this;
+    }
+    const std::string& str() const { return m_bytes; }
+    operator const std::string&() const { return m_bytes; }
+
+private:
+    std::string m_bytes;
+};
+
+inline std::string Folder(const char* id, uint32 version, const std::string& children,
+                          const char* name = nullptr)
+{
+    return Chunk("FOLD", id, version, children, name);
+}
+inline std::string Data(const char* id, uint32 version, const std::string& payload,
+                        const char* name = nullptr)
+{
+    return Chunk("DATA", id, version, payload, name);
+}
+
+// Writes through `write` into a chunk file in memory; its bytes.
+inline std::string WriteChunks(const std::function<void(Chunky&, ByteStreamAdapter&)>& write)
+{
+    model_test::Writer w;
+    write(*w.m_pChunky, w.m_adapter);
+    return w.Bytes();
+}
+
+// Reads the chunks (without the file header, which is added) through `read`.
+template <class ReadT> auto ReadChunks(const std::string& chunks, ReadT read)
+{
+    model_test::Reader r(FileHeader() + chunks);
+    return read(*r.m_pChunky, r.m_adapter);
+}
+
+// A chunk id as its four characters.
+inline std::string IdText(uint32 id)
+{
+    const char text[4] = {char(id >> 24), char(id >> 16), char(id >> 8), char(id)};
+    return std::string(text, 4);
+}
+
+// The ids and names of the chunks at the top of a file, as "ID:name".
+inline std::vector<std::string> TopChunks(const std::string& file)
+{
+    model_test::Reader r(file);
+    std::vector<std::string> cName;
+    ChunkInfo info;
+    while (r.m_pChunky->NextChunk(info))
+        cName.push_back(IdText(info.id) + ":" + info.name.c_str());
+    return cName;
+}
+
+// The text of a name, "" for none.
+inline std::string Text(ra::Name name)
+{
+    const char* text = ra::GetNameText(name);
+    return text ? text : "";
+}
+
+inline bool SameMatrix(const fr::Matrix44& a, const fr::Matrix44& b)
+{
+    return std::memcmp(&a, &b, sizeof(a)) == 0;
+}
+
+// A texture of the null device whose bytes tell their place, in the inventory.
+inline Inv::Reference<Texture> AddPatternedTexture(const char* name, uint32 side = 4)
+{
+    fr::ObjectPtr<fr::Texture> pRender =
+        fr::Interface::GetDevice()->CreateTexture(side, side, 1, fr::PF_A8R8G8B8, false);
+    std::vector<uint8> bytes(size_t(pRender->GetLevelPitch(0)) * pRender->GetLevelRows(0));
+    for (size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = uint8(i * 13 + side);
+    pRender->Write(0, 0, 0, side, side, bytes, pRender->GetLevelPitch(0));
+    return Inv::Warehouse::Get()->Add(new Texture(name, pRender));
+}
+
+// A matrix whose sixteen elements differ.
+inline fr::Matrix44 Counting(float start)
+{
+    fr::Matrix44 m;
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c)
+            m.m[r][c] = start + float(r * 4 + c) * 0.5f;
+    return m;
+}
+} // namespace generic_test

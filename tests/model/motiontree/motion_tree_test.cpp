@@ -1,0 +1,262 @@
+#include "model/motiontree/action.h"
+#include "model/motiontree/condition.h"
+#include "model/motiontree/modifier.h"
+#include "model/motiontree/motion.h"
+
+#include "foundation/debug.h"
+#include "model/anim/animlist.h"
+#include "model/motiontree/motion_test_util.h"
+#include "model/rendermodel.h"
+#include "support/logcapture.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <stdexcept>
+
+namespace
+{
+ra::Name N(const char* text)
+{
+    return ra::MakeName(text);
+}
+
+// A motion list where each motion named in `withAnims` has one animation.
+struct Motions
+{
+    Motion* Add(const char* name, bool withAnim)
+    {
+        Motion* pMotion = list.AddMotion(N(name));
+        if (withAnim)
+            pMotion->AddAnimNode(&node);
+        return pMotion;
+    }
+    ra::MotionList list;
+    AnimListNode node;
+};
+} // namespace
+
+TEST(MotionSettings, RangeSettersStoreTheSmallerValueFirst)
+{
+    Motion motion(N("walk"));
+    motion.SetStartDelay(2.0f, 0.5f);
+    motion.SetLoopDelay(1.0f, 3.0f);
+    motion.SetStartPosition(0.75f, 0.25f);
+    motion.SetExitDelay(4.0f, 4.0f);
+    EXPECT_EQ(motion.GetStartDelayMin(), 0.5f);
+    EXPECT_EQ(motion.GetStartDelayMax(), 2.0f);
+    EXPECT_EQ(motion.GetLoopDelayMin(), 1.0f);
+    EXPECT_EQ(motion.GetLoopDelayMax(), 3.0f);
+    EXPECT_EQ(motion.GetStartPositionMin(), 0.25f);
+    EXPECT_EQ(motion.GetStartPositionMax(), 0.75f);
+    EXPECT_EQ(motion.GetExitDelayMin(), 4.0f);
+    EXPECT_EQ(motion.GetExitDelayMax(), 4.0f);
+}
+
+TEST(MotionSettings, RandomWeightsAreCheckedAsymmetrically)
+{
+    Motion motion(N("idle"));
+    dbg::ScopedThrowOnAssert throwing;
+    // Adding needs more than 0.001; setting accepts 0.001 itself.
+    EXPECT_THROW(motion.AddRandMotion(N("a"), 0.001f), std::runtime_error);
+    EXPECT_EQ(motion.GetRandMotionCount(), 0);
+    ASSERT_EQ(motion.AddRandMotion(N("a"), 0.002f), 0);
+    motion.SetRandMotionWeight(0, 0.001f);
+    EXPECT_EQ(motion.GetRandMotion(0).weight, 0.001f);
+    EXPECT_THROW(motion.SetRandMotionWeight(0, 0.0009f), std::runtime_error);
+    EXPECT_EQ(motion.GetRandMotion(0).weight, 0.001f);
+}
+
+TEST(MotionSettings, DescriptionShowsTypeUnlessAbsoluteAndTheModifier)
+{
+    Motion motion(N("Run"));
+    motion.SetType(Motion::TYPE_LOOPING);
+    EXPECT_EQ(motion.GetDescription(), "run Looping");
+    motion.SetType(Motion::TYPE_HOLD_END);
+    EXPECT_EQ(motion.GetDescription(), "run Hold End");
+
+    Modifier scaled(N("speedmod"));
+    scaled.SetVariableName(N("speed"));
+    scaled.SetType(Modifier::TYPE_SCALED);
+    motion.SetType(Motion::TYPE_NON_LOOPING);
+    motion.SetTimingModifier(&scaled);
+    EXPECT_EQ(motion.GetDescription(), "run Non-Looping, Scaled [speed]");
+
+    Modifier absolute(N("posmod"));
+    absolute.SetType(Modifier::TYPE_ABSOLUTE);
+    motion.SetTimingModifier(&absolute);
+    EXPECT_EQ(motion.GetDescription(), "run Absolute [<NONE>]");
+}
+
+TEST(MotionList, FindsByNameAndResolvesRandomMotions)
+{
+    Motions motions;
+    Motion* pIdle = motions.Add("idle", false);
+    Motion* pA = motions.Add("idle_a", true);
+    pIdle->AddRandMotion(N("idle_a"), 1.0f);
+    pIdle->AddRandMotion(N("idle_missing"), 1.0f);
+    EXPECT_EQ(motions.list.FindMotion(N("IDLE_A")), 1);
+    EXPECT_EQ(motions.list.FindMotion(N("nothing")), InvalidIndex);
+    EXPECT_EQ(pIdle->GetRandMotion(0).pMotion, nullptr);
+
+    motions.list.ResolveMotions();
+    EXPECT_EQ(pIdle->GetRandMotion(0).pMotion, pA);
+    EXPECT_EQ(pIdle->GetRandMotion(1).pMotion, nullptr);
+    EXPECT_TRUE(pIdle->IsPlayable()) << "a random motion with animations makes it playable";
+
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_THROW(motions.list.GetMotion(2), std::runtime_error);
+}
+
+TEST(MotionRandom, PicksByRunningSumAndSkipsMotionsWithoutAnimations)
+{
+    Motions motions;
+    Motion* pRoot = motions.Add("root", false);
+    Motion* pA = motions.Add("a", true);
+    motions.Add("empty", false);
+    Motion* pB = motions.Add("b", true);
+    pRoot->AddRandMotion(N("a"), 1.0f);
+    pRoot->AddRandMotion(N("empty"), 1.0f);
+    pRoot->AddRandMotion(N("b"), 2.0f);
+    motions.list.ResolveMotions();
+
+    // Sum of all weights 4; running sums of candidates: a 1, b 3.
+    EXPECT_EQ(SelectRandomMotion(pRoot, 0.0f), pA);
+    EXPECT_EQ(SelectRandomMotion(pRoot, 0.25f), pA) << "r equal to the running sum chooses that motion";
+    EXPECT_EQ(SelectRandomMotion(pRoot, 0.26f), pB);
+    EXPECT_EQ(SelectRandomMotion(pRoot, 0.75f), pB);
+
+    // Past 3 the skipped weight leaves r beyond every candidate: the assertion fires.
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_THROW(SelectRandomMotion(pRoot, 0.8f), std::runtime_error);
+    dbg::ScopedThrowOnAssert quiet(false);
+    EXPECT_EQ(SelectRandomMotion(pRoot, 0.8f), pB) << "the safe return is the last candidate";
+}
+
+TEST(MotionRandom, SeededDrawsFollowTheWeights)
+{
+    Motions motions;
+    Motion* pRoot = motions.Add("root", false);
+    Motion* pA = motions.Add("a", true);
+    Motion* pB = motions.Add("b", true);
+    pRoot->AddRandMotion(N("a"), 1.0f);
+    pRoot->AddRandMotion(N("b"), 3.0f);
+    motions.list.ResolveMotions();
+
+    std::mt19937 generator(1234);
+    std::uniform_real_distribution<float> unit(0.0f, 1.0f);
+    int countA = 0, countB = 0;
+    for (int i = 0; i < 20000; ++i)
+    {
+        const Motion* pChoice = SelectRandomMotion(pRoot, unit(generator));
+        countA += pChoice == pA;
+        countB += pChoice == pB;
+    }
+    EXPECT_EQ(countA + countB, 20000);
+    EXPECT_NEAR(countA / 20000.0, 0.25, 0.015);
+
+    // The shared source of the library drives the draw without a unit given.
+    RenderModel::SetRandomSource([](uint32 count) { return count - 1; });
+    EXPECT_EQ(SelectRandomMotion(pRoot), pB);
+    RenderModel::SetRandomSource([](uint32) { return 0u; });
+    EXPECT_EQ(SelectRandomMotion(pRoot), pA);
+    RenderModel::SetRandomSource(nullptr);
+}
+
+TEST(MotionRandom, OnlyEmptyMotionsOrNoneTripTheAssertions)
+{
+    Motions motions;
+    Motion* pRoot = motions.Add("root", false);
+    motions.Add("empty1", false);
+    motions.Add("empty2", false);
+    pRoot->AddRandMotion(N("empty1"), 1.0f);
+    pRoot->AddRandMotion(N("empty2"), 1.0f);
+    motions.list.ResolveMotions();
+    EXPECT_FALSE(pRoot->IsPlayable());
+
+    dbg::ScopedThrowOnAssert throwing;
+    try
+    {
+        SelectRandomMotion(pRoot, 0.0f);
+        ADD_FAILURE() << "no assertion";
+    }
+    catch (const std::runtime_error& e)
+    {
+        EXPECT_NE(std::string(e.what()).find("selectedMotion"), std::string::npos) << e.what();
+    }
+    Motion plain(N("plain"));
+    EXPECT_THROW(SelectRandomMotion(&plain, 0.5f), std::runtime_error);
+    dbg::ScopedThrowOnAssert quiet(false);
+    EXPECT_EQ(SelectRandomMotion(pRoot, 0.0f), nullptr);
+}
+
+TEST(MotionAction, EntriesCheckTheirConditions)
+{
+    Motion motion(N("walk"));
+    ra::Condition condition(N("moving"));
+    Action action(N("move"));
+    EXPECT_EQ(action.AddMotion(&motion, ra::Condition::CONDITIONTYPE_IF, &condition), 0);
+    EXPECT_EQ(action.AddMotion(&motion, ra::Condition::CONDITIONTYPE_ALWAYS, nullptr), 1);
+    EXPECT_EQ(action.AddSubAction(N("sub"), ra::Condition::CONDITIONTYPE_ELSE, nullptr), 0);
+
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_THROW(action.AddMotion(&motion, ra::Condition::CONDITIONTYPE_ELSEIF, nullptr), std::runtime_error);
+    EXPECT_THROW(action.AddMotion(&motion, ra::Condition::CONDITIONTYPE_ELSE, &condition),
+                 std::runtime_error);
+    EXPECT_THROW(action.AddMotion(nullptr, ra::Condition::CONDITIONTYPE_ALWAYS, nullptr), std::runtime_error);
+    EXPECT_THROW(action.AddSubAction(N("x"), 9, nullptr), std::runtime_error);
+    EXPECT_THROW(action.GetMotion(2), std::runtime_error);
+    EXPECT_THROW(action.GetSubAction(1), std::runtime_error);
+    EXPECT_EQ(action.GetMotionCount(), 2);
+    EXPECT_EQ(action.GetSubActionCount(), 1);
+}
+
+TEST(MotionActionTree, ResolveLinksByNameAndDropsMissingWithoutSkipping)
+{
+    ra::ActionTree tree;
+    Action* pRoot = tree.AddAction();
+    pRoot->SetName(N("root"));
+    Action* pWalk = tree.AddAction();
+    pWalk->SetName(N("walk"));
+    // Two missing names in a row: the second moves into the first's place and must be seen.
+    pRoot->AddSubAction(N("gone1"), 3, nullptr);
+    pRoot->AddSubAction(N("gone2"), 3, nullptr);
+    pRoot->AddSubAction(N("Walk"), 2, nullptr);
+    pRoot->AddSubAction(N("gone3"), 3, nullptr);
+
+    LogCapture log;
+    tree.ResolveSubActions();
+    ASSERT_EQ(pRoot->GetSubActionCount(), 1);
+    EXPECT_EQ(pRoot->GetSubAction(0).pAction, pWalk);
+    EXPECT_EQ(pRoot->GetSubAction(0).conditionType, 2);
+    EXPECT_EQ(log.Count("is missing"), 3);
+    EXPECT_TRUE(log.Has("'gone2'"));
+}
+
+TEST(MotionActionTree, CyclesResolveToPointersAndDeletingUnlinks)
+{
+    ra::ActionTree tree;
+    tree.SetActionCount(2);
+    Action* pA = tree.GetAction(0);
+    Action* pB = tree.GetAction(1);
+    pA->SetName(N("a"));
+    pB->SetName(N("b"));
+    pA->AddSubAction(N("b"), 3, nullptr);
+    pB->AddSubAction(N("a"), 3, nullptr);
+    pB->AddSubAction(N("b"), 3, nullptr);
+    tree.ResolveSubActions();
+    EXPECT_EQ(pA->GetSubAction(0).pAction, pB);
+    EXPECT_EQ(pB->GetSubAction(0).pAction, pA);
+    EXPECT_EQ(pB->GetSubAction(1).pAction, pB);
+    EXPECT_EQ(tree.FindAction(N("B")), 1);
+
+    tree.DeleteAction(1);
+    EXPECT_EQ(tree.GetActionCount(), 1);
+    EXPECT_EQ(pA->GetSubActionCount(), 0) << "no entry may point at a deleted action";
+
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_THROW(tree.SetActionCount(3), std::runtime_error);
+    EXPECT_THROW(tree.DeleteAction(InvalidIndex), std::runtime_error);
+    EXPECT_THROW(tree.DeleteAction(1), std::runtime_error);
+    EXPECT_THROW(tree.GetAction(1), std::runtime_error);
+}

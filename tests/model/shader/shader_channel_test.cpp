@@ -1,0 +1,154 @@
+#include "model/shader/shaderimp.h"
+
+#include "foundation/debug.h"
+#include "model/shader/shader_test_env.h"
+#include "names/memorypool.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace
+{
+MemoryPool& Pool()
+{
+    return MemoryPool::Get("ShaderChannelPool");
+}
+
+fr::Matrix44 Scale(float s)
+{
+    fr::Matrix44 m = fr::Matrix44::Identity();
+    m.m[0][0] = s;
+    m.m[1][1] = s;
+    return m;
+}
+} // namespace
+
+TEST(ShaderChannels, NeverWrittenShaderReadsDefaultsAndHoldsNoRecord)
+{
+    const uint64 allocations = Pool().GetAllocationCount();
+    ShaderImp shader("plain");
+    EXPECT_EQ(shader.GetColour(Shader::CN_Diffuse), 0xFFFFFFFFu);
+    EXPECT_EQ(shader.GetColour(Shader::CN_Specular), 0xFF000000u);
+    EXPECT_EQ(shader.GetColour(Shader::CN_Opacity), 0xFFFFFFFFu);
+    for (uint32 n = 0; n < Shader::CN_Count; ++n)
+    {
+        EXPECT_EQ(shader.GetMethod(n), Shader::Method_Colour) << n;
+        EXPECT_FALSE(shader.GetTexture(n).IsValid()) << n;
+        EXPECT_EQ(shader.GetBaseColour(n), shader.GetColour(n)) << n;
+        EXPECT_TRUE(shader.GetTransform(n) == fr::Matrix44::Identity()) << n;
+        EXPECT_TRUE(shader.GetTransform2(n) == fr::Matrix44::Identity()) << n;
+        EXPECT_EQ(shader.GetAddressMode(n), 0) << n;
+        EXPECT_FALSE(shader.HasChannelData(n)) << n;
+    }
+    EXPECT_EQ(Pool().GetAllocationCount(), allocations);
+    EXPECT_TRUE(shader.GetChangedChannels().none());
+}
+
+TEST(ShaderChannels, WritingTheStoredValueAllocatesAndMarksNothing)
+{
+    ShaderImp shader("same");
+    const uint64 allocations = Pool().GetAllocationCount();
+    shader.SetColour(Shader::CN_Diffuse, shader.GetColour(Shader::CN_Diffuse));
+    shader.SetMethod(Shader::CN_Reflection, Shader::Method_Colour);
+    shader.SetTransform(Shader::CN_Specular, fr::Matrix44::Identity());
+    shader.SetFilterMode(Shader::CN_Specular, 0);
+    shader.SetTexture(Shader::CN_Opacity, Inv::Reference<Texture>());
+    shader.SetBaseColour(Shader::CN_Fifth, 0xFF000000);
+    EXPECT_EQ(Pool().GetAllocationCount(), allocations);
+    EXPECT_TRUE(shader.GetChangedChannels().none());
+    for (uint32 n = 0; n < Shader::CN_Count; ++n)
+        EXPECT_FALSE(shader.HasChannelData(n)) << n;
+}
+
+TEST(ShaderChannels, FirstChangeCopiesTheDefaultsIntoOnePoolRecord)
+{
+    const uint64 live = Pool().GetLiveCount();
+    {
+        ShaderImp shader("copy");
+        shader.SetMethod(Shader::CN_Specular, Shader::Method_Texture);
+        EXPECT_EQ(Pool().GetLiveCount(), live + 1);
+        EXPECT_TRUE(shader.HasChannelData(Shader::CN_Specular));
+        EXPECT_EQ(shader.GetColour(Shader::CN_Specular), 0xFF000000u)
+            << "the rest of the record is the default";
+        EXPECT_EQ(shader.GetChangedChannels().to_ulong(), 1u << Shader::CN_Specular);
+
+        shader.SetColour(Shader::CN_Specular, 0xFF808080);
+        shader.SetCoordMode(Shader::CN_Specular, 6);
+        EXPECT_EQ(Pool().GetLiveCount(), live + 1) << "one record per channel";
+        EXPECT_EQ(shader.GetCoordMode(Shader::CN_Specular), 6);
+        EXPECT_EQ(shader.GetBaseColour(Shader::CN_Specular), 0xFF000000u) << "base colour is separate";
+
+        shader.SetTransform2(Shader::CN_Lighting, Scale(2));
+        EXPECT_EQ(Pool().GetLiveCount(), live + 2);
+        EXPECT_TRUE(shader.GetTransform2(Shader::CN_Lighting) == Scale(2));
+        EXPECT_FALSE(shader.GetChangedChannels().test(Shader::CN_Lighting))
+            << "the second matrix feeds no node";
+    }
+    EXPECT_EQ(Pool().GetLiveCount(), live) << "records go back to the pool with the shader";
+}
+
+TEST(ShaderChannels, DiffuseAndOpacityColoursMarkEachOther)
+{
+    ShaderImp shader("pair");
+    shader.SetColour(Shader::CN_Opacity, 0x80FFFFFF);
+    EXPECT_TRUE(shader.GetChangedChannels().test(Shader::CN_Diffuse));
+    EXPECT_TRUE(shader.GetChangedChannels().test(Shader::CN_Opacity));
+    EXPECT_FALSE(shader.HasChannelData(Shader::CN_Diffuse)) << "marking is not writing";
+
+    ShaderImp other("single");
+    other.SetColour(Shader::CN_SelfIllumination, 0xFF202020);
+    EXPECT_EQ(other.GetChangedChannels().to_ulong(), 1u << Shader::CN_SelfIllumination);
+}
+
+TEST(ShaderChannels, ChannelOutOfRangeIsAnAssertion)
+{
+    ShaderImp shader("bad");
+    {
+        dbg::ScopedThrowOnAssert throwing;
+        try
+        {
+            shader.SetColour(Shader::CN_Count, 1);
+            FAIL() << "no assertion";
+        }
+        catch (const std::runtime_error& e)
+        {
+            EXPECT_NE(std::string(e.what()).find("n < CN_Count"), std::string::npos) << e.what();
+        }
+    }
+    dbg::ScopedThrowOnAssert quiet(false);
+    shader.SetMethod(9, 2);
+    EXPECT_EQ(shader.GetMethod(9), Shader::Method_Colour);
+    for (uint32 n = 0; n < Shader::CN_Count; ++n)
+        EXPECT_FALSE(shader.HasChannelData(n));
+}
+
+TEST(ShaderChannels, NamesWordsAndPlainParameters)
+{
+    ShaderImp shader("Rock.Material");
+    EXPECT_STREQ(ra::GetNameText(shader.GetName()), "rock.material");
+    EXPECT_STREQ(static_cast<const Inv::NamedResource&>(shader).GetName(), "Rock.Material");
+    shader.SetName("Other");
+    EXPECT_TRUE(shader.GetName() == ra::MakeName("other"));
+
+    EXPECT_EQ(Shader::GetChannelWord(0), nullptr);
+    EXPECT_STREQ(Shader::GetChannelWord(1), "Specular");
+    EXPECT_STREQ(Shader::GetChannelWord(2), "Reflection");
+    EXPECT_STREQ(Shader::GetChannelWord(3), "Self Illumination");
+    EXPECT_STREQ(Shader::GetChannelWord(4), "Opacity");
+    EXPECT_STREQ(Shader::GetChannelWord(5), "Specular");
+    EXPECT_EQ(Shader::GetChannelWord(6), nullptr);
+
+    shader.SetFloat(12.5f);
+    shader.SetInt(3);
+    shader.SetByte(1);
+    shader.SetShared(true);
+    EXPECT_EQ(shader.GetFloat(), 12.5f);
+    EXPECT_EQ(shader.GetInt(), 3);
+    EXPECT_EQ(shader.GetByte(), 1);
+    EXPECT_TRUE(shader.IsShared());
+    int32 src = 0, dst = 0;
+    shader.GetBlend(src, dst);
+    EXPECT_EQ(src, Shader::Blend_One);
+    EXPECT_EQ(dst, Shader::Blend_Zero);
+}

@@ -1,0 +1,137 @@
+#include "model/file/generic/shaderloadgeneric.h"
+#include "model/shader/shaderimp.h"
+#include "model/shader/shadertypeinfo.h"
+
+#include "foundation/debug.h"
+#include "model/shader/shader_test_env.h"
+#include "storage/filepath.h"
+#include "storage/filepath_hd.h"
+#include "support/logcapture.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+using model_test::Env;
+
+TEST(ShaderMissingTexture, PinkStandsInAndTheLinesAreLogged)
+{
+    Env env;
+    ShaderImp shader("Rock");
+    shader.SetMethod(Shader::CN_Reflection, Shader::Method_Modulate);
+    shader.SetColour(Shader::CN_Reflection, 0xFF102030);
+    LogCapture log;
+    EXPECT_FALSE(SetChannelTextureByName(shader, Shader::CN_Reflection, "nosuch.tga", "art/walker", true));
+    EXPECT_EQ(log.Count("SHADER -- 'art/walker', shader 'rock': detected texture on 'Reflection' channel!"),
+              1);
+    EXPECT_EQ(
+        log.Count(
+            "TEXTURES -- 'art/walker': shader 'rock' is unable to find texture 'nosuch.tga'. Using pink!"),
+        1);
+    EXPECT_EQ(shader.GetMethod(Shader::CN_Reflection), Shader::Method_Colour);
+    EXPECT_EQ(shader.GetColour(Shader::CN_Reflection), 0xFFFF00FFu);
+    EXPECT_FALSE(shader.GetTexture(Shader::CN_Reflection).IsValid());
+}
+
+TEST(ShaderMissingTexture, FoundTextureIsSetAndTheDiffuseChannelIsNotReported)
+{
+    Env env;
+    auto bricks = model_test::AddTexture("Bricks.tga", fr::PF_R8G8B8);
+    ShaderImp shader("wall");
+    shader.SetMethod(Shader::CN_Diffuse, Shader::Method_Texture);
+    LogCapture log;
+    EXPECT_TRUE(SetChannelTextureByName(shader, Shader::CN_Diffuse, "DATA:BRICKS.tga", "walker", true));
+    EXPECT_EQ(log.Size(), 0u);
+    EXPECT_TRUE(shader.GetTexture(Shader::CN_Diffuse) == bricks);
+    EXPECT_EQ(shader.GetMethod(Shader::CN_Diffuse), Shader::Method_Texture) << "method as in the file";
+
+    // The final form's reader warns about no channel; the texture is kept either way.
+    EXPECT_TRUE(SetChannelTextureByName(shader, Shader::CN_Opacity, "bricks", "walker", false));
+    EXPECT_EQ(log.Size(), 0u);
+    EXPECT_TRUE(SetChannelTextureByName(shader, Shader::CN_Opacity, "bricks", "walker", true));
+    EXPECT_EQ(log.Count("detected texture on 'Opacity' channel!"), 1);
+    EXPECT_TRUE(shader.GetTexture(Shader::CN_Opacity) == bricks);
+}
+
+TEST(ShaderInventory, ShadersAreKeptUnderTheirWholeMaterialName)
+{
+    Env env;
+    auto first = Inv::Warehouse::Get()->Add(new ShaderImp("Mat.001"));
+    auto second = Inv::Warehouse::Get()->Add(new ShaderImp("Mat.002"));
+    ASSERT_TRUE(first.IsValid());
+    ASSERT_TRUE(second.IsValid());
+    EXPECT_EQ(Inv::Warehouse::Get()->GetCount(Shader::GetTypeInfo()), 2u);
+    EXPECT_STREQ(ra::GetNameText(first->GetName()), "mat.001");
+
+    Inv::Reference<Shader> found = Inv::Load<Shader>("MAT.002");
+    EXPECT_TRUE(found.GetResource() == second.GetResource());
+    EXPECT_EQ(found.GetResource()->GetRefCount(), 2u);
+}
+
+TEST(ShaderInventory, UnknownShaderGetsABlankStandIn)
+{
+    Env env;
+    LogCapture log;
+    Inv::Reference<Shader> shader = Inv::Load<Shader>("nowhere");
+    ASSERT_TRUE(shader.IsValid());
+    EXPECT_TRUE(shader->GetName() == ra::MakeName("nowhere"));
+    EXPECT_TRUE(log.Has("Unable to load 'Shader' resource 'nowhere', using default!"));
+    EXPECT_EQ(shader->GetMethod(Shader::CN_Diffuse), Shader::Method_Colour);
+    EXPECT_FALSE(shader->IsShared());
+}
+
+namespace
+{
+struct GenericFolder
+{
+    GenericFolder()
+    {
+        char pattern[] = "/tmp/tq7z_shader_XXXXXX";
+        root = mkdtemp(pattern);
+        FilePath::AddAlias("GENERIC", "test", 100,
+                           FilePathHD::Create(root.c_str(), ByteStream::Mode_Both, false, false));
+    }
+    ~GenericFolder()
+    {
+        FilePath::Reset();
+        ShaderTypeInfo::SetShaderReader(nullptr);
+        std::filesystem::remove_all(root);
+    }
+    std::string root;
+};
+} // namespace
+
+TEST(ShaderInventory, SharedShaderFileBringsItsTexturesAndShader)
+{
+    Env env;
+    GenericFolder generic;
+    {
+        // A shared shader file: SHRF { TXTR "moss"; SHDR "mossy" }.
+        auto pRender = fr::Interface::GetDevice()->CreateTexture(4, 4, 1, fr::PF_L8, false);
+        Inv::Reference<Texture> moss = Inv::Warehouse::Get()->Add(new Texture("moss", pRender));
+        ShaderImp mossy("mossy");
+        mossy.SetColour(Shader::CN_Diffuse, 0xFF00AA00);
+        mossy.SetTexture(Shader::CN_Diffuse, moss);
+        ASSERT_TRUE(ShaderLoadGeneric::SaveSharedFile("GENERIC:mossy.vds", mossy));
+        mossy.SetTexture(Shader::CN_Diffuse, Inv::Reference<Texture>());
+        moss = nullptr;
+        Inv::Warehouse::Get()->FlushUnreferenced();
+    }
+    {
+        LogCapture log;
+        Inv::Reference<Shader> blank = Inv::Load<Shader>("mossy");
+        EXPECT_TRUE(log.Has("no reader of shader files is registered"))
+            << "without a reader the default stands in";
+        EXPECT_FALSE(blank->IsShared());
+        blank = nullptr;
+        Inv::Warehouse::Get()->FlushUnreferenced();
+    }
+    ShaderLoadGeneric::Register();
+    Inv::Reference<Shader> shader = Inv::Load<Shader>("mossy");
+    ASSERT_TRUE(shader.IsValid());
+    EXPECT_TRUE(shader->IsShared());
+    EXPECT_EQ(shader->GetColour(Shader::CN_Diffuse), 0xFF00AA00u);
+    Inv::Resource* pTexture = nullptr;
+    EXPECT_TRUE(Inv::Warehouse::Get()->Find(&pTexture, "moss", Texture::GetTypeInfo()));
+}
