@@ -3,6 +3,7 @@
 #include "foundation/debug.h"
 #include "foundation/output.h"
 #include "inventory/warehouse.h"
+#include "model/file/animchunk.h"
 #include "model/file/generic/genericchunk.h"
 #include "model/mesh/meshgroup.h"
 #include "model/rendermodel.h"
@@ -51,7 +52,7 @@ void ReadInfo(Payload& payload, const ChunkInfo& info, Anim& anim)
         frameCount = int64(endFrame) - int64(startFrame) + 1;
         time = float(double(frameCount) / double(frameRate));
     }
-    AnimLoadGeneric::SetFrames(payload, anim, frameCount, time);
+    AnimChunk::SetFrames(payload, anim, frameCount, time);
 }
 
 // The bone entry of a stream: the skeleton's bone of that name, or without a skeleton an entry of
@@ -86,79 +87,6 @@ void ReadBoneAnim(Payload& payload, const ChunkInfo& info, Anim& anim, const Ske
 
 } // namespace
 
-void AnimLoadGeneric::ReadControl(Payload& payload, const ChunkInfo& info, Anim& anim,
-                                  const RenderModel& model, bool oldVisibility)
-{
-    ControlInfo control;
-    control.targetType = payload.ReadInt32();
-    control.channel = payload.ReadInt32();
-    control.parameter = payload.ReadInt32();
-    std::unique_ptr<ControlStream> pStream = ReadKeyStream<ControlStream>(payload);
-
-    const ra::Name name = ra::NameOf(info.name.c_str());
-    const ra::MeshGroup* pGroup = model.GetMeshGroup();
-    if (control.targetType == ControlInfo::Target_Shader)
-    {
-        control.m_index = pGroup ? pGroup->FindShader(name) : ra::MeshGroup::InvalidIndex;
-        if (control.m_index == ra::MeshGroup::InvalidIndex)
-        {
-            dbWarningf("Could not find shader '%s' in model '%s' for animation '%s'", info.name.c_str(),
-                       ModelName(model), ra::NameText(anim.GetName()));
-            return;
-        }
-    }
-    else if (control.targetType == ControlInfo::Target_Mesh)
-    {
-        control.m_index = pGroup ? pGroup->FindMesh(name) : ra::MeshGroup::InvalidIndex;
-        if (control.m_index == ra::MeshGroup::InvalidIndex)
-        {
-            dbWarningf("Could not find mesh '%s' in model '%s' for animation '%s'", info.name.c_str(),
-                       ModelName(model), ra::NameText(anim.GetName()));
-            return;
-        }
-    }
-    // Values of the first version were one lower.
-    if (oldVisibility && control.parameter == 0 && pStream)
-        pStream->OffsetValues(1.0f);
-    anim.AddControlStream(name, control, std::move(pStream));
-}
-
-void AnimLoadGeneric::ReadCamera(Payload& payload, const ChunkInfo& info, Anim& anim,
-                                 const RenderModel& model)
-{
-    std::unique_ptr<CameraPositionStream> pPositions = ReadKeyStream<CameraPositionStream>(payload);
-    std::unique_ptr<CameraRotationStream> pRotations = ReadKeyStream<CameraRotationStream>(payload);
-    const ra::Name name = ra::NameOf(info.name.c_str());
-    if (model.FindCamera(name) == RenderModel::InvalidIndex)
-    {
-        dbWarningf("Could not find camera '%s' in model '%s' for animation '%s'", info.name.c_str(),
-                   ModelName(model), ra::NameText(anim.GetName()));
-        return;
-    }
-    anim.AddCamera(name, std::move(pPositions), std::move(pRotations));
-}
-
-void AnimLoadGeneric::SetFrames(Payload& payload, Anim& anim, int64 frameCount, float time)
-{
-    if (frameCount <= 0 || frameCount > INT32_MAX)
-        ThrowBadContent(payload.GetAdapter(), "Animation '%s' has %lld frames!", ra::NameText(anim.GetName()),
-                        static_cast<long long>(frameCount));
-    if (!(time > 0.0f) || !std::isfinite(time))
-        ThrowBadContent(payload.GetAdapter(), "Animation '%s' lasts %g seconds!",
-                        ra::NameText(anim.GetName()), double(time));
-    anim.SetFrameCount(int32(frameCount));
-    anim.SetTime(time);
-}
-
-void AnimLoadGeneric::SetSkeletonBones(Anim& anim, const Skeleton* pSkeleton)
-{
-    if (pSkeleton == nullptr)
-        return;
-    anim.SetBoneCount(pSkeleton->GetBoneCount());
-    for (int32 i = 0; i < pSkeleton->GetBoneCount(); ++i)
-        anim.SetBoneName(i, pSkeleton->GetBone(i)->GetName());
-}
-
 void AnimLoadGeneric::ReadDataChunks(Chunky& chunky, ByteStreamAdapter& adapter, const char* animName,
                                      std::initializer_list<DataChunkReader> readers)
 {
@@ -185,35 +113,14 @@ void AnimLoadGeneric::ReadDataChunks(Chunky& chunky, ByteStreamAdapter& adapter,
         ThrowBadContent(adapter, "Animation '%s' has no frame count!", animName);
 }
 
-void AnimLoadGeneric::WriteControl(ByteStreamAdapter& adapter, const ControlInfo& control,
-                                   const ControlStream* pStream)
-{
-    WriteInt32(adapter, control.targetType);
-    WriteInt32(adapter, control.channel);
-    WriteInt32(adapter, control.parameter);
-    WriteKeyStream(adapter, pStream);
-}
-
 void AnimLoadGeneric::WriteCameras(Chunky& chunky, ByteStreamAdapter& adapter, const Anim& anim)
 {
     for (int i = 0; i < anim.GetCameraCount(); ++i)
     {
         chunky.OpenDataChunk(ID_CMRA, CMRAAnimVersion, ra::NameText(anim.GetCameraName(i)));
-        WriteKeyStream(adapter, anim.GetCameraPositionStream(i));
-        WriteKeyStream(adapter, anim.GetCameraRotationStream(i));
+        AnimChunk::WriteCamera(adapter, anim, i);
         chunky.CloseChunk();
     }
-}
-
-std::unique_ptr<AnimListNode> AnimLoadGeneric::MakeNode(const RenderModel& model,
-                                                        const Inv::Reference<Anim>& animRef)
-{
-    const Skeleton* pSkeleton = model.GetSkeleton();
-    auto pNode =
-        std::make_unique<AnimListNode>(pSkeleton ? pSkeleton->GetBoneCount() : 0, model.GetCameraCount(),
-                                       animRef.Get() ? animRef.Get()->GetControlStreamCount() : 0);
-    pNode->SetAnim(animRef);
-    return pNode;
 }
 
 namespace
@@ -227,7 +134,7 @@ std::unique_ptr<Anim> ReadData(Chunky& chunky, ByteStreamAdapter& adapter, const
     auto pAnim = std::make_unique<Anim>(animName);
     Anim& anim = *pAnim;
     const Skeleton* pSkeleton = model.GetSkeleton();
-    AnimLoadGeneric::SetSkeletonBones(anim, pSkeleton);
+    AnimChunk::SetSkeletonBones(anim, pSkeleton);
     AnimLoadGeneric::ReadDataChunks(
         chunky, adapter, animName,
         {{ID_INFO, AnimInfoVersion,
@@ -236,9 +143,9 @@ std::unique_ptr<Anim> ReadData(Chunky& chunky, ByteStreamAdapter& adapter, const
           [&](Payload& payload, const ChunkInfo& chunk) { ReadBoneAnim(payload, chunk, anim, pSkeleton); }},
          {ID_CANM, CANMVersion,
           [&](Payload& payload, const ChunkInfo& chunk)
-          { AnimLoadGeneric::ReadControl(payload, chunk, anim, model, chunk.version == 1); }},
+          { AnimChunk::ReadControl(payload, chunk.name.c_str(), anim, model, chunk.version == 1); }},
          {ID_CMRA, CMRAAnimVersion, [&](Payload& payload, const ChunkInfo& chunk) {
-              AnimLoadGeneric::ReadCamera(payload, chunk, anim, model);
+              AnimChunk::ReadCamera(payload, chunk.name.c_str(), anim, model);
           }}});
     return pAnim;
 }
@@ -264,19 +171,6 @@ XRef ReadXRef(Chunky& chunky, ByteStreamAdapter& adapter, const char* folder)
     if (xref.file.empty() || xref.animName == ra::Name::INVALID)
         ThrowBadContent(adapter, "A cross-referenced animation lacks its model or its name!");
     return xref;
-}
-
-// The animation that a cross-reference names, or a null reference when its model lacks it.
-Inv::Reference<Anim> FindXRefAnim(const XRef& xref)
-{
-    Inv::Reference<RenderModel> xrefModelRef = Inv::Load<RenderModel>(xref.file.c_str());
-    if (!dbAssert(xrefModelRef.IsValid()))
-        return {};
-    const AnimList* pList = xrefModelRef.Get() ? xrefModelRef.Get()->GetAnimList() : nullptr;
-    const int index = pList ? pList->FindAnim(xref.animName) : AnimList::InvalidIndex;
-    if (index == AnimList::InvalidIndex)
-        return {};
-    return pList->GetAnimNode(index)->GetAnim();
 }
 
 } // namespace
@@ -319,7 +213,7 @@ int AnimLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& 
     if (pAnim)
     {
         std::unique_ptr<AnimListNode> pNode =
-            AnimLoadGeneric::MakeNode(model, Anim::AddToInventory(std::move(pAnim)));
+            AnimChunk::MakeNode(model, Anim::AddToInventory(std::move(pAnim)));
         if (!pNode->GetAnim().IsValid())
             return AnimList::InvalidIndex;
         if (hasBV)
@@ -335,7 +229,7 @@ int AnimLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& 
             return AnimList::InvalidIndex;
         }
         const ra::Name xrefName = ra::MakeName(xref.file.c_str());
-        Inv::Reference<Anim> animRef = FindXRefAnim(xref);
+        Inv::Reference<Anim> animRef = AnimChunk::FindXRefAnim(xref.file.c_str(), xref.animName);
         if (!animRef.IsValid())
         {
             dbWarningf("'%s': XRef'ed Anim '%s' in model '%s' is missing!", ModelName(model),
@@ -344,7 +238,7 @@ int AnimLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& 
         }
         else
         {
-            std::unique_ptr<AnimListNode> pNode = AnimLoadGeneric::MakeNode(model, animRef);
+            std::unique_ptr<AnimListNode> pNode = AnimChunk::MakeNode(model, animRef);
             pNode->SetXRefName(xrefName);
             if (hasBV)
                 pNode->SetBV(minimum, maximum);
@@ -393,7 +287,7 @@ void AnimLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Ani
         {
             const ControlInfo& control = pAnim->GetControlInfo(i);
             chunky.OpenDataChunk(ID_CANM, CANMVersion, ra::NameText(pAnim->GetControlName(i)));
-            WriteControl(adapter, control, pAnim->GetControlStream(i));
+            AnimChunk::WriteControl(adapter, control, pAnim->GetControlStream(i));
             chunky.CloseChunk();
         }
         WriteCameras(chunky, adapter, *pAnim);

@@ -54,29 +54,10 @@ public:
     // the reference; then its box when it holds one.
     static void Save(Chunky& chunky, ByteStreamAdapter& adapter, const AnimListNode& node);
 
-    // The pieces the intermediate form shares. A node for the animation, its mappings sized for
-    // `model` (the list fills them when the node is added):
-    static std::unique_ptr<AnimListNode> MakeNode(const RenderModel& model,
-                                                  const Inv::Reference<Anim>& animRef);
-    // A control stream chunk into `anim`, its shader or mesh found in `model`'s group; with
-    // `oldVisibility` (the first version of the chunk) parameter 0 reads one lower.
-    static void ReadControl(ModelChunk::Payload& payload, const ChunkInfo& info, Anim& anim,
-                            const RenderModel& model, bool oldVisibility);
-    // A camera stream chunk into `anim`, for a camera of `model`.
-    static void ReadCamera(ModelChunk::Payload& payload, const ChunkInfo& info, Anim& anim,
-                           const RenderModel& model);
-    // The control stream fields, as "CANM" and "CONS" hold them.
-    static void WriteControl(ByteStreamAdapter& adapter, const ControlInfo& control,
-                             const ControlStream* pStream);
-    // A "CMRA" data chunk for each of `anim`'s cameras.
+    // The pieces the intermediate form shares (the others are in model/file/animchunk.h). A "CMRA"
+    // data chunk for each of `anim`'s cameras.
     static void WriteCameras(Chunky& chunky, ByteStreamAdapter& adapter, const Anim& anim);
 
-    // The frame count and time that an "INFO" chunk gives `anim`; throws unless both are above 0
-    // (and the count fits an i32).
-    static void SetFrames(ModelChunk::Payload& payload, Anim& anim, int64 frameCount, float time);
-    // `anim` gets a bone for each of the skeleton's, in its order and under its names; nothing
-    // without a skeleton.
-    static void SetSkeletonBones(Anim& anim, const Skeleton* pSkeleton);
     // A data chunk that ReadDataChunks knows: its id, the newest version read, and the read of
     // its payload.
     struct DataChunkReader

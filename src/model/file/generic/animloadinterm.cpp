@@ -3,6 +3,7 @@
 #include "foundation/debug.h"
 #include "foundation/output.h"
 #include "model/anim/animinterm.h"
+#include "model/file/animchunk.h"
 #include "model/file/generic/animloadgeneric.h"
 #include "model/file/generic/genericchunk.h"
 #include "model/mesh/meshgroup.h"
@@ -28,7 +29,7 @@ void ReadInfo(Payload& payload, Anim& anim)
 {
     const int32 frameCount = payload.ReadInt32();
     const float time = payload.ReadFloat();
-    AnimLoadGeneric::SetFrames(payload, anim, frameCount, time);
+    AnimChunk::SetFrames(payload, anim, frameCount, time);
 }
 
 void ReadBoneMatrices(Payload& payload, const ChunkInfo& info, AnimInterm& anim, const Skeleton* pSkeleton)
@@ -52,7 +53,7 @@ std::unique_ptr<AnimInterm> ReadData(Chunky& chunky, ByteStreamAdapter& adapter,
     auto pAnim = std::make_unique<AnimInterm>(animName);
     AnimInterm& anim = *pAnim;
     const Skeleton* pSkeleton = model.GetSkeleton();
-    AnimLoadGeneric::SetSkeletonBones(anim, pSkeleton);
+    AnimChunk::SetSkeletonBones(anim, pSkeleton);
     AnimLoadGeneric::ReadDataChunks(
         chunky, adapter, animName,
         {{ID_INFO, AnimInfoIntermVersion,
@@ -65,10 +66,10 @@ std::unique_ptr<AnimInterm> ReadData(Chunky& chunky, ByteStreamAdapter& adapter,
           {
               const ra::Name streamName = ra::NameOf(chunk.name.c_str());
               if (dbAssert(streamName != ra::Name::INVALID))
-                  AnimLoadGeneric::ReadControl(payload, chunk, anim, model, false);
+                  AnimChunk::ReadControl(payload, chunk.name.c_str(), anim, model, false);
           }},
          {ID_CMRA, CMRAAnimVersion, [&](Payload& payload, const ChunkInfo& chunk) {
-              AnimLoadGeneric::ReadCamera(payload, chunk, anim, model);
+              AnimChunk::ReadCamera(payload, chunk.name.c_str(), anim, model);
           }}});
     return pAnim;
 }
@@ -175,7 +176,7 @@ void WriteControl(Chunky& chunky, ByteStreamAdapter& adapter, const Anim& anim, 
                   const ControlStream* pStream)
 {
     chunky.OpenDataChunk(ID_CONS, CONSVersion, ra::NameText(anim.GetControlName(controlIndex)));
-    AnimLoadGeneric::WriteControl(adapter, anim.GetControlInfo(controlIndex), pStream);
+    AnimChunk::WriteControl(adapter, anim.GetControlInfo(controlIndex), pStream);
     chunky.CloseChunk();
 }
 
@@ -217,7 +218,7 @@ int AnimLoadInterm::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& l
         Anim::AddToInventory(std::make_unique<AnimFromInterm>(*pInterm, std::move(pSource)));
     if (!animRef.IsValid())
         return AnimList::InvalidIndex;
-    return list.AddAnim(AnimLoadGeneric::MakeNode(model, animRef), true);
+    return list.AddAnim(AnimChunk::MakeNode(model, animRef), true);
 }
 
 void AnimLoadInterm::Save(Chunky& chunky, ByteStreamAdapter& adapter, const AnimListNode& node,

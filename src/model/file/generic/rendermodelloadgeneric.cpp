@@ -4,20 +4,20 @@
 #include "foundation/output.h"
 #include "inventory/warehouse.h"
 #include "model/anim/animlist.h"
+#include "model/file/clauseload.h"
+#include "model/file/conditionload.h"
+#include "model/file/eventload.h"
 #include "model/file/generic/actionloadgeneric.h"
 #include "model/file/generic/animloadgeneric.h"
 #include "model/file/generic/animloadinterm.h"
-#include "model/file/generic/clauseloadgeneric.h"
-#include "model/file/generic/conditionloadgeneric.h"
-#include "model/file/generic/eventloadgeneric.h"
 #include "model/file/generic/genericchunk.h"
 #include "model/file/generic/meshloadgeneric.h"
-#include "model/file/generic/modifierloadgeneric.h"
-#include "model/file/generic/motionloadgeneric.h"
 #include "model/file/generic/shaderloadgeneric.h"
 #include "model/file/generic/skeletonloadgeneric.h"
 #include "model/file/generic/skeletonloadinterm.h"
 #include "model/file/generic/textureloadgeneric.h"
+#include "model/file/modifierload.h"
+#include "model/file/motionload.h"
 #include "model/file/motionpayloadreader.h"
 #include "model/rendermodel.h"
 #include "model/rendermodeltypeinfo.h"
@@ -242,7 +242,7 @@ std::unique_ptr<RenderModel> LoadGenericModel(const char* filename, bool loadEbp
 
 std::unique_ptr<ra::EventData> LoadEventFile(const char* name, const char* caller)
 {
-    return EventLoadGeneric::Load(name, caller);
+    return EventLoad::Load(name, caller);
 }
 } // namespace
 
@@ -370,22 +370,21 @@ void RenderModelLoadGeneric::LoadEbp(Chunky& chunky, ByteStreamAdapter& adapter,
         case ID_ANIM:
             AnimLoadGeneric::Load(chunky, adapter, animList, folder);
             break;
-        case EventLoadGeneric::ID_EVCT:
-            EventLoadGeneric::Load(chunky, adapter, model.GetEventList());
+        case EventLoad::ID_EVCT:
+            EventLoad::Load(chunky, adapter, model.GetEventList());
             break;
-        case ClauseLoadGeneric::ID_CLST:
-            ClauseLoadGeneric::Load(chunky, adapter, model.GetClauseList(), modelName);
+        case ClauseLoad::ID_CLST:
+            ClauseLoad::Load(chunky, adapter, model.GetClauseList(), modelName);
             break;
-        case ConditionLoadGeneric::ID_CONL:
-            ConditionLoadGeneric::Load(chunky, adapter, model.GetConditionList(), model.GetClauseList(),
-                                       modelName);
+        case ConditionLoad::ID_CONL:
+            ConditionLoad::Load(chunky, adapter, model.GetConditionList(), model.GetClauseList(), modelName);
             break;
-        case ModifierLoadGeneric::ID_MODL:
-            ModifierLoadGeneric::Load(chunky, adapter, model.GetModifierList());
+        case ModifierLoad::ID_MODL:
+            ModifierLoad::Load(chunky, adapter, model.GetModifierList());
             break;
-        case MotionLoadGeneric::ID_MTRE:
-            MotionLoadGeneric::Load(chunky, adapter, model.GetMotionList(), model.GetModifierList(),
-                                    model.GetEventList(), animList);
+        case MotionLoad::ID_MTRE:
+            MotionLoad::Load(chunky, adapter, model.GetMotionList(), model.GetModifierList(),
+                             model.GetEventList(), animList);
             break;
         case ActionLoadGeneric::ID_ACTR:
             ActionLoadGeneric::Load(chunky, adapter, model.GetActionTree(), model.GetMotionList(),
@@ -494,11 +493,11 @@ void RenderModelLoadGeneric::SaveEbp(Chunky& chunky, ByteStreamAdapter& adapter,
         for (int i = 0; i < pList->GetAnimCount(); ++i)
             if (pList->GetAnimNode(i)->HasXRefName())
                 AnimLoadGeneric::Save(chunky, adapter, *pList->GetAnimNode(i));
-    EventLoadGeneric::Save(chunky, adapter, model.GetEventList());
-    ClauseLoadGeneric::Save(chunky, adapter, model.GetClauseList());
-    ConditionLoadGeneric::Save(chunky, adapter, model.GetConditionList());
-    ModifierLoadGeneric::Save(chunky, adapter, model.GetModifierList());
-    MotionLoadGeneric::Save(chunky, adapter, model.GetMotionList());
+    EventLoad::Save(chunky, adapter, model.GetEventList());
+    ClauseLoad::Save(chunky, adapter, model.GetClauseList());
+    ConditionLoad::Save(chunky, adapter, model.GetConditionList());
+    ModifierLoad::Save(chunky, adapter, model.GetModifierList());
+    MotionLoad::Save(chunky, adapter, model.GetMotionList());
     ActionLoadGeneric::Save(chunky, adapter, model.GetActionTree());
     WriteSelection(chunky, adapter, model);
     chunky.CloseChunk();

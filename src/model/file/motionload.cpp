@@ -1,10 +1,10 @@
-#include "model/file/generic/motionloadgeneric.h"
+#include "model/file/motionload.h"
 
 #include "foundation/debug.h"
 #include "foundation/output.h"
 #include "model/anim/animlist.h"
-#include "model/file/generic/eventloadgeneric.h"
-#include "model/file/generic/modifierloadgeneric.h"
+#include "model/file/eventload.h"
+#include "model/file/modifierload.h"
 #include "model/file/motionpayloadreader.h"
 #include "model/rendermodel.h"
 #include "storage/bytestreamadapter.h"
@@ -34,7 +34,7 @@ const char* ModelName(const AnimList& animList)
 // The stand-in for a missing animation: one empty animation per motion, made on first need.
 AnimListNode* MissingAnimNode(AnimList& animList, const char* motionName)
 {
-    const std::string missingName = std::string(MotionLoadGeneric::MissingAnimPrefix) + motionName;
+    const std::string missingName = std::string(MotionLoad::MissingAnimPrefix) + motionName;
     const ra::Name name = ra::MakeName(missingName.c_str());
     int index = animList.FindAnim(name);
     if (index == AnimList::InvalidIndex)
@@ -203,8 +203,8 @@ void WriteMotion(ByteStreamAdapter& adapter, const Motion& motion)
 }
 } // namespace
 
-void MotionLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::MotionList& motions,
-                             ra::ModifierList& modifiers, const ra::EventList& events, AnimList& animList)
+void MotionLoad::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::MotionList& motions,
+                      ra::ModifierList& modifiers, const ra::EventList& events, AnimList& animList)
 {
     const MotionReadContext context{ModelName(animList), modifiers, events, animList};
     chunky.ReadFolderChunk(ID_MTRE, MTREVersion);
@@ -242,7 +242,7 @@ void MotionLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::Mot
     motions.ResolveMotions();
 }
 
-void MotionLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MotionList& motions)
+void MotionLoad::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MotionList& motions)
 {
     chunky.OpenFolderChunk(ID_MTRE, MTREVersion, nullptr);
     for (int i = 0; i < motions.GetMotionCount(); ++i)
@@ -255,9 +255,9 @@ void MotionLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const r
     chunky.CloseChunk();
 }
 
-void MotionLoadGeneric::LoadMotions(Chunky& chunky, ByteStreamAdapter& adapter, ra::MotionList& motions,
-                                    ra::ModifierList& modifiers, const ra::EventList& events,
-                                    AnimList& animList, ra::ActionTree* pActions)
+void MotionLoad::LoadMotions(Chunky& chunky, ByteStreamAdapter& adapter, ra::MotionList& motions,
+                             ra::ModifierList& modifiers, const ra::EventList& events, AnimList& animList,
+                             ra::ActionTree* pActions)
 {
     // The actions keep their motions by name across the reload.
     std::vector<std::vector<ra::Name>> cActionMotion;
@@ -309,8 +309,8 @@ void MotionLoadGeneric::LoadMotions(Chunky& chunky, ByteStreamAdapter& adapter, 
         {
             if (info.kind != Chunky::CT_Folder)
                 continue;
-            if (info.id == ModifierLoadGeneric::ID_MODL)
-                ModifierLoadGeneric::Load(chunky, adapter, modifiers);
+            if (info.id == ModifierLoad::ID_MODL)
+                ModifierLoad::Load(chunky, adapter, modifiers);
             else if (info.id == ID_MTRE)
                 Load(chunky, adapter, motions, modifiers, events, animList);
         }
@@ -325,16 +325,16 @@ void MotionLoadGeneric::LoadMotions(Chunky& chunky, ByteStreamAdapter& adapter, 
     relink();
 }
 
-void MotionLoadGeneric::SaveMotions(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MotionList& motions,
-                                    const ra::ModifierList& modifiers)
+void MotionLoad::SaveMotions(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MotionList& motions,
+                             const ra::ModifierList& modifiers)
 {
     chunky.OpenFolderChunk(ID_ERML, ERMLVersion, nullptr);
-    ModifierLoadGeneric::Save(chunky, adapter, modifiers);
+    ModifierLoad::Save(chunky, adapter, modifiers);
     Save(chunky, adapter, motions);
     chunky.CloseChunk();
 }
 
-void MotionLoadGeneric::LoadMotions(Chunky& chunky, ByteStreamAdapter& adapter, RenderModel& model)
+void MotionLoad::LoadMotions(Chunky& chunky, ByteStreamAdapter& adapter, RenderModel& model)
 {
     if (!dbAssert(model.GetAnimList()))
         return;
@@ -342,12 +342,12 @@ void MotionLoadGeneric::LoadMotions(Chunky& chunky, ByteStreamAdapter& adapter, 
                 *model.GetAnimList(), &model.GetActionTree());
 }
 
-void MotionLoadGeneric::SaveMotions(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model)
+void MotionLoad::SaveMotions(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model)
 {
     SaveMotions(chunky, adapter, model.GetMotionList(), model.GetModifierList());
 }
 
-bool MotionLoadGeneric::LoadFile(const char* filename, RenderModel& model)
+bool MotionLoad::LoadFile(const char* filename, RenderModel& model)
 {
     if (!dbAssert(filename) || !dbAssert(model.GetAnimList()))
         return false;
@@ -356,7 +356,7 @@ bool MotionLoadGeneric::LoadFile(const char* filename, RenderModel& model)
                              { LoadMotions(chunky, adapter, model); });
 }
 
-bool MotionLoadGeneric::SaveFile(const char* filename, const RenderModel& model)
+bool MotionLoad::SaveFile(const char* filename, const RenderModel& model)
 {
     if (!dbAssert(filename))
         return false;

@@ -1,4 +1,4 @@
-#include "model/file/generic/conditionloadgeneric.h"
+#include "model/file/conditionload.h"
 
 #include "foundation/debug.h"
 #include "foundation/output.h"
@@ -6,8 +6,8 @@
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
 
-void ConditionLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::ConditionList& list,
-                                const ra::ClauseList& clauses, const char* modelName)
+void ConditionLoad::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::ConditionList& list,
+                         const ra::ClauseList& clauses, const char* modelName)
 {
     if (modelName == nullptr)
         modelName = "";
@@ -46,7 +46,7 @@ void ConditionLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::
     chunky.CloseChunk();
 }
 
-void ConditionLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::ConditionList& list)
+void ConditionLoad::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::ConditionList& list)
 {
     chunky.OpenFolderChunk(ID_CONL, CONLVersion, nullptr);
     for (int i = 0; i < list.GetConditionCount(); ++i)

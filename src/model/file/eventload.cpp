@@ -1,4 +1,4 @@
-#include "model/file/generic/eventloadgeneric.h"
+#include "model/file/eventload.h"
 
 #include "foundation/debug.h"
 #include "foundation/output.h"
@@ -37,7 +37,7 @@ Inv::Reference<ra::EventData> AddOwnEvent(std::unique_ptr<ra::EventData> pEvent)
 bool EventFileName(const char* filename, char (&out)[FilePath::MAXPATH])
 {
     std::string name = FilePathUtil::HasAlias(filename) ? filename : std::string("DATA:") + filename;
-    name += EventLoadGeneric::FileExtension;
+    name += EventLoad::FileExtension;
     if (name.size() >= sizeof(out))
         return false;
     std::memcpy(out, name.c_str(), name.size() + 1);
@@ -45,8 +45,7 @@ bool EventFileName(const char* filename, char (&out)[FilePath::MAXPATH])
 }
 } // namespace
 
-std::vector<std::unique_ptr<ra::EventData>> EventLoadGeneric::LoadEvents(Chunky& chunky,
-                                                                         ByteStreamAdapter& adapter)
+std::vector<std::unique_ptr<ra::EventData>> EventLoad::LoadEvents(Chunky& chunky, ByteStreamAdapter& adapter)
 {
     std::vector<std::unique_ptr<ra::EventData>> cEvent;
     chunky.ReadFolderChunk(ID_EVCT, EVCTVersion);
@@ -87,8 +86,8 @@ std::vector<std::unique_ptr<ra::EventData>> EventLoadGeneric::LoadEvents(Chunky&
     return cEvent;
 }
 
-void EventLoadGeneric::SaveEvents(Chunky& chunky, ByteStreamAdapter& adapter,
-                                  const std::vector<const ra::EventData*>& events)
+void EventLoad::SaveEvents(Chunky& chunky, ByteStreamAdapter& adapter,
+                           const std::vector<const ra::EventData*>& events)
 {
     if (events.empty())
         return;
@@ -109,7 +108,7 @@ void EventLoadGeneric::SaveEvents(Chunky& chunky, ByteStreamAdapter& adapter,
     chunky.CloseChunk();
 }
 
-void EventLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::EventList& list)
+void EventLoad::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::EventList& list)
 {
     list.Clear();
     std::vector<std::unique_ptr<ra::EventData>> cEvent = LoadEvents(chunky, adapter);
@@ -126,7 +125,7 @@ void EventLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::Even
     }
 }
 
-void EventLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::EventList& list)
+void EventLoad::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::EventList& list)
 {
     std::vector<const ra::EventData*> cEvent;
     for (int i = 0; i < list.GetEventCount(); ++i)
@@ -135,7 +134,7 @@ void EventLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra
     SaveEvents(chunky, adapter, cEvent);
 }
 
-std::unique_ptr<ra::EventData> EventLoadGeneric::Load(const char* filename, const char* caller)
+std::unique_ptr<ra::EventData> EventLoad::Load(const char* filename, const char* caller)
 {
     if (!dbAssert(filename))
         return nullptr;
@@ -170,7 +169,7 @@ std::unique_ptr<ra::EventData> EventLoadGeneric::Load(const char* filename, cons
     return nullptr;
 }
 
-bool EventLoadGeneric::Save(const char* filename, const ra::EventList& list)
+bool EventLoad::Save(const char* filename, const ra::EventList& list)
 {
     if (!dbAssert(filename))
         return false;

@@ -1,4 +1,4 @@
-#include "model/file/generic/clauseloadgeneric.h"
+#include "model/file/clauseload.h"
 
 #include "foundation/debug.h"
 #include "foundation/output.h"
@@ -63,8 +63,7 @@ void WriteTypedValue(ByteStreamAdapter& adapter, const ra::Clause& clause, bool 
 }
 } // namespace
 
-void ClauseLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::ClauseList& list,
-                             const char* modelName)
+void ClauseLoad::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::ClauseList& list, const char* modelName)
 {
     if (modelName == nullptr)
         modelName = "";
@@ -104,7 +103,7 @@ void ClauseLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::Cla
     chunky.CloseChunk();
 }
 
-void ClauseLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::ClauseList& list)
+void ClauseLoad::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::ClauseList& list)
 {
     if (list.GetClauseCount() == 0)
         return;

@@ -1,10 +1,10 @@
-#include "model/file/generic/modifierloadgeneric.h"
+#include "model/file/modifierload.h"
 
 #include "model/file/motionpayloadreader.h"
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
 
-void ModifierLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::ModifierList& list)
+void ModifierLoad::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::ModifierList& list)
 {
     chunky.ReadFolderChunk(ID_MODL, MODLVersion);
     ChunkInfo info;
@@ -30,7 +30,7 @@ void ModifierLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::M
     chunky.CloseChunk();
 }
 
-void ModifierLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::ModifierList& list)
+void ModifierLoad::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::ModifierList& list)
 {
     chunky.OpenFolderChunk(ID_MODL, MODLVersion, nullptr);
     for (int i = 0; i < list.GetModifierCount(); ++i)
