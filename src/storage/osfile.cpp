@@ -384,6 +384,48 @@ Result Rename(const char* from, const char* to)
     return R_Success;
 }
 
+Result WriteWhole(const char* name, const void* data, size_t size)
+{
+    if (!dbAssert(name != nullptr && name[0] != '\0') || !dbAssert(data != nullptr || size == 0))
+        return R_Failed;
+    const std::string target = Resolve(name);
+    struct stat targetStat;
+    const bool exists = StatName(target, targetStat);
+    if (exists && (S_ISDIR(targetStat.st_mode) || (targetStat.st_mode & S_IWUSR) == 0))
+        return R_AccessDenied;
+    // The process id keeps two writers of one file apart; the rename decides which one stays.
+    const std::string temporary = target + ".tmp" + std::to_string(::getpid());
+    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd < 0)
+        return FromErrno(errno);
+    const uint8* p = static_cast<const uint8*>(data);
+    size_t left = size;
+    while (left > 0)
+    {
+        const ssize_t n = ::write(fd, p, left);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+        {
+            const int error = errno;
+            ::close(fd);
+            ::unlink(temporary.c_str());
+            return FromErrno(error);
+        }
+        p += n;
+        left -= size_t(n);
+    }
+    if (exists)
+        ::fchmod(fd, targetStat.st_mode & 07777);
+    if (::close(fd) != 0 || ::rename(temporary.c_str(), target.c_str()) != 0)
+    {
+        const int error = errno;
+        ::unlink(temporary.c_str());
+        return FromErrno(error);
+    }
+    return R_Success;
+}
+
 Result Copy(const char* from, const char* to, bool failIfExists)
 {
     if (!dbAssert(from != nullptr && from[0] != '\0' && to != nullptr && to[0] != '\0'))

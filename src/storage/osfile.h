@@ -75,6 +75,10 @@ Result SetWritable(const char* name, bool writable);
 Result Delete(const char* name);
 // Fails (R_Failed) when `to` exists.
 Result Rename(const char* from, const char* to);
+// Writes `size` bytes as the whole of `name`: to a temporary file beside it, then renamed over
+// it, so that no reader sees part of the new file. A read-only `name` is refused
+// (R_AccessDenied) as an open for writing would be; an existing file's permission bits are kept.
+Result WriteWhole(const char* name, const void* data, size_t size);
 // Keeps the permission bits and the modification time of `from`.
 Result Copy(const char* from, const char* to, bool failIfExists);
 

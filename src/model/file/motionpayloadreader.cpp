@@ -3,6 +3,7 @@
 #include "foundation/output.h"
 #include "storage/bytestreamadapter.h"
 #include "storage/filepath.h"
+#include "storage/filesave.h"
 
 #include <exception>
 
@@ -110,19 +111,27 @@ uint32 MotionPayloadReader::ReadCount(uint32 minItemBytes)
 bool WithChunkFile(const char* filename, int mode,
                    const std::function<void(Chunky&, ByteStreamAdapter&)>& body)
 {
-    std::shared_ptr<ByteStream> pStream = FilePath::Open(filename, mode);
-    if (!pStream)
-    {
-        dbWarningf("'%s': Unable to open file!", filename);
-        return false;
-    }
     try
     {
+        if (mode == ByteStream::Mode_Write)
+        {
+            // Built in memory and put on disk whole, so a failed or interrupted save leaves the
+            // old file as it was.
+            FileSave file(filename);
+            ByteStreamAdapter adapter(file);
+            Chunky chunky(adapter);
+            body(chunky, adapter);
+            return file.Commit();
+        }
+        std::shared_ptr<ByteStream> pStream = FilePath::Open(filename, mode);
+        if (!pStream)
+        {
+            dbWarningf("'%s': Unable to open file!", filename);
+            return false;
+        }
         ByteStreamAdapter adapter(*pStream);
         Chunky chunky(adapter);
         body(chunky, adapter);
-        if (mode == ByteStream::Mode_Write)
-            pStream->Flush();
         return true;
     }
     catch (const std::exception& e)

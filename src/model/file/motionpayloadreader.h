@@ -47,8 +47,10 @@ private:
 };
 
 // Opens `filename` through the path aliases in `mode` (ByteStream::Mode_Read or Mode_Write) and
-// runs `body` on its chunk container. False, with a line "'filename': reason" logged, when the file
-// does not open or `body` throws; never throws itself.
+// runs `body` on its chunk container. A file written is built in memory and put on disk whole
+// (FileSave), so a body that throws leaves the old file untouched. False, with a line
+// "'filename': reason" logged, when the file does not open or cannot be written or `body` throws;
+// never throws itself.
 bool WithChunkFile(const char* filename, int mode,
                    const std::function<void(Chunky&, ByteStreamAdapter&)>& body);
 
