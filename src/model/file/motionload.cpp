@@ -255,6 +255,48 @@ void MotionLoad::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::Moti
     chunky.CloseChunk();
 }
 
+void MotionLoad::WarnValidity(const ra::MotionList& motions, const char* modelName)
+{
+    if (modelName == nullptr)
+        modelName = "";
+    for (int i = 0; i < motions.GetMotionCount(); ++i)
+    {
+        const Motion* pMotion = motions.GetMotion(i);
+        const char* motionName = ra::NameText(pMotion->GetName());
+        if (pMotion->GetAnimNodeCount() > 1)
+        {
+            dbTagf(FourCC("MTAN"), "'%s': Motion '%s' has more than one animation:", modelName, motionName);
+            for (int a = 0; a < pMotion->GetAnimNodeCount(); ++a)
+            {
+                const AnimListNode* pNode = pMotion->GetAnimNode(a);
+                const Anim* pAnim = pNode ? pNode->GetAnim().Get() : nullptr;
+                dbTagf(FourCC("MTAN"), "'%s': Animation: %s", modelName,
+                       pAnim ? ra::NameText(pAnim->GetName()) : "");
+            }
+        }
+        const Modifier* pModifier = pMotion->GetTimingModifier();
+        if (pModifier == nullptr || !pModifier->IsAbsolute() || pMotion->GetIgnoreTransitions() ||
+            pMotion->GetEventCount() == 0 || pMotion->GetAnimNodeCount() == 0)
+            continue;
+        const AnimListNode* pNode = pMotion->GetAnimNode(0);
+        const Anim* pAnim = pNode ? pNode->GetAnim().Get() : nullptr;
+        if (pAnim == nullptr)
+            continue;
+        // The fade-out plays the last seconds of the animation; an absolute modifier jumps the
+        // position, so an event in that span may never be reached.
+        const float skipFrom = pAnim->GetTime() - pMotion->GetTransitionOutTime();
+        for (int e = 0; e < pMotion->GetEventCount(); ++e)
+            if (pMotion->GetEvent(e).time >= skipFrom)
+            {
+                dbWarningf(
+                    "'%s': WARNING -- Motion '%s' has an absolute modifier, has events, and does not ignore "
+                    "transitions -- it may skip events",
+                    modelName, motionName);
+                break;
+            }
+    }
+}
+
 void MotionLoad::LoadMotions(Chunky& chunky, ByteStreamAdapter& adapter, ra::MotionList& motions,
                              ra::ModifierList& modifiers, const ra::EventList& events, AnimList& animList,
                              ra::ActionTree* pActions)

@@ -65,6 +65,11 @@ public:
     static void Load(Chunky& chunky, ByteStreamAdapter& adapter, ra::MotionList& motions,
                      ra::ModifierList& modifiers, const ra::EventList& events, AnimList& animList);
     static void Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MotionList& motions);
+    // What the burner warns about as it writes the motions of the game's files: a motion of more
+    // than one animation (tag "MTAN", a line per animation), and a motion with an absolute
+    // modifier that does not ignore transitions and has an event in the span of its fade-out
+    // (the last transition time of its first animation), which a transition may skip.
+    static void WarnValidity(const ra::MotionList& motions, const char* modelName);
 
     // The stand-alone motion file: reads the next "ERML" folder after clearing the motions and
     // the modifiers. The entries of `pActions` (may be null) are pointed at the new motions of the

@@ -4,8 +4,7 @@
 #include "foundation/output.h"
 #include "inventory/warehouse.h"
 #include "model/anim/animlist.h"
-#include "model/file/clauseload.h"
-#include "model/file/conditionload.h"
+#include "model/file/entitychunks.h"
 #include "model/file/eventload.h"
 #include "model/file/generic/actionloadgeneric.h"
 #include "model/file/generic/animloadgeneric.h"
@@ -16,8 +15,6 @@
 #include "model/file/generic/skeletonloadgeneric.h"
 #include "model/file/generic/skeletonloadinterm.h"
 #include "model/file/generic/textureloadgeneric.h"
-#include "model/file/modifierload.h"
-#include "model/file/motionload.h"
 #include "model/file/motionpayloadreader.h"
 #include "model/rendermodel.h"
 #include "model/rendermodeltypeinfo.h"
@@ -178,34 +175,6 @@ void WriteCamera(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModelCa
     chunky.CloseChunk();
 }
 
-void ReadSelection(Chunky& chunky, ByteStreamAdapter& adapter, RenderModel& model)
-{
-    const ChunkInfo info = chunky.ReadDataChunk(ID_SEUI, SEUIVersion);
-    Payload payload(adapter, info);
-    model.SetSelectionType(payload.ReadInt32());
-    float extents[2], centre[2];
-    extents[0] = payload.ReadFloat();
-    extents[1] = payload.ReadFloat();
-    centre[0] = payload.ReadFloat();
-    centre[1] = payload.ReadFloat();
-    model.SetSelectionBox(extents, centre);
-    if (info.version >= 3)
-        model.SetSelectionVolume(payload.ReadOBB());
-    chunky.CloseChunk();
-}
-
-void WriteSelection(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model)
-{
-    chunky.OpenDataChunk(ID_SEUI, SEUIVersion, nullptr);
-    WriteInt32(adapter, model.GetSelectionType());
-    float extents[2], centre[2];
-    model.GetSelectionBox(extents, centre);
-    adapter.WriteArray(extents, 2);
-    adapter.WriteArray(centre, 2);
-    WriteOBB(adapter, model.GetSelectionVolume());
-    chunky.CloseChunk();
-}
-
 // Textures of the model's own, unshared shaders, each once at its first use; then those shaders.
 void WriteShaders(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MeshGroup& group, bool textures)
 {
@@ -359,40 +328,13 @@ void RenderModelLoadGeneric::LoadEbp(Chunky& chunky, ByteStreamAdapter& adapter,
     ChunkInfo info;
     while (chunky.NextChunk(info))
     {
-        if (info.kind == Chunky::CT_Data)
-        {
-            if (info.id == ID_SEUI)
-                ReadSelection(chunky, adapter, model);
+        if (EntityChunks::Read(chunky, adapter, info, model, animList) || info.kind != Chunky::CT_Folder)
             continue;
-        }
-        switch (info.id)
-        {
-        case ID_ANIM:
+        if (info.id == ID_ANIM)
             AnimLoadGeneric::Load(chunky, adapter, animList, folder);
-            break;
-        case EventLoad::ID_EVCT:
-            EventLoad::Load(chunky, adapter, model.GetEventList());
-            break;
-        case ClauseLoad::ID_CLST:
-            ClauseLoad::Load(chunky, adapter, model.GetClauseList(), modelName);
-            break;
-        case ConditionLoad::ID_CONL:
-            ConditionLoad::Load(chunky, adapter, model.GetConditionList(), model.GetClauseList(), modelName);
-            break;
-        case ModifierLoad::ID_MODL:
-            ModifierLoad::Load(chunky, adapter, model.GetModifierList());
-            break;
-        case MotionLoad::ID_MTRE:
-            MotionLoad::Load(chunky, adapter, model.GetMotionList(), model.GetModifierList(),
-                             model.GetEventList(), animList);
-            break;
-        case ActionLoadGeneric::ID_ACTR:
+        else if (info.id == ActionLoadGeneric::ID_ACTR)
             ActionLoadGeneric::Load(chunky, adapter, model.GetActionTree(), model.GetMotionList(),
                                     model.GetConditionList(), modelName);
-            break;
-        default:
-            break;
-        }
     }
     chunky.CloseChunk();
 }
@@ -493,13 +435,9 @@ void RenderModelLoadGeneric::SaveEbp(Chunky& chunky, ByteStreamAdapter& adapter,
         for (int i = 0; i < pList->GetAnimCount(); ++i)
             if (pList->GetAnimNode(i)->HasXRefName())
                 AnimLoadGeneric::Save(chunky, adapter, *pList->GetAnimNode(i));
-    EventLoad::Save(chunky, adapter, model.GetEventList());
-    ClauseLoad::Save(chunky, adapter, model.GetClauseList());
-    ConditionLoad::Save(chunky, adapter, model.GetConditionList());
-    ModifierLoad::Save(chunky, adapter, model.GetModifierList());
-    MotionLoad::Save(chunky, adapter, model.GetMotionList());
+    EntityChunks::WriteMotionTree(chunky, adapter, model);
     ActionLoadGeneric::Save(chunky, adapter, model.GetActionTree());
-    WriteSelection(chunky, adapter, model);
+    EntityChunks::WriteSelection(chunky, adapter, model);
     chunky.CloseChunk();
 }
 

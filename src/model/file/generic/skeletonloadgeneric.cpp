@@ -2,6 +2,7 @@
 
 #include "foundation/debug.h"
 #include "model/file/generic/genericchunk.h"
+#include "model/file/skeletonchunk.h"
 #include "model/skeleton/skeleton.h"
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
@@ -13,17 +14,9 @@ using namespace ModelChunk;
 
 namespace
 {
-struct BoneRecord
+SkeletonChunk::BoneRecord ReadBone(Payload& payload, const ChunkInfo& info)
 {
-    ra::Name name;
-    int32 parent = -1;
-    ra::Vec3 position;
-    ra::Quat rotation;
-};
-
-BoneRecord ReadBone(Payload& payload, const ChunkInfo& info)
-{
-    BoneRecord bone;
+    SkeletonChunk::BoneRecord bone;
     bone.name = ra::NameOf(info.name.c_str());
     bone.parent = payload.ReadInt32();
     if (info.version >= 5)
@@ -50,7 +43,7 @@ std::unique_ptr<Skeleton> SkeletonLoadGeneric::Load(Chunky& chunky, ByteStreamAd
 {
     chunky.ReadFolderChunk(ID_SKEL, SKELVersion);
     int32 boneCount = -1;
-    std::vector<BoneRecord> cBone;
+    std::vector<SkeletonChunk::BoneRecord> cBone;
     ChunkInfo info;
     while (chunky.NextChunk(info))
     {
@@ -76,23 +69,7 @@ std::unique_ptr<Skeleton> SkeletonLoadGeneric::Load(Chunky& chunky, ByteStreamAd
         ThrowBadContent(adapter, "Skeleton without a bone count!");
     if (size_t(boneCount) != cBone.size())
         ThrowBadContent(adapter, "Skeleton of %d bones holds %u!", boneCount, uint32(cBone.size()));
-    auto pSkeleton = std::make_unique<Skeleton>(uint32(boneCount));
-    for (int32 i = 0; i < boneCount; ++i)
-    {
-        const BoneRecord& record = cBone[size_t(i)];
-        if (record.name == ra::Name::INVALID)
-            ThrowBadContent(adapter, "Bone %d has no name!", i);
-        if (record.parent < -1 || record.parent >= boneCount)
-            ThrowBadContent(adapter, "Bone '%s': parent %d is not a bone of the skeleton!",
-                            ra::NameText(record.name), record.parent);
-        Bone* pBone = pSkeleton->GetBone(i);
-        pBone->SetName(record.name);
-        pBone->SetPosition(record.position);
-        pBone->SetRotation(record.rotation);
-        pSkeleton->SetBoneParent(i, record.parent);
-    }
-    pSkeleton->BuildRefPose();
-    return pSkeleton;
+    return SkeletonChunk::Build(adapter, cBone);
 }
 
 void SkeletonLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Skeleton& skeleton)
@@ -103,13 +80,8 @@ void SkeletonLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const
     chunky.CloseChunk();
     for (int32 i = 0; i < skeleton.GetBoneCount(); ++i)
     {
-        const Bone* pBone = skeleton.GetBone(i);
-        const int32 parentIndex = pBone->GetParentIndex();
-        dbAssert(parentIndex < skeleton.GetBoneCount());
-        chunky.OpenDataChunk(ID_BONE, BONEVersion, ra::NameText(pBone->GetName()));
-        WriteInt32(adapter, parentIndex);
-        WriteVec3(adapter, pBone->GetPosition());
-        WriteQuat(adapter, pBone->GetRotation());
+        chunky.OpenDataChunk(ID_BONE, BONEVersion, ra::NameText(skeleton.GetBone(i)->GetName()));
+        SkeletonChunk::WriteBone(adapter, skeleton, i);
         chunky.CloseChunk();
     }
     chunky.CloseChunk();
