@@ -1,0 +1,317 @@
+// tq7z burn config|set|reset: the burn configuration of a file or folder of a generic tree, merged
+// from its ".burn" files, and changes of one parameter saved as the minimal ".burn" file through
+// revision control.
+#include "cli/command.h"
+
+#include "burnconfig/configload.h"
+#include "pipeline/fullpath.h"
+#include "pipeline/pipeline.h"
+#include "revcontrol/revcontrolapi.h"
+#include "storage/filepathutil.h"
+#include "storage/osfile.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace
+{
+using Json = nlohmann::ordered_json;
+
+const char* const s_changelistDescription = "SGM Export Changes";
+
+// Paths are shown as this system's files are named.
+std::string Native(const std::string& path)
+{
+    return OSFile::NativeName(path.c_str());
+}
+
+// A command-line path as the system takes it: full, and a folder without a separator at its end.
+std::string FullName(const std::string& path)
+{
+    std::string full = FullPath::Expand(path.empty() ? "." : path.c_str());
+    while (full.size() > 1 && full.back() == '\\')
+        full.pop_back();
+    return full;
+}
+
+// The pipeline of the tree for the life of a command.
+class PipelineScope
+{
+public:
+    PipelineScope(const char* command, const std::string& full)
+    {
+        const int result = Pipeline::Initialize(full.c_str());
+        m_open = result == Pipeline::InitOk;
+        if (!m_open)
+            std::fprintf(stderr, "tq7z burn %s: no usable pipeline.ini above %s (%s)\n", command,
+                         Native(full).c_str(),
+                         result == Pipeline::InitNotFound ? "none found"
+                                                          : "it cannot be read or has no complete project");
+    }
+    ~PipelineScope()
+    {
+        if (m_open)
+            Pipeline::Shutdown();
+    }
+    PipelineScope(const PipelineScope&) = delete;
+    PipelineScope& operator=(const PipelineScope&) = delete;
+    bool IsOpen() const { return m_open; }
+
+private:
+    bool m_open = false;
+};
+
+// Loads the configuration of `full`; the messages of the load go to standard error.
+bool Load(const char* command, const std::string& full, BurnerConfig& config,
+          std::vector<std::string>* pChain = nullptr)
+{
+    BurnerResults results;
+    const bool loaded = ConfigLoad::LoadConfig(full.c_str(), config, results, pChain);
+    for (const BurnerResults::Record& record : results)
+        std::fprintf(stderr, "%s\n", record.text.c_str());
+    if (!loaded)
+        std::fprintf(stderr, "tq7z burn %s: the burn configuration of %s could not be loaded\n", command,
+                     Native(full).c_str());
+    return loaded;
+}
+
+Json VersionJson(double version)
+{
+    if (std::floor(version) == version && std::fabs(version) < 9.0e15)
+        return Json(static_cast<long long>(version));
+    return Json(version);
+}
+
+void PrintJson(const BurnerConfig& config, const std::vector<std::string>& chain)
+{
+    Json out;
+    out["chain"] = Json::array();
+    for (const std::string& file : chain)
+        out["chain"].push_back(Native(file));
+    out["version"] = VersionJson(config.GetVersion());
+    out["groups"] = Json::array();
+    for (uint32 g = 0; g < config.TargetGroupCount(); ++g)
+    {
+        const BurnerConfig::TargetGroup& group = config.GetTargetGroup(g);
+        Json targets = Json::array();
+        for (const BurnerConfig::Target& target : group.cTargets)
+        {
+            Json params = Json::array();
+            for (const BurnerConfig::Param& param : target.cParams)
+                params.push_back(
+                    {{"name", param.name}, {"value", param.value}, {"default", param.isDefault}});
+            targets.push_back({{"name", target.name},
+                               {"destination", target.destination},
+                               {"plugin", target.plugin},
+                               {"params", std::move(params)}});
+        }
+        out["groups"].push_back(
+            {{"name", group.name}, {"wildcard", group.wildcard}, {"targets", std::move(targets)}});
+    }
+    std::printf("%s\n", out.dump(2).c_str());
+}
+
+void PrintText(const BurnerConfig& config, const std::vector<std::string>& chain)
+{
+    std::printf("chain (base first):\n");
+    for (const std::string& file : chain)
+        std::printf("  %s\n", Native(file).c_str());
+    std::printf("version: %s\n", VersionJson(config.GetVersion()).dump().c_str());
+    for (uint32 g = 0; g < config.TargetGroupCount(); ++g)
+    {
+        const BurnerConfig::TargetGroup& group = config.GetTargetGroup(g);
+        std::printf("group %s (wildcard %s)\n", group.name.c_str(), group.wildcard.c_str());
+        for (const BurnerConfig::Target& target : group.cTargets)
+        {
+            std::printf("  target %s: destination %s, plugin %s\n", target.name.c_str(),
+                        target.destination.c_str(), target.plugin.c_str());
+            for (const BurnerConfig::Param& param : target.cParams)
+                std::printf("    %s = %s%s\n", param.name.c_str(), param.value.c_str(),
+                            param.isDefault ? " (default)" : "");
+        }
+    }
+}
+
+int RunConfig(const std::string& path, bool json)
+{
+    const std::string full = FullName(path);
+    PipelineScope pipeline("config", full);
+    if (!pipeline.IsOpen())
+        return 1;
+    BurnerConfig config;
+    std::vector<std::string> chain;
+    if (!Load("config", full, config, &chain))
+        return 1;
+    if (json)
+        PrintJson(config, chain);
+    else
+        PrintText(config, chain);
+    return std::fflush(stdout) == 0 ? 0 : 1;
+}
+
+struct EditOptions
+{
+    std::string path;
+    std::string group;
+    std::string target;
+    std::string param;
+    std::string value;
+};
+
+// Loads, hands the parameter's target to `change`, and saves through revision control in the
+// changelist of the tools.
+template <class Change> int RunEdit(const char* command, const EditOptions& options, Change change)
+{
+    const std::string full = FullName(options.path);
+    PipelineScope pipeline(command, full);
+    if (!pipeline.IsOpen())
+        return 1;
+    BurnerConfig config;
+    if (!Load(command, full, config))
+        return 1;
+    const BurnerConfig::TargetID id = config.FindTarget(options.group.c_str(), options.target.c_str());
+    if (id == BurnerConfig::TargetID::InvalidID)
+    {
+        std::fprintf(stderr, "tq7z burn %s: the configuration has no target '%s' in a group '%s'\n", command,
+                     options.target.c_str(), options.group.c_str());
+        return 1;
+    }
+    if (config.FindParam(id, options.param.c_str()) == nullptr)
+    {
+        std::fprintf(stderr,
+                     "tq7z burn %s: target '%s' of group '%s' has no parameter '%s' (the parameters are "
+                     "named in the base _default.burn)\n",
+                     command, options.target.c_str(), options.group.c_str(), options.param.c_str());
+        return 1;
+    }
+    if (!change(config, id, full))
+        return 1;
+
+    // An empty or missing server address is local mode.
+    std::string port;
+    Pipeline::GetString("p4", "RevControlPort", port);
+    std::unique_ptr<RevControlAPI> pRevCtrl = RevControlAPI::Create(port.c_str(), RevisionControlP4OrLocal);
+    int changelist = 0;
+    if (pRevCtrl == nullptr || !pRevCtrl->FindOrCreateChangelist(s_changelistDescription, changelist))
+    {
+        std::fprintf(stderr, "tq7z burn %s: no pending changelist \"%s\" could be found or made\n", command,
+                     s_changelistDescription);
+        return 1;
+    }
+    if (!ConfigLoad::SaveConfig(*pRevCtrl, changelist, full.c_str(), config))
+    {
+        std::fprintf(stderr, "tq7z burn %s: the configuration of %s was not saved (see above)\n", command,
+                     Native(full).c_str());
+        return 1;
+    }
+    char burnName[FilePathUtil::MAXPATH];
+    ConfigLoad::GetBurnFilename(full.c_str(), burnName, sizeof(burnName));
+    if ((OSFile::FileAttr(burnName) & OSFile::F_ATTRIBUTE_FILE) != 0)
+        std::printf("%s: written\n", Native(burnName).c_str());
+    else
+        std::printf("%s: removed, as nothing differs from the level above\n", Native(burnName).c_str());
+    return 0;
+}
+
+int RunSet(const EditOptions& options)
+{
+    return RunEdit("set", options,
+                   [&options](BurnerConfig& config, BurnerConfig::TargetID id, const std::string&)
+                   {
+                       BurnerConfig::Param param = *config.FindParam(id, options.param.c_str());
+                       param.value = options.value;
+                       return config.SetParam(id, param);
+                   });
+}
+
+int RunReset(const EditOptions& options)
+{
+    return RunEdit(
+        "reset", options,
+        [&options](BurnerConfig& config, BurnerConfig::TargetID id, const std::string& full)
+        {
+            BurnerConfig parent;
+            bool hasParent = false;
+            if (!ConfigLoad::LoadParentConfig(full.c_str(), parent, hasParent))
+            {
+                std::fprintf(stderr, "tq7z burn reset: the level above %s could not be loaded\n",
+                             Native(full).c_str());
+                return false;
+            }
+            if (!hasParent)
+            {
+                std::fprintf(stderr,
+                             "tq7z burn reset: %s is the top of its generic tree; its _default.burn is "
+                             "the base, edited by hand\n",
+                             Native(full).c_str());
+                return false;
+            }
+            const BurnerConfig::Target* pTarget = config.GetTargetInfo(id);
+            const BurnerConfig::Param* pAbove = parent.FindParam(
+                parent.FindTarget(config.GetTargetGroup(id.group).name.c_str(), pTarget->name.c_str()),
+                options.param.c_str());
+            // A parameter the level above lacks has no value to go back to: it goes.
+            if (pAbove == nullptr)
+                return config.RemoveParam(id, options.param.c_str());
+            return config.SetParam(id, *pAbove);
+        });
+}
+
+void AddEditOptions(CLI::App* command, EditOptions& options)
+{
+    command->add_option("PATH", options.path, "A file or folder of a project's generic tree")->required();
+    command->add_option("GROUP", options.group, "The target group (any case)")->required();
+    command->add_option("TARGET", options.target, "The target of the group (any case)")->required();
+    command->add_option("PARAM", options.param, "The parameter (any case)")->required();
+}
+
+cli::CommandRegistrar s_burn(
+    [](CLI::App& app, int& exitCode)
+    {
+        CLI::App* burn =
+            cli::GetOrAddSubcommand(app, "burn", "The burner and its configuration (.burn files)");
+
+        struct ConfigOptions
+        {
+            std::string path;
+            bool json = false;
+        };
+        auto configOptions = std::make_shared<ConfigOptions>();
+        CLI::App* config = burn->add_subcommand(
+            "config",
+            "Show the burn configuration of a file or folder of a generic tree, merged from the\n"
+            "\"_default.burn\" at the top down to the file's own .burn: the files used (base first), then\n"
+            "each target group with its wildcard, each target with destination and plugin, and each\n"
+            "parameter with its value, marked (default) when it equals the level above. Messages of the\n"
+            "load go to standard error; exit 1 when the load fails.");
+        config->add_option("PATH", configOptions->path, "A file or folder of a project's generic tree")
+            ->required();
+        config->add_flag("--json", configOptions->json,
+                         "One JSON object: chain, version, groups (name, wildcard, targets (name, "
+                         "destination, plugin, params (name, value, default)))");
+        config->callback([configOptions, &exitCode]
+                         { exitCode = RunConfig(configOptions->path, configOptions->json); });
+
+        auto setOptions = std::make_shared<EditOptions>();
+        CLI::App* set = burn->add_subcommand(
+            "set",
+            "Set a parameter of a file's or folder's configuration and save its .burn (or\n"
+            "_default.burn) with only what differs from the level above, opened through revision\n"
+            "control (\"RevControlPort\" under [p4] of the pipeline.ini; local mode when empty). A file\n"
+            "left equal to the level above is reverted or deleted.");
+        AddEditOptions(set, *setOptions);
+        set->add_option("VALUE", setOptions->value, "The new value")->required();
+        set->callback([setOptions, &exitCode] { exitCode = RunSet(*setOptions); });
+
+        auto resetOptions = std::make_shared<EditOptions>();
+        CLI::App* reset = burn->add_subcommand(
+            "reset", "Put a parameter back to the value of the level above and save as \"set\" does.");
+        AddEditOptions(reset, *resetOptions);
+        reset->callback([resetOptions, &exitCode] { exitCode = RunReset(*resetOptions); });
+    });
+} // namespace
