@@ -1,12 +1,20 @@
-// tq7z model info FILE [--json] and tq7z model convert IN OUT [--interm]: what a generic model file
-// (.sgm with its .ebp) holds, and writing it again in the generic or the intermediate form.
+// tq7z model info FILE [--json], tq7z model convert IN OUT and tq7z model diff A B: what a model file
+// of any form holds (.sgm with its .ebp in the generic or the intermediate form, .tqm with its .tqe,
+// a shared shader file .vds), writing a model again in the generic, intermediate or final form, and
+// comparing two models by content.
 #include "cli/command.h"
 
 #include "inventory/warehouse.h"
 #include "model/anim/animlist.h"
+#include "model/file/final/finalchunk.h"
+#include "model/file/final/rendermodelloadfinal.h"
+#include "model/file/final/textureloadfinal.h"
+#include "model/file/generic/genericchunk.h"
 #include "model/file/generic/rendermodelloadgeneric.h"
+#include "model/modeldiff.h"
 #include "model/rendermodel.h"
 #include "model/shader/shader.h"
+#include "model/shader/shadertypeinfo.h"
 #include "playback/animbvbuilder.h"
 #include "render/device.h"
 #include "storage/bytestream.h"
@@ -16,12 +24,16 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -56,15 +68,16 @@ template <class StreamT> uint32 KeyCount(const StreamT* pStream)
     return pStream ? pStream->GetKeyCount() : 0;
 }
 
-// The textures as the file holds them: those of the model's own unshared shaders, each once.
-Json Textures(const ra::MeshGroup& group)
+// The textures as the file holds them: those of the model's own unshared shaders, each once (and
+// those of the shared shader that a shared shader file holds).
+Json Textures(const ra::MeshGroup& group, bool sharedToo)
 {
     Json textures = Json::array();
     std::set<const Texture*> cSeen;
     for (int32 i = 0; i < group.GetShaderCount(); ++i)
     {
         const Shader* pShader = group.GetShader(i).Get();
-        if (pShader == nullptr || !group.IsShaderLocal(i) || pShader->IsShared())
+        if (pShader == nullptr || !group.IsShaderLocal(i) || (pShader->IsShared() && !sharedToo))
             continue;
         for (uint32 n = 0; n < Shader::CN_Count; ++n)
         {
@@ -194,7 +207,7 @@ Json Animations(const AnimList* pList)
     return animations;
 }
 
-Json ModelJson(const RenderModel& model)
+Json ModelJson(const RenderModel& model, const char* format, bool sharedShader)
 {
     const ra::MeshGroup emptyGroup;
     const ra::MeshGroup& group = model.GetMeshGroup() ? *model.GetMeshGroup() : emptyGroup;
@@ -219,16 +232,22 @@ Json ModelJson(const RenderModel& model)
                            {"far", camera.farClip}});
     }
     const char* name = model.Inv::NamedResource::GetName();
-    return {{"name", name ? name : ""},  {"textures", Textures(group)},
-            {"shaders", Shaders(group)}, {"bones", Bones(model.GetSkeleton())},
-            {"meshes", Meshes(group)},   {"markers", markers},
-            {"cameras", cameras},        {"animations", Animations(model.GetAnimList())}};
+    return {{"name", name ? name : ""},
+            {"format", format},
+            {"textures", Textures(group, sharedShader)},
+            {"shaders", Shaders(group)},
+            {"bones", Bones(model.GetSkeleton())},
+            {"meshes", Meshes(group)},
+            {"markers", markers},
+            {"cameras", cameras},
+            {"animations", Animations(model.GetAnimList())}};
 }
 
 // The same as lines of text: a heading per part, one line per item.
 void PrintText(const RenderModel& model, const Json& info)
 {
     std::printf("model: %s\n", info["name"].get<std::string>().c_str());
+    std::printf("format: %s\n", info["format"].get<std::string>().c_str());
     std::printf("textures: %zu\n", info["textures"].size());
     for (const Json& t : info["textures"])
         std::printf("  %s %dx%d, %d mips\n", t["name"].get<std::string>().c_str(), t["width"].get<int>(),
@@ -272,9 +291,10 @@ void PrintText(const RenderModel& model, const Json& info)
                 model.GetConditionList().GetConditionCount(), model.GetModifierList().GetModifierCount());
 }
 
-// What one model command runs in: the null render device, the inventory, the loaders and the
-// builder of animation boxes, the plain disk under "TOOL" and, when given, a folder under
-// "GENERIC" for cross-references and shared shaders. Taken down in reverse order.
+// What one model command runs in: the null render device, the inventory, the builder of animation
+// boxes, the plain disk under "TOOL" and, when given, a folder under "GENERIC" for cross-references
+// and shared shaders. Taken down in reverse order. The readers are registered per file, as its
+// form needs them (see LoadModel).
 class ModelSession
 {
 public:
@@ -322,35 +342,199 @@ private:
     bool m_inventory = false;
 };
 
-std::unique_ptr<RenderModel> LoadModel(const std::string& command, const std::string& file)
+// The forms a model command reads. The generic and the intermediate form share their root; the
+// intermediate one is told by its skeleton (a data chunk of world matrices) or its animations
+// (folders of version 1). A generic file with neither reads the same either way.
+enum class FileForm
 {
+    Generic,
+    Intermediate,
+    Final,
+    SharedShader,
+};
+
+const char* FormName(FileForm form)
+{
+    switch (form)
+    {
+    case FileForm::Generic:
+        return "generic";
+    case FileForm::Intermediate:
+        return "intermediate";
+    case FileForm::Final:
+        return "final";
+    case FileForm::SharedShader:
+        return "shared-shader";
+    }
+    return "";
+}
+
+struct FileKind
+{
+    FileForm form = FileForm::Generic;
+    // For a shared shader file: whether its textures are in the final form (or it has none).
+    bool finalTextures = true;
+};
+
+std::string IdText(uint32 id)
+{
+    std::string text;
+    for (int shift = 24; shift >= 0; shift -= 8)
+    {
+        const char c = char((id >> shift) & 0xFF);
+        text += std::isprint(static_cast<unsigned char>(c)) ? c : '?';
+    }
+    return text;
+}
+
+// Looks at the root chunk, and for the model root and the shared shader file at the chunks under
+// it. Throws Chunky::Exception for a container that cannot be read; a root of another kind is a
+// message and nothing.
+std::optional<FileKind> FindForm(const std::string& command, const std::string& file)
+{
+    std::shared_ptr<ByteStream> pStream = FilePath::Open(ModelSession::Name(file).c_str(), ByteStream::Mode_Read);
+    if (!pStream)
+    {
+        std::fprintf(stderr, "tq7z model %s: %s: cannot be opened\n", command.c_str(), file.c_str());
+        return std::nullopt;
+    }
+    ByteStreamAdapter adapter(*pStream);
+    Chunky chunky(adapter);
+    ChunkInfo root;
+    if (!chunky.NextChunk(root))
+    {
+        std::fprintf(stderr, "tq7z model %s: %s: the chunk file is empty\n", command.c_str(), file.c_str());
+        return std::nullopt;
+    }
+    FileKind kind;
+    if (root.kind == Chunky::CT_Folder && root.id == GenericChunk::ID_RSGM)
+    {
+        if (root.version >= FinalChunk::RSGMVersion)
+        {
+            kind.form = FileForm::Final;
+            return kind;
+        }
+        chunky.ReadFolderChunk(GenericChunk::ID_RSGM, root.version);
+        ChunkInfo info;
+        while (chunky.NextChunk(info))
+        {
+            const bool intermSkeleton = info.id == GenericChunk::ID_SKEL && info.kind == Chunky::CT_Data;
+            const bool intermAnim = info.id == GenericChunk::ID_ANIM && info.kind == Chunky::CT_Folder &&
+                                    info.version == GenericChunk::ANIMIntermVersion;
+            if (intermSkeleton || intermAnim)
+            {
+                kind.form = FileForm::Intermediate;
+                break;
+            }
+        }
+        return kind;
+    }
+    if (root.kind == Chunky::CT_Folder && root.id == GenericChunk::ID_SHRF)
+    {
+        // The textures tell the two forms of the file apart: the final one heads each with "HEAD".
+        kind.form = FileForm::SharedShader;
+        chunky.ReadFolderChunk(GenericChunk::ID_SHRF, root.version);
+        if (chunky.FindChunk(Chunky::CT_Folder, GenericChunk::ID_TXTR))
+        {
+            chunky.ReadFolderChunk(GenericChunk::ID_TXTR, 0xFFFFFFFF);
+            kind.finalTextures = chunky.FindChunk(Chunky::CT_Data, TextureLoadFinal::ID_HEAD);
+        }
+        return kind;
+    }
+    std::fprintf(stderr,
+                 "tq7z model %s: %s: not a model file (its root chunk is %s '%s'; a model file starts with the "
+                 "folder 'RSGM', a shared shader file with 'SHRF')\n",
+                 command.c_str(), file.c_str(), root.kind == Chunky::CT_Folder ? "the folder" : "the data chunk",
+                 IdText(root.id).c_str());
+    return std::nullopt;
+}
+
+// A shared shader as a model of that name whose group holds the one shader, so that it is shown
+// and compared as a model's shaders are.
+std::unique_ptr<RenderModel> ShaderModel(std::unique_ptr<Shader> pShader)
+{
+    auto pModel = std::make_unique<RenderModel>(Text(pShader->GetName()));
+    Inv::Reference<Shader> shader = Inv::Warehouse::Get()->Add<Shader>(pShader.get());
+    if (!shader.IsValid())
+        return nullptr;
+    pShader.release();
+    auto pGroup = std::make_unique<ra::MeshGroup>();
+    pGroup->AddShader(shader, true);
+    pModel->SetMeshGroup(std::move(pGroup));
+    return pModel;
+}
+
+struct LoadedModel
+{
+    std::unique_ptr<RenderModel> pModel;
+    FileForm form = FileForm::Generic;
+};
+
+// Reads a file of any form inside an inventory frame of its own (`frame`), so that two files read
+// by one command never share a mesh, shader or texture by name. Null, with the reason on stderr.
+LoadedModel LoadModel(const std::string& command, const std::string& file, const char* frame = "model")
+{
+    LoadedModel loaded;
     if (!std::filesystem::is_regular_file(file))
     {
         std::fprintf(stderr, "tq7z model %s: %s: no such file\n", command.c_str(), file.c_str());
-        return nullptr;
+        return loaded;
     }
+    Inv::Warehouse::Get()->PushFrame(frame);
     try
     {
-        std::unique_ptr<RenderModel> pModel =
-            RenderModelLoadGeneric::Load(ModelSession::Name(file).c_str(), true);
-        if (!pModel)
-            std::fprintf(stderr, "tq7z model %s: %s: does not load as a model (see the messages above)\n",
-                         command.c_str(), file.c_str());
-        return pModel;
+        const std::optional<FileKind> kind = FindForm(command, file);
+        if (kind)
+        {
+            loaded.form = kind->form;
+            // The readers of the file's form: the generic ones always (events, the textures of a
+            // generic shared shader file), the final ones over them for a final file.
+            RenderModelLoadGeneric::Register();
+            const bool finalForm = kind->form == FileForm::Final ||
+                                   (kind->form == FileForm::SharedShader && kind->finalTextures);
+            if (finalForm)
+                RenderModelLoadFinal::Register();
+            const std::string name = ModelSession::Name(file);
+            if (kind->form == FileForm::SharedShader)
+            {
+                ShaderTypeInfo::ShaderReader reader = ShaderTypeInfo::GetShaderReader();
+                std::unique_ptr<Shader> pShader = reader ? reader(name.c_str()) : nullptr;
+                if (pShader)
+                    loaded.pModel = ShaderModel(std::move(pShader));
+            }
+            else if (finalForm)
+                loaded.pModel = RenderModelLoadFinal::Load(name.c_str());
+            else
+                loaded.pModel = RenderModelLoadGeneric::Load(name.c_str(), true);
+            if (!loaded.pModel)
+                std::fprintf(stderr, "tq7z model %s: %s: does not load as a %s (see the messages above)\n",
+                             command.c_str(), file.c_str(),
+                             kind->form == FileForm::SharedShader ? "shared shader" : "model");
+        }
     }
     catch (const Chunky::Exception& e)
     {
-        std::fprintf(stderr, "tq7z model %s: %s: %s (code %u, at byte offset %u)\n", command.c_str(),
-                     file.c_str(), e.what(), e.GetCode(), e.GetPosition());
+        loaded.pModel.reset();
+        std::fprintf(stderr, "tq7z model %s: %s: %s (code %u, at byte offset %u)\n", command.c_str(), file.c_str(),
+                     e.what(), e.GetCode(), e.GetPosition());
     }
     catch (const std::exception& e)
     {
+        loaded.pModel.reset();
         std::fprintf(stderr, "tq7z model %s: %s: %s\n", command.c_str(), file.c_str(), e.what());
     }
-    return nullptr;
+    Inv::Warehouse::Get()->PopFrame();
+    return loaded;
 }
 
-int RunInfo(const std::string& file, bool json, const std::string& genericFolder)
+// Sets the reading quality of final textures; -1 leaves it.
+void SetDetail(int detail)
+{
+    if (detail >= 0)
+        TextureLoadFinal::SetDetail(detail);
+}
+
+int RunInfo(const std::string& file, bool json, const std::string& genericFolder, int detail)
 {
     ModelSession session(genericFolder);
     if (!session.IsReady())
@@ -358,32 +542,91 @@ int RunInfo(const std::string& file, bool json, const std::string& genericFolder
         std::fprintf(stderr, "tq7z model info: the null render device or the inventory could not be made\n");
         return 1;
     }
-    std::unique_ptr<RenderModel> pModel = LoadModel("info", file);
-    if (!pModel)
+    SetDetail(detail);
+    const LoadedModel loaded = LoadModel("info", file);
+    if (!loaded.pModel)
         return 1;
-    const Json info = ModelJson(*pModel);
+    const Json info =
+        ModelJson(*loaded.pModel, FormName(loaded.form), loaded.form == FileForm::SharedShader);
     if (json)
         std::printf("%s\n", info.dump(2).c_str());
     else
-        PrintText(*pModel, info);
+        PrintText(*loaded.pModel, info);
     return 0;
 }
 
-int RunConvert(const std::string& in, const std::string& out, bool interm, const std::string& genericFolder)
+std::string Lower(std::string text)
 {
-    ModelSession session(genericFolder);
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return char(std::tolower(c)); });
+    return text;
+}
+
+struct ConvertOptions
+{
+    bool interm = false;
+    std::string genericFolder;
+    int detail = -1;
+    int dxt = -1;
+    int skipMips = -1;
+    bool allMips = false;
+};
+
+int RunConvert(const std::string& in, const std::string& out, const ConvertOptions& options)
+{
+    // The form to write comes from OUT's extension; one that no form has is refused before
+    // anything is read or written.
+    const std::string extension = Lower(std::filesystem::path(out).extension().string());
+    const bool finalOut = extension == RenderModelLoadFinal::FileExtension;
+    if (!finalOut && extension != RenderModelLoadGeneric::FileExtension)
+    {
+        std::fprintf(stderr,
+                     "tq7z model convert: %s: no model form is written as '%s'; the forms written are .sgm "
+                     "(generic, or intermediate with --interm, with its .ebp) and .tqm (final, with its .tqe)\n",
+                     out.c_str(), extension.c_str());
+        return 2;
+    }
+    if (finalOut && options.interm)
+    {
+        std::fprintf(stderr, "tq7z model convert: --interm writes a .sgm file, not %s\n", out.c_str());
+        return 2;
+    }
+    if (!finalOut && (options.dxt >= 0 || options.skipMips >= 0 || options.allMips))
+    {
+        std::fprintf(stderr, "tq7z model convert: --dxt, --skip-mips and --all-mips are for a .tqm file, not %s\n",
+                     out.c_str());
+        return 2;
+    }
+    ModelSession session(options.genericFolder);
     if (!session.IsReady())
     {
         std::fprintf(stderr,
                      "tq7z model convert: the null render device or the inventory could not be made\n");
         return 1;
     }
-    std::unique_ptr<RenderModel> pModel = LoadModel("convert", in);
-    if (!pModel)
+    SetDetail(options.detail);
+    const LoadedModel loaded = LoadModel("convert", in);
+    if (!loaded.pModel)
         return 1;
+    if (loaded.form == FileForm::SharedShader)
+    {
+        std::fprintf(stderr, "tq7z model convert: %s: a shared shader file holds no model to convert\n",
+                     in.c_str());
+        return 1;
+    }
     const std::string name = ModelSession::Name(out);
-    const bool saved = interm ? RenderModelLoadGeneric::SaveInterm(name.c_str(), *pModel, true, true, true)
-                              : RenderModelLoadGeneric::Save(name.c_str(), *pModel);
+    bool saved = false;
+    if (finalOut)
+    {
+        TextureLoadFinal::SetUseDXTC(std::max(options.dxt, 0));
+        TextureLoadFinal::SetMipsToSkip(std::max(options.skipMips, 0));
+        TextureLoadFinal::SetWriteAllMips(options.allMips);
+        saved = RenderModelLoadFinal::Save(name.c_str(), *loaded.pModel);
+    }
+    else if (options.interm)
+        saved = RenderModelLoadGeneric::SaveInterm(name.c_str(), *loaded.pModel, true, true, true);
+    else
+        saved = RenderModelLoadGeneric::Save(name.c_str(), *loaded.pModel);
     if (!saved)
     {
         std::fprintf(stderr, "tq7z model convert: %s: could not be written (see the messages above)\n",
@@ -393,42 +636,137 @@ int RunConvert(const std::string& in, const std::string& out, bool interm, const
     return 0;
 }
 
+struct DiffOptions
+{
+    bool json = false;
+    float tolerance = 0.0f;
+    bool ignoreTextures = false;
+    int detail = -1;
+    size_t max = 20;
+    std::string genericFolder;
+};
+
+int RunDiff(const std::string& fileA, const std::string& fileB, const DiffOptions& options)
+{
+    ModelSession session(options.genericFolder);
+    if (!session.IsReady())
+    {
+        std::fprintf(stderr, "tq7z model diff: the null render device or the inventory could not be made\n");
+        return 1;
+    }
+    SetDetail(options.detail);
+    const LoadedModel a = LoadModel("diff", fileA, "diff a");
+    if (!a.pModel)
+        return 1;
+    const LoadedModel b = LoadModel("diff", fileB, "diff b");
+    if (!b.pModel)
+        return 1;
+    ra::ModelDiffOptions diffOptions;
+    diffOptions.tolerance = options.tolerance;
+    diffOptions.ignoreTextures = options.ignoreTextures;
+    // One more than is shown tells whether there are more.
+    diffOptions.maxDifferences = options.max == 0 ? 0 : options.max + 1;
+    std::vector<ra::ModelDifference> cDifference = ra::DiffModels(*a.pModel, *b.pModel, diffOptions);
+    const bool more = options.max != 0 && cDifference.size() > options.max;
+    if (more)
+        cDifference.resize(options.max);
+    if (options.json)
+    {
+        Json differences = Json::array();
+        for (const ra::ModelDifference& difference : cDifference)
+            differences.push_back({{"path", difference.path}, {"a", difference.a}, {"b", difference.b}});
+        const Json result = {{"a", fileA},         {"b", fileB},
+                             {"equal", cDifference.empty()}, {"differences", differences},
+                             {"more", more}};
+        std::printf("%s\n", result.dump(2).c_str());
+    }
+    else if (cDifference.empty())
+        std::printf("%s and %s hold the same model\n", fileA.c_str(), fileB.c_str());
+    else
+    {
+        for (const ra::ModelDifference& difference : cDifference)
+            std::printf("%s\n", ra::FormatDifference(difference).c_str());
+        std::printf(more ? "the first %zu differences are shown\n" : "%zu differences\n", cDifference.size());
+    }
+    return cDifference.empty() ? 0 : 1;
+}
+
+const char* const s_genericHelp =
+    "Folder mounted as GENERIC, where cross-referenced models and shared shaders are found";
+const char* const s_detailHelp = "Reading quality of final textures: 0 flat grey, 1 and 2 leave out the top "
+                                 "two or one levels, 3 all levels";
+
 cli::CommandRegistrar s_model(
     [](CLI::App& app, int& exitCode)
     {
-        CLI::App* model =
-            cli::GetOrAddSubcommand(app, "model", "Inspect, convert and pose model files (.sgm, .ebp)");
+        CLI::App* model = cli::GetOrAddSubcommand(app, "model",
+                                                  "Inspect, convert, compare and pose model files (.sgm, .ebp, "
+                                                  ".tqm, .tqe, .vds)");
 
         CLI::App* info = model->add_subcommand("info", "Print what a model file holds");
         info->footer(
-            "FILE is a .sgm file of the generic or the intermediate form; the .ebp beside it is read\n"
-            "too. --json prints one object with the keys name, textures, shaders, bones, meshes,\n"
-            "markers, cameras and animations. A file that does not load exits 1.\n");
+            "FILE is a .sgm file of the generic or the intermediate form (the .ebp beside it is read too),\n"
+            "a .tqm file of the final form (with the .tqe beside it) or a shared shader file (.vds).\n"
+            "--json prints one object with the keys name, format (\"generic\", \"intermediate\", \"final\"\n"
+            "or \"shared-shader\"), textures, shaders, bones, meshes, markers, cameras and animations.\n"
+            "A file that does not load exits 1.\n");
         static std::string s_infoFile;
         static bool s_json = false;
         static std::string s_infoGeneric;
+        static int s_infoDetail = -1;
         info->add_option("FILE", s_infoFile, "The model file")->required();
         info->add_flag("--json", s_json, "Print one JSON object");
-        info->add_option(
-            "--generic", s_infoGeneric,
-            "Folder mounted as GENERIC, where cross-referenced models and shared shaders are found");
-        info->callback([&exitCode] { exitCode = RunInfo(s_infoFile, s_json, s_infoGeneric); });
+        info->add_option("--generic", s_infoGeneric, s_genericHelp);
+        info->add_option("--detail", s_infoDetail, s_detailHelp)->check(CLI::Range(0, 3));
+        info->callback([&exitCode] { exitCode = RunInfo(s_infoFile, s_json, s_infoGeneric, s_infoDetail); });
 
         CLI::App* convert = model->add_subcommand("convert", "Read a model file and write it again");
         convert->footer(
-            "IN is read as `model info` reads it. OUT is written in the generic form with the .ebp\n"
-            "beside it, or with --interm in the intermediate form (sampled bone matrices, no .ebp).\n"
-            "A file this command wrote comes out of it again byte for byte the same.\n");
+            "IN is read as `model info` reads it. OUT's extension chooses the form written:\n"
+            "  .sgm  the generic form with the .ebp beside it, or with --interm the intermediate form\n"
+            "        (sampled bone matrices, no .ebp);\n"
+            "  .tqm  the final form, with the .tqe beside it when the model has a motion tree;\n"
+            "        --dxt compresses the textures, --skip-mips leaves out their top levels, --all-mips\n"
+            "        writes every level of an uncompressed texture.\n"
+            "Another extension is refused (exit 2) and nothing is written. A file this command wrote\n"
+            "comes out of it again byte for byte the same.\n");
         static std::string s_in;
         static std::string s_out;
-        static bool s_interm = false;
-        static std::string s_convertGeneric;
+        static ConvertOptions s_convert;
         convert->add_option("IN", s_in, "The model file to read")->required();
-        convert->add_option("OUT", s_out, "The model file to write")->required();
-        convert->add_flag("--interm", s_interm, "Write the intermediate form");
-        convert->add_option(
-            "--generic", s_convertGeneric,
-            "Folder mounted as GENERIC, where cross-referenced models and shared shaders are found");
-        convert->callback([&exitCode] { exitCode = RunConvert(s_in, s_out, s_interm, s_convertGeneric); });
+        convert->add_option("OUT", s_out, "The model file to write (.sgm or .tqm)")->required();
+        convert->add_flag("--interm", s_convert.interm, "Write the intermediate form");
+        convert->add_option("--generic", s_convert.genericFolder, s_genericHelp);
+        convert->add_option("--detail", s_convert.detail, s_detailHelp)->check(CLI::Range(0, 3));
+        convert->add_option("--dxt", s_convert.dxt, "S3TC compression of the textures of a .tqm: 0 none, 1, 3, 5")
+            ->check(CLI::IsMember({0, 1, 3, 5}));
+        convert->add_option("--skip-mips", s_convert.skipMips, "Top texture levels left out of a .tqm")
+            ->check(CLI::NonNegativeNumber);
+        convert->add_flag("--all-mips", s_convert.allMips, "Write every level of an uncompressed texture to a .tqm");
+        convert->callback([&exitCode] { exitCode = RunConvert(s_in, s_out, s_convert); });
+
+        CLI::App* diff = model->add_subcommand("diff", "Compare two model files by content");
+        diff->footer(
+            "A and B are read as `model info` reads them, in any form, and compared part by part:\n"
+            "name, skeleton, meshes (vertices, primitive sets, skin bones, bounds), shaders, textures,\n"
+            "markers, cameras, animations and their keys, the motion tree, events and selection.\n"
+            "Each difference prints as its path in the model and the two values:\n"
+            "  meshes/body/vertices[12]/position: (1, 2, 3) vs (1, 2, 3.5)\n"
+            "Floats compare exactly unless --tolerance is given. Exits 0 when the models are the same,\n"
+            "1 when they differ or a file does not load, 2 on a usage error.\n");
+        static std::string s_a;
+        static std::string s_b;
+        static DiffOptions s_diff;
+        diff->add_option("A", s_a, "The first model file")->required();
+        diff->add_option("B", s_b, "The second model file")->required();
+        diff->add_flag("--json", s_diff.json, "Print one JSON object: a, b, equal, differences, more");
+        diff->add_option("--tolerance", s_diff.tolerance, "Floats at most this far apart are the same")
+            ->check(CLI::NonNegativeNumber);
+        diff->add_flag("--ignore-textures", s_diff.ignoreTextures,
+                       "Leave the textures' sizes and pixels out (their names still count)");
+        diff->add_option("--max", s_diff.max, "Differences shown, 20 by default; 0 shows all");
+        diff->add_option("--detail", s_diff.detail, s_detailHelp)->check(CLI::Range(0, 3));
+        diff->add_option("--generic", s_diff.genericFolder, s_genericHelp);
+        diff->callback([&exitCode] { exitCode = RunDiff(s_a, s_b, s_diff); });
     });
 } // namespace

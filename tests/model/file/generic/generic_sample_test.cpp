@@ -89,8 +89,9 @@ TEST(GenericSample, ModelInfoJsonHasTheKeysScriptsRelyOn)
     };
     using Keys = std::vector<std::string>;
     EXPECT_EQ(keysOf(info),
-              (Keys{"name", "textures", "shaders", "bones", "meshes", "markers", "cameras", "animations"}));
+              (Keys{"name", "format", "textures", "shaders", "bones", "meshes", "markers", "cameras", "animations"}));
     EXPECT_EQ(info["name"], "walker");
+    EXPECT_EQ(info["format"], "generic");
     ASSERT_EQ(info["textures"].size(), 2u);
     EXPECT_EQ(keysOf(info["textures"][0]), (Keys{"name", "width", "height", "mips"}));
     EXPECT_EQ(info["textures"][0]["width"], 8);
