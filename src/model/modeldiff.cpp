@@ -557,13 +557,18 @@ void Differ::TexturePart(const Texture& a, const Texture& b)
     if ((fr::IsCompressed(pA->GetFormat()) || fr::IsCompressed(pB->GetFormat())) && pA->GetFormat() != pB->GetFormat())
         return;
     Value("format", uint32(pA->GetFormat()), uint32(pB->GetFormat()));
-    Value("mips", pA->GetMipCount(), pB->GetMipCount());
+    // Levels that the device makes from the top one (a final file may carry the top alone) are
+    // not the file's: then the top is all there is to compare.
+    const bool autoMip = pA->IsAutoMip() || pB->IsAutoMip();
+    if (!autoMip)
+        Value("mips", pA->GetMipCount(), pB->GetMipCount());
     if (pA->GetFormat() != pB->GetFormat() || pA->GetWidth() != pB->GetWidth() || pA->GetHeight() != pB->GetHeight())
         return;
+    const uint32 levelCount = autoMip ? 1 : std::min(pA->GetMipCount(), pB->GetMipCount());
     const bool compressed = fr::IsCompressed(pA->GetFormat());
     const uint32 bytesPerItem = compressed ? fr::GetBitsPerPixel(pA->GetFormat()) * 2 // a 4 by 4 block
                                            : std::max(1u, fr::GetBitsPerPixel(pA->GetFormat()) / 8);
-    for (uint32 level = 0; level < std::min(pA->GetMipCount(), pB->GetMipCount()) && !Full(); ++level)
+    for (uint32 level = 0; level < levelCount && !Full(); ++level)
     {
         const std::vector<uint8> cByteA = LevelBytes(*pA, level);
         const std::vector<uint8> cByteB = LevelBytes(*pB, level);

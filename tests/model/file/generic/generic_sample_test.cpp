@@ -2,6 +2,7 @@
 // generic_model_fixture.h as the writer writes it: run this test with TQ7Z_WRITE_SAMPLES=1 to write
 // it again into samples/models; otherwise the test checks that the files there are still that.
 #include "model/file/generic/generic_model_fixture.h"
+#include "model/file/final/shaderloadfinal.h"
 #include "model/file/generic/rendermodelloadgeneric.h"
 
 #include <gtest/gtest.h>
@@ -191,4 +192,153 @@ TEST(GenericSample, CommandsSayWhatFailedAndExitWithOne)
     EXPECT_NE(noFolder.err.find("could not be written"), std::string::npos) << noFolder.err;
 
     EXPECT_EQ(RunTool({"model", "convert", "--help"}).status, 0);
+}
+
+// The model commands across the forms: diff, the format key, convert to and from the final form.
+namespace
+{
+size_t Count(const std::string& text, const std::string& what)
+{
+    size_t count = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+        ++count;
+    return count;
+}
+
+std::string FloatBytes(float value)
+{
+    return std::string(reinterpret_cast<const char*>(&value), 4);
+}
+
+std::string FormatOf(const std::string& file)
+{
+    const ToolRun run = RunTool({"model", "info", file, "--json"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    return run.status == 0 ? nlohmann::ordered_json::parse(run.out)["format"].get<std::string>() : "";
+}
+} // namespace
+
+TEST(ModelCommands, DiffPrintsTheChangedValueWithItsPathAndExitsWithOne)
+{
+    REQUIRE_PROGRAM();
+    TempFolder folder;
+    const std::string walker = (s_samples / "walker.sgm").string();
+    const ToolRun same = RunTool({"model", "diff", walker, walker});
+    EXPECT_EQ(same.status, 0) << same.err;
+    EXPECT_NE(same.out.find("hold the same model"), std::string::npos) << same.out;
+
+    // The camera's field of view, the one 0.8 of the file, made 0.9.
+    std::string sgm = ReadFile(s_samples / "walker.sgm");
+    ASSERT_EQ(Count(sgm, FloatBytes(0.8f)), 1u);
+    sgm.replace(sgm.find(FloatBytes(0.8f)), 4, FloatBytes(0.9f));
+    const std::string changed = folder.Write("changed.sgm", sgm);
+    folder.Write("changed.ebp", ReadFile(s_samples / "walker.ebp"));
+
+    const ToolRun text = RunTool({"model", "diff", walker, changed});
+    EXPECT_EQ(text.status, 1) << text.err;
+    EXPECT_EQ(text.out, "cameras/portrait/fov: 0.8 vs 0.9\n1 differences\n");
+    const ToolRun json = RunTool({"model", "diff", changed, walker, "--json"});
+    EXPECT_EQ(json.status, 1) << json.err;
+    const nlohmann::ordered_json result = nlohmann::ordered_json::parse(json.out);
+    EXPECT_EQ(result["equal"], false);
+    ASSERT_EQ(result["differences"].size(), 1u);
+    EXPECT_EQ(result["differences"][0],
+              nlohmann::ordered_json({{"path", "cameras/portrait/fov"}, {"a", "0.9"}, {"b", "0.8"}}));
+    EXPECT_EQ(RunTool({"model", "diff", walker, changed, "--tolerance", "0.11"}).status, 0);
+    EXPECT_EQ(RunTool({"model", "diff", walker, changed, "--tolerance", "0.09"}).status, 1);
+}
+
+TEST(ModelCommands, UsageErrorsExitWithTwoAndUnreadableFilesWithOne)
+{
+    REQUIRE_PROGRAM();
+    TempFolder folder;
+    const std::string walker = (s_samples / "walker.sgm").string();
+    struct Case
+    {
+        std::vector<std::string> args;
+        int status;
+        const char* message; // in stderr; null for CLI11's own
+    };
+    const Case cases[] = {
+        {{"model", "diff", walker}, 2, nullptr},
+        {{"model", "diff", walker, walker, "--tolerance", "-1"}, 2, nullptr},
+        {{"model", "convert", walker, folder / "out.xyz"}, 2, "the forms written are .sgm"},
+        {{"model", "convert", walker, folder / "out"}, 2, "no model form is written as ''"},
+        {{"model", "convert", walker, folder / "out.tqm", "--dxt", "2"}, 2, nullptr},
+        {{"model", "convert", walker, folder / "out.sgm", "--dxt", "1"}, 2, "are for a .tqm file"},
+        {{"model", "convert", walker, folder / "out.tqm", "--interm"}, 2, "--interm writes a .sgm file"},
+        {{"model", "info", walker, "--detail", "4"}, 2, nullptr},
+        {{"model", "diff", walker, folder / "none.tqm"}, 1, "none.tqm: no such file"},
+        {{"model", "diff", (s_samples / "../images/walker_diffuse.img").string(), walker}, 1,
+         "not a model file (its root chunk is the folder 'IMAG'"},
+    };
+    for (const Case& c : cases)
+    {
+        const ToolRun run = RunTool(c.args);
+        EXPECT_EQ(run.status, c.status) << c.args.back() << "\n" << run.err;
+        if (c.message != nullptr)
+        {
+            EXPECT_NE(run.err.find(c.message), std::string::npos) << run.err;
+        }
+    }
+    // Nothing of a refused convert is left behind.
+    EXPECT_TRUE(fs::is_empty(folder.Path())) << fs::directory_iterator(folder.Path())->path();
+    EXPECT_EQ(RunTool({"model", "diff", "--help"}).status, 0);
+}
+
+TEST(ModelCommands, FinalFormReadsBackAsTheModelItCameFrom)
+{
+    REQUIRE_PROGRAM();
+    TempFolder folder;
+    const std::string walker = (s_samples / "walker.sgm").string();
+    ASSERT_EQ(RunTool({"model", "convert", walker, folder / "w.tqm"}).status, 0);
+    EXPECT_EQ(FormatOf(folder / "w.tqm"), "final");
+    const ToolRun diff = RunTool({"model", "diff", walker, folder / "w.tqm"});
+    EXPECT_EQ(diff.status, 0) << diff.out << diff.err;
+
+    // Written again, the same bytes; and back to the generic form, the same model.
+    ASSERT_EQ(RunTool({"model", "convert", folder / "w.tqm", folder / "again.tqm"}).status, 0);
+    EXPECT_TRUE(TempFolder::Read(folder / "again.tqm") == TempFolder::Read(folder / "w.tqm"));
+    EXPECT_TRUE(TempFolder::Read(folder / "again.tqe") == TempFolder::Read(folder / "w.tqe"));
+    ASSERT_EQ(RunTool({"model", "convert", folder / "w.tqm", folder / "back.sgm"}).status, 0);
+    EXPECT_EQ(FormatOf(folder / "back.sgm"), "generic");
+    EXPECT_EQ(RunTool({"model", "diff", walker, folder / "back.sgm"}).status, 0);
+
+    // Compressed textures keep their size only; the pixels are not held against them.
+    ASSERT_EQ(RunTool({"model", "convert", walker, folder / "dxt.tqm", "--dxt", "1"}).status, 0);
+    const ToolRun dxt = RunTool({"model", "diff", walker, folder / "dxt.tqm"});
+    EXPECT_EQ(dxt.status, 0) << dxt.out << dxt.err;
+
+    ASSERT_EQ(RunTool({"model", "convert", walker, folder / "i.sgm", "--interm"}).status, 0);
+    EXPECT_EQ(FormatOf(folder / "i.sgm"), "intermediate");
+}
+
+TEST(ModelCommands, SharedShaderFilesOfBothFormsShowTheirShader)
+{
+    REQUIRE_PROGRAM();
+    MountedFolder generic("GENERIC");
+    {
+        RegisteredLoaders loaders;
+        model_test::Env env;
+        ShaderImp shader("team_colour");
+        shader.SetMethod(Shader::CN_Diffuse, Shader::Method_Texture);
+        shader.SetTexture(Shader::CN_Diffuse, AddPatternedTexture("art/textures/team", 4));
+        ASSERT_TRUE(ShaderLoadFinal::SaveSharedFile("GENERIC:final.vds", shader));
+        ASSERT_TRUE(ShaderLoadGeneric::SaveSharedFile("GENERIC:generic.vds", shader));
+    }
+    for (const char* file : {"final.vds", "generic.vds"})
+    {
+        const ToolRun run = RunTool({"model", "info", generic.Path() + "/" + file, "--json"});
+        ASSERT_EQ(run.status, 0) << file << "\n" << run.err;
+        const nlohmann::ordered_json info = nlohmann::ordered_json::parse(run.out);
+        EXPECT_EQ(info["format"], "shared-shader");
+        EXPECT_EQ(info["name"], "team_colour");
+        ASSERT_EQ(info["shaders"].size(), 1u);
+        EXPECT_EQ(info["shaders"][0]["channels"][0]["texture"], "art/textures/team");
+        ASSERT_EQ(info["textures"].size(), 1u) << file;
+        EXPECT_EQ(info["textures"][0]["width"], 4);
+    }
+    const ToolRun diff =
+        RunTool({"model", "diff", generic.Path() + "/final.vds", generic.Path() + "/generic.vds"});
+    EXPECT_EQ(diff.status, 0) << diff.out << diff.err;
 }
