@@ -34,6 +34,10 @@ rm -rf "$export_out"
 echo "== the scout's walk scene exported whole (meshes and animation keys, as the options dialog's defaults)" >&2
 "$tq7z" export "$scout/walk.json" "$export_out/whole/walk.sgm"
 "$tq7z" model info "$export_out/whole/walk.sgm"
+echo "== the scout's walk model in the final form (DXT1 textures), and compared with the model it came from" >&2
+"$tq7z" model convert "$export_out/whole/walk.sgm" "$export_out/whole/walk.tqm" --dxt 1
+"$tq7z" model info "$export_out/whole/walk.tqm"
+"$tq7z" model diff "$export_out/whole/walk.sgm" "$export_out/whole/walk.tqm" --ignore-textures
 echo "== the burn configuration of a sample file, merged from the .burn files above it (then a folder's, as JSON)" >&2
 "$tq7z" burn config samples/project/art/generic/units/tank/readme.txt
 "$tq7z" burn config samples/project/art/generic/units --json
