@@ -1,5 +1,6 @@
 // tq7z image info FILE [--json] and tq7z image convert IN OUT [--type N] [--mips]: what an image
-// file holds, and conversion between image files and the chunk form.
+// file holds, and conversion between image files and the chunk form, DXT encoding and decoding
+// included.
 #include "cli/command.h"
 
 #include "image/imageload.h"
@@ -93,6 +94,12 @@ private:
 bool IsChunkFile(const std::string& file)
 {
     return FilePathUtil::HasExtension(file.c_str(), "img");
+}
+
+// Files of pixels for any viewer: compressed blocks are decoded before they are written.
+bool IsPixelFile(const std::string& file)
+{
+    return FilePathUtil::HasExtension(file.c_str(), "tga") || FilePathUtil::HasExtension(file.c_str(), "jpg");
 }
 
 // The first "IMAG" folder at the top of a chunk file.
@@ -235,6 +242,9 @@ int RunConvert(const std::string& in, const std::string& out, int type, bool mip
     }
     if (type != IMAGETYPE_ASFILE && !ConvertTo(type, pImage))
         return 1;
+    if (type == IMAGETYPE_ASFILE && pImage->IsCompressed() && IsPixelFile(out) &&
+        !ConvertTo(IMAGETYPE_RGBA32, pImage))
+        return 1;
 
     // The chunk form carries the name of the image: the input's base name.
     char baseName[FilePathUtil::MAXPATH] = "";
@@ -287,8 +297,10 @@ cli::CommandRegistrar s_image(
             ".jpg (converted to RGB888, quality 100), .dds (types 8, 10, 11 with power-of-two sides), or\n"
             ".img, a chunk file holding one IMAG folder named after IN (any type but 4, 5 and 6).\n"
             "--type converts first (12 keeps the type of IN); the pairs handled are: to 0 from 1, 2, 4, 5,\n"
-            "6, 7; to 1 from 2; to 2 from 0 and 7; to 6 and 7 from 0. --mips builds the mip chain (on\n"
-            "32-bit pixels) before that.\n");
+            "6, 7, 8, 10, 11; to 1 from 2; to 2 from 0 and 7; to 6 and 7 from 0; to 8, 10, 11 (DXT1, DXT3,\n"
+            "DXT5, encoded on all cores) from any type. --mips builds the mip chain (on 32-bit pixels)\n"
+            "before that. Without --type, a DXT image written as .tga or .jpg is decoded to type 0, so a\n"
+            "DDS or a compressed texture can be looked at in any viewer (a .tga holds the top level).\n");
         static std::string s_in;
         static std::string s_out;
         static int s_type = IMAGETYPE_ASFILE;

@@ -1,16 +1,19 @@
 // Image::Convert: a new image of a wanted type from an image of another.
 //
 // Pairs handled (target <- sources):
-//   RGBA32    <- RGBA32, LUMINANCE, PALETTE, RGB565, RGBA5551, RGBA4444, RGB888
+//   RGBA32    <- RGBA32, LUMINANCE, PALETTE, RGB565, RGBA5551, RGBA4444, RGB888, DXT1, DXT3, DXT5
+//   DXT1, DXT3, DXT5 <- every type: through RGBA32 when the source isn't
 //   LUMINANCE <- PALETTE (the index bytes are copied as they are)
 //   PALETTE   <- RGBA32 (quantised to 256 colours), PALETTE (copied with its palette), RGB888
 //   RGBA4444  <- RGBA32
 //   RGB888    <- RGBA32
 // Any type converts to itself by a copy. Every other pair is the fatal "Conversion not handled".
-// Pixel conversions run over every level; quantising works on level 0 and gives one level.
+// Pixel conversions and block coding (imagedxt.h) run over every level; quantising works on level 0
+// and gives one level.
 #include "foundation/debug.h"
 #include "foundation/output.h"
 #include "image/image.h"
+#include "image/imagedxt.h"
 #include "image/imagepalettize.h"
 #include "image/imagetypes.h"
 
@@ -84,9 +87,21 @@ std::unique_ptr<Image> ToRGBA32(const Image& src)
         return WidenToRGBA32<Image_RGBA4444::Pixel>(src);
     case IMAGETYPE_RGB888:
         return WidenToRGBA32<Image_RGB888::Pixel>(src);
+    case IMAGETYPE_DXT1:
+    case IMAGETYPE_DXT3:
+    case IMAGETYPE_DXT5:
+        return ImageDXT::Decode(src);
     default:
         dbFatal("Conversion not handled");
     }
+}
+
+std::unique_ptr<Image> ToCompressed(int targetType, const Image& src)
+{
+    if (src.GetImageType() == IMAGETYPE_RGBA32)
+        return ImageDXT::Encode(targetType, src);
+    std::unique_ptr<Image> pWide = ToRGBA32(src);
+    return pWide ? ImageDXT::Encode(targetType, *pWide) : nullptr;
 }
 
 // Level 0 alone, as the palette is made from it.
@@ -109,7 +124,10 @@ bool Image::CanConvert(int targetType, int sourceType)
     switch (targetType)
     {
     case IMAGETYPE_RGBA32:
-        return !IsCompressedType(sourceType);
+    case IMAGETYPE_DXT1:
+    case IMAGETYPE_DXT3:
+    case IMAGETYPE_DXT5:
+        return true;
     case IMAGETYPE_LUMINANCE:
         return sourceType == IMAGETYPE_PALETTE;
     case IMAGETYPE_PALETTE:
@@ -170,6 +188,11 @@ std::unique_ptr<Image> Image::Convert(int targetType, const Image& src)
                 dbFatal("Conversion not handled");
             pDst = MapPixels<Image_RGB888, Colour>(src, [](const Colour& c)
                                                    { return Image_RGB888::Pixel::FromColour(c); });
+            break;
+        case IMAGETYPE_DXT1:
+        case IMAGETYPE_DXT3:
+        case IMAGETYPE_DXT5:
+            pDst = ToCompressed(targetType, src);
             break;
         default:
             dbFatal("Conversion not handled");

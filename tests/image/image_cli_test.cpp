@@ -1,4 +1,6 @@
 // tq7z image info and tq7z image convert, run as the built program on the sample images.
+#include "image/imageload.h"
+#include "image_test_util.h"
 #include "support/runtool.h"
 
 #include <gtest/gtest.h>
@@ -113,9 +115,9 @@ TEST_F(ImageCommand, ConvertToATypeAndWithMips)
 
 TEST_F(ImageCommand, ConversionsOutsideTheTableAndUnknownOutputsExitOne)
 {
-    ToolRun run = Run("convert " + s_samples + "walker_normal.dds " + Out("x.tga") + " --type 0");
+    ToolRun run = Run("convert " + s_samples + "walker_normal.dds " + Out("x.tga") + " --type 7");
     EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("cannot be converted to type 0"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("cannot be converted to type 7"), std::string::npos) << run.err;
     EXPECT_FALSE(std::filesystem::exists(Out("x.tga")));
 
     run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("x.tga") + " --type 9");
@@ -126,5 +128,45 @@ TEST_F(ImageCommand, ConversionsOutsideTheTableAndUnknownOutputsExitOne)
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.err.find("Unrecognized file type"), std::string::npos) << run.err;
     EXPECT_FALSE(std::filesystem::exists(Out("x.png")));
+}
+
+// The pixels of level 0 of a TGA file, in memory order.
+std::vector<uint8> TGAPixels(const std::string& path)
+{
+    std::unique_ptr<Image> p = imagetest::LoadFile(path, &ImageLoad::LoadTGA);
+    if (!p)
+        return {};
+    return std::vector<uint8>(p->GetData(0), p->GetData(0) + p->GetDataSize(0));
+}
+
+TEST_F(ImageCommand, DXTFilesConvertToTGAAndBack)
+{
+    // DDS files of another tool give that tool's own pixels, as type 0 with or without --type.
+    for (const char* name : {"dxt1_16x16", "dxt5_8x8"})
+    {
+        const std::string dds = std::string(TQ7Z_IMAGE_DATA) + "/" + name + ".dds";
+        for (const char* type : {"", " --type 0"})
+        {
+            ToolRun run = Run("convert " + dds + " " + Out("d.tga") + type);
+            ASSERT_EQ(run.status, 0) << run.err;
+            EXPECT_EQ(TGAPixels(Out("d.tga")), TGAPixels(std::string(TQ7Z_IMAGE_DATA) + "/" + name + ".tga"))
+                << name << type;
+        }
+    }
+
+    // --type 11 encodes the whole chain, which the TGA writer decodes again.
+    ToolRun run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("w.dds") + " --mips --type 11");
+    ASSERT_EQ(run.status, 0) << run.err;
+    run = Run("info --json " + Out("w.dds"));
+    EXPECT_EQ(run.out, "{\"type\": 11, \"width\": 64, \"height\": 32, \"mips\": 7, \"source_format\": 7}\n");
+    run = Run("convert " + Out("w.dds") + " " + Out("w.tga"));
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(TGAPixels(Out("w.tga")).size(), 64u * 32u * 4u);
+
+    // The chunk form keeps the blocks.
+    run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("w.img") + " --type 8");
+    ASSERT_EQ(run.status, 0) << run.err;
+    run = Run("info --json " + Out("w.img"));
+    EXPECT_EQ(run.out, "{\"type\": 8, \"width\": 64, \"height\": 32, \"mips\": 1, \"source_format\": 8}\n");
 }
 #endif

@@ -178,9 +178,10 @@ TEST(ImageConvert, PairsOutsideTheTableAreFatal)
     for (int target = 0; target < 12; ++target)
         for (int source = 0; source < 12; ++source)
             allowed += Image::CanConvert(target, source) ? 1 : 0;
-    EXPECT_EQ(allowed, 10 + 6 + 1 + 2 + 1 + 1); // 10 same-type copies, 6 to RGBA32, 1, 2, 1, 1 more
+    // 10 same-type copies, 9 to RGBA32, 9 to each compressed type, then 1, 2, 1, 1 more.
+    EXPECT_EQ(allowed, 10 + 9 + 3 * 9 + 1 + 2 + 1 + 1);
     EXPECT_FALSE(Image::CanConvert(IMAGETYPE_RGB565, IMAGETYPE_RGBA32));
-    EXPECT_FALSE(Image::CanConvert(IMAGETYPE_RGBA32, IMAGETYPE_DXT1));
+    EXPECT_FALSE(Image::CanConvert(IMAGETYPE_RGB888, IMAGETYPE_DXT1));
     EXPECT_TRUE(Image::CanConvert(IMAGETYPE_PALETTE, IMAGETYPE_RGB888));
 
     dbg::ScopedThrowOnAssert throwing;
@@ -190,8 +191,8 @@ TEST(ImageConvert, PairsOutsideTheTableAreFatal)
     Image_Luminance lum;
     lum.Allocate(4, 4);
     const std::pair<int, const Image*> bad[] = {
-        {IMAGETYPE_RGB565, p32.get()},  {IMAGETYPE_LUMINANCE, p32.get()}, {IMAGETYPE_RGBA32, &dxt},
-        {IMAGETYPE_DXT1, p32.get()},    {IMAGETYPE_RGB888, &lum},         {IMAGETYPE_PALETTE, &lum},
+        {IMAGETYPE_RGB565, p32.get()},  {IMAGETYPE_LUMINANCE, p32.get()}, {IMAGETYPE_RGB888, &dxt},
+        {IMAGETYPE_PALETTE, &dxt},      {IMAGETYPE_RGB888, &lum},         {IMAGETYPE_PALETTE, &lum},
         {IMAGETYPE_RGBA5551, p32.get()}};
     for (const auto& [target, pSrc] : bad)
     {

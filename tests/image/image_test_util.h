@@ -6,6 +6,7 @@
 #include "storage/bytestreamadapter.h"
 #include "storage/ramstream.h"
 #include "support/logcapture.h"
+#include "support/tempfolder.h"
 
 #include <cstring>
 #include <functional>
@@ -90,5 +91,17 @@ inline std::vector<uint8> WriteTo(const std::function<void(ByteStreamAdapter&)>&
     write(adapter);
     const uint8* p = stream.GetBuffer();
     return std::vector<uint8>(p, p + stream.GetLength());
+}
+
+// Runs a file reader (ImageLoad::LoadTGA and the like) on the bytes of a file on disk.
+template <class Reader> std::unique_ptr<Image> LoadFile(const std::string& path, Reader reader)
+{
+    const std::string text = TempFolder::Read(path);
+    return ReadFrom<std::unique_ptr<Image>>(std::vector<uint8>(text.begin(), text.end()),
+                                            [&](ByteStreamAdapter& adapter)
+                                            {
+                                                int sourceFormat = 0;
+                                                return reader(adapter, path.c_str(), &sourceFormat);
+                                            });
 }
 } // namespace imagetest
