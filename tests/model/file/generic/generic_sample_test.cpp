@@ -302,7 +302,12 @@ TEST(ModelCommands, FinalFormReadsBackAsTheModelItCameFrom)
     EXPECT_TRUE(TempFolder::Read(folder / "again.tqe") == TempFolder::Read(folder / "w.tqe"));
     ASSERT_EQ(RunTool({"model", "convert", folder / "w.tqm", folder / "back.sgm"}).status, 0);
     EXPECT_EQ(FormatOf(folder / "back.sgm"), "generic");
-    EXPECT_EQ(RunTool({"model", "diff", walker, folder / "back.sgm"}).status, 0);
+    // The final reader has the device make the levels below a lone top image, and the generic
+    // writer keeps them: the textures gain levels on the way back, the rest is the same.
+    const ToolRun back = RunTool({"model", "diff", walker, folder / "back.sgm"});
+    EXPECT_EQ(back.status, 1);
+    EXPECT_EQ(Count(back.out, "/mips: 1 vs "), 2u) << back.out;
+    EXPECT_EQ(RunTool({"model", "diff", walker, folder / "back.sgm", "--ignore-textures"}).status, 0);
 
     // Compressed textures keep their size only; the pixels are not held against them.
     ASSERT_EQ(RunTool({"model", "convert", walker, folder / "dxt.tqm", "--dxt", "1"}).status, 0);
