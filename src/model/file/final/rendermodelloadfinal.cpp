@@ -119,8 +119,8 @@ void WriteMarkers(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel&
 void ReadCameras(Chunky& chunky, ByteStreamAdapter& adapter, RenderModel& model)
 {
     Payload payload(adapter, chunky.ReadDataChunk(ID_CAMS, CAMSVersion));
-    // A camera takes its name's length and 72 bytes of fields.
-    const uint32 count = payload.ReadCount(4 + 72);
+    // A camera takes its name's length and 52 bytes of fields.
+    const uint32 count = payload.ReadCount(4 + 52);
     const int32 first = model.GetCCameraCount();
     model.SetCCameraCount(first + int32(count));
     for (uint32 i = 0; i < count; ++i)

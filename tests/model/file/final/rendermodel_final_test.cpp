@@ -1,0 +1,562 @@
+#include "model/file/final/rendermodelloadfinal.h"
+
+#include "model/file/final/final_test_util.h"
+#include "model/file/final/finalchunk.h"
+#include "support/logcapture.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+using namespace final_test;
+using model_test::FileHeader;
+
+namespace
+{
+std::string ReadFile(const std::filesystem::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+std::vector<uint32> Words(const ra::Mesh& mesh, uint32 level, uint32 component)
+{
+    std::vector<uint32> c;
+    if (fr::VertexSet* pSet = mesh.GetVertexSet(level))
+        ra::ReadStreamWords(*pSet, component, c);
+    return c;
+}
+
+std::vector<uint16> Indices(const ra::Mesh& mesh, int32 primSet, uint32 level)
+{
+    const fr::PrimSet* pSet = mesh.GetPrimSet(primSet, level);
+    std::vector<uint16> c(pSet ? pSet->GetIndexCount() : 0);
+    if (pSet)
+        pSet->ReadIndices(0, uint32(c.size()), c);
+    return c;
+}
+
+// What the generic form does not carry: a low level of detail and the shadow arrays.
+void AddLowLevelAndShadows(ra::Mesh& mesh)
+{
+    fr::VertexType type;
+    type.set(fr::VC_Position);
+    type.set(fr::VC_Normal);
+    std::unique_ptr<fr::VertexSet> pLow = ra::CreateVertexSet(type, 3);
+    ra::WriteStreamWords(*pLow, fr::VC_Position, FloatWords(3, 3, 0.5f, -1.0f));
+    ra::WriteStreamWords(*pLow, fr::VC_Normal, FloatWords(3, 3, 0.25f, 2.0f));
+    mesh.SetVertexSet(ra::Mesh::Poly_Low, std::move(pLow));
+    mesh.SetPrimSet(0, ra::Mesh::Poly_Low, TriangleList({2, 1, 0}));
+    mesh.SetPolyCount(ra::Mesh::Poly_Low, 1);
+    mesh.SetShadowVertices({{1, 2, 3}, {4, 5, 6}});
+    ra::ShadowEdge edge;
+    for (size_t i = 0; i < sizeof(edge.data); ++i)
+        edge.data[i] = uint8(i * 7);
+    mesh.SetShadowEdges({edge});
+    ra::ShadowFace face;
+    for (size_t i = 0; i < sizeof(face.data); ++i)
+        face.data[i] = uint8(200 - i);
+    mesh.SetShadowFaces({face, face});
+}
+
+void ExpectSameLowLevelAndShadows(const ra::Mesh& a, const ra::Mesh& b)
+{
+    EXPECT_EQ(Words(a, ra::Mesh::Poly_Low, fr::VC_Position), Words(b, ra::Mesh::Poly_Low, fr::VC_Position));
+    EXPECT_EQ(Words(a, ra::Mesh::Poly_Low, fr::VC_Normal), Words(b, ra::Mesh::Poly_Low, fr::VC_Normal));
+    for (int32 i = 0; i < a.GetPrimSetCount(); ++i)
+        EXPECT_EQ(Indices(a, i, ra::Mesh::Poly_Low), Indices(b, i, ra::Mesh::Poly_Low)) << i;
+    EXPECT_EQ(a.GetShadowVertices().size(), b.GetShadowVertices().size());
+    EXPECT_EQ(0, std::memcmp(a.GetShadowVertices().data(), b.GetShadowVertices().data(),
+                             a.GetShadowVertices().size() * sizeof(ra::Vec3)));
+    ASSERT_EQ(a.GetShadowEdges().size(), b.GetShadowEdges().size());
+    EXPECT_EQ(0, std::memcmp(a.GetShadowEdges().data(), b.GetShadowEdges().data(),
+                             a.GetShadowEdges().size() * sizeof(ra::ShadowEdge)));
+    ASSERT_EQ(a.GetShadowFaces().size(), b.GetShadowFaces().size());
+    EXPECT_EQ(0, std::memcmp(a.GetShadowFaces().data(), b.GetShadowFaces().data(),
+                             a.GetShadowFaces().size() * sizeof(ra::ShadowFace)));
+}
+
+// The payload of a final mesh "DATA": rigid, positions only, no skin.
+struct MeshData
+{
+    std::vector<float> cHigh; // 3 floats a vertex
+    std::vector<float> cLow;
+    std::vector<uint16> cHighIndex;
+    std::vector<uint16> cLowIndex;
+    uint32 shadowVertices = 0;
+    uint32 shadowEdges = 0;
+    uint32 shadowFaces = 0;
+};
+
+std::string IndexList(const std::vector<uint16>& c)
+{
+    Bytes b;
+    b.I32(int32(c.size()));
+    if (c.empty())
+        return b;
+    for (uint16 i : c)
+        b.U16(i);
+    return b.U16(*std::min_element(c.begin(), c.end())).U16(0);
+}
+
+std::string MeshPayload(const MeshData& m)
+{
+    Bytes b;
+    b.U32(0).U8(1).I32(1).I32(0).I32(0);
+    b.I32(int32(m.cHigh.size() / 3)).U32(1u << fr::VC_Position);
+    for (float f : m.cHigh)
+        b.F32(f);
+    b.I32(int32(m.cLow.size() / 3));
+    if (!m.cLow.empty())
+    {
+        b.U32(1u << fr::VC_Position);
+        for (float f : m.cLow)
+            b.F32(f);
+    }
+    b.I32(1).Str("plain").Add(IndexList(m.cHighIndex)).Add(IndexList(m.cLowIndex));
+    b.I32(int32(m.shadowVertices));
+    for (uint32 i = 0; i < m.shadowVertices; ++i)
+        b.Vec3(float(i), 0, 0);
+    b.I32(int32(m.shadowEdges)).Add(std::string(m.shadowEdges * 24, 'e'));
+    b.I32(int32(m.shadowFaces)).Add(std::string(m.shadowFaces * 40, 'f'));
+    return b;
+}
+
+std::string ObbBytes()
+{
+    ra::OBB box;
+    box.scale = {1, 1, 1};
+    return Bytes().U8(1).Raw(&box, sizeof(box));
+}
+
+// A group of one local mesh, whose "DATA" is `meshData` as given.
+std::string MeshGroupChunk(const char* meshName, const std::string& meshData)
+{
+    return Folder("MSGR", 1,
+                  Folder("MSLC", 1, Data("DATA", 2, meshData) + Data("BVOL", 2, ObbBytes()), meshName) +
+                      Data("DATA", 1, Bytes().I32(1).Str(meshName).Str("").U32(uint32(-1))) +
+                      Data("BVOL", 2, Bytes().U8(0)));
+}
+
+std::string AnimChunk(const char* name, const std::string& data)
+{
+    return Folder("ANIM", 3, Data("DATA", 2, data, name), name);
+}
+
+// An animation of no bones: 5 frames in a quarter second.
+std::string EmptyAnimData()
+{
+    return Bytes().I32(5).F32(0.25f).I32(0).I32(0).I32(0);
+}
+
+std::string ModelFile(const char* name, const std::string& children)
+{
+    return FileHeader() + Folder("RSGM", 3, children, name);
+}
+
+// A motion of no animations, as "MTON" holds it.
+std::string MotionPayload()
+{
+    return Bytes()
+        .I32(0)
+        .I32(0)
+        .U8(0)
+        .I32(0)
+        .I32(0)
+        .Floats({0, 0, 0, 0})
+        .F32(0.2f)
+        .Floats({0, 0, 0, 0})
+        .U8(0)
+        .U8(0)
+        .U8(0);
+}
+} // namespace
+
+TEST(FinalModel, ModelWrittenAndReadBackHasTheSameContentAndRewritesTheSameBytes)
+{
+    FinalEnv e;
+    ScopedShadowManager shadows;
+    Inv::Warehouse::Get()->PushFrame("built");
+    std::unique_ptr<RenderModel> pBuilt = BuildFinalWalker();
+    AddLowLevelAndShadows(*pBuilt->GetMeshGroup()->GetMesh(0));
+    ASSERT_TRUE(RenderModelLoadFinal::Save("DATA:art/walker", *pBuilt));
+    Inv::Warehouse::Get()->PopFrame();
+    const std::string tqm = e.data.Read("art/walker.tqm");
+    const std::string tqe = e.data.Read("art/walker.tqe");
+    EXPECT_EQ(RootChildren(tqm, FinalChunk::ID_RSGM, 3),
+              (std::vector<std::string>{"TXTR:art/textures/walker_skin", "TXTR:art/textures/walker_glow",
+                                        "SHDR:walker_skin", "SHDR:walker_glow",
+                                        "SKEL:", "MSGR:", "MARK:", "CAMS:", "ANIM:walk", "ANIM:idle"}));
+    EXPECT_EQ(RootChildren(tqe, FinalChunk::ID_REBP, 4),
+              (std::vector<std::string>{"EVCT:", "CLST:", "CONL:", "MODL:", "MTRE:", "ACTS:", "SEUI:"}));
+
+    // Read in a frame of its own, which doesn't see the shaders and textures of the built one.
+    Inv::Warehouse::Get()->PushFrame("read");
+    std::unique_ptr<RenderModel> pRead;
+    {
+        LogCapture log;
+        pRead = RenderModelLoadFinal::Load("art/walker");
+        EXPECT_TRUE(log.Has("RENDER MODEL USAGE -- Loading model 'art/walker'..."));
+    }
+    ASSERT_TRUE(pRead);
+    EXPECT_TRUE(SameBytes(GenericBytes(*pRead), GenericBytes(*pBuilt)));
+    ExpectSameLowLevelAndShadows(*pBuilt->GetMeshGroup()->GetMesh(0), *pRead->GetMeshGroup()->GetMesh(0));
+    EXPECT_EQ(pRead->GetMeshGroup()->GetPolyCount(ra::Mesh::Poly_Low), 1);
+    ASSERT_TRUE(RenderModelLoadFinal::Save("DATA:art/again.tqm", *pRead));
+    Inv::Warehouse::Get()->PopFrame();
+    EXPECT_TRUE(SameBytes(e.data.Read("art/again.tqm"), tqm));
+    EXPECT_TRUE(SameBytes(e.data.Read("art/again.tqe"), tqe));
+}
+
+// The top level of every texture of the model's shaders, by texture name: what a model keeps of
+// its textures when the game's reader makes the lower levels itself.
+std::map<std::string, std::vector<uint8>> TopLevels(const RenderModel& model)
+{
+    std::map<std::string, std::vector<uint8>> cTop;
+    const ra::MeshGroup* pGroup = model.GetMeshGroup();
+    for (int32 i = 0; pGroup && i < pGroup->GetShaderCount(); ++i)
+        for (uint32 channel = 0; channel < Shader::CN_Count; ++channel)
+        {
+            const Texture* pTexture = pGroup->GetShader(i)->GetTexture(channel).Get();
+            if (pTexture == nullptr || pTexture->GetTexture() == nullptr)
+                continue;
+            const fr::Texture& render = *pTexture->GetTexture();
+            std::vector<uint8> bytes(size_t(render.GetLevelPitch(0)) * render.GetLevelRows(0));
+            render.Read(0, 0, 0, render.GetWidth(), render.GetHeight(), bytes, render.GetLevelPitch(0));
+            cTop[pTexture->GetName()] = bytes;
+        }
+    return cTop;
+}
+
+TEST(FinalModel, SampleWalkerConvertsToFinalAndBackToTheSameGenericFiles)
+{
+    const std::filesystem::path samples =
+        (std::filesystem::path(__FILE__).parent_path() / "../../../../samples/models").lexically_normal();
+    const std::string sgm = ReadFile(samples / "walker.sgm");
+    const std::string ebp = ReadFile(samples / "walker.ebp");
+    ASSERT_FALSE(sgm.empty());
+    FinalEnv e;
+    e.generic.Write("walker.sgm", sgm);
+    e.generic.Write("walker.ebp", ebp);
+    ModelSaveFlags noTextures;
+    noTextures.shaders = false;
+    auto withoutTextures = [&](const RenderModel& model)
+    {
+        return WriteChunks([&](Chunky& c, ByteStreamAdapter& a)
+                           { RenderModelLoadGeneric::Save(c, a, model, noTextures); });
+    };
+
+    Inv::Warehouse::Get()->PushFrame("generic");
+    std::unique_ptr<RenderModel> pGeneric = RenderModelLoadGeneric::Load("GENERIC:walker", true);
+    ASSERT_TRUE(pGeneric);
+    ASSERT_TRUE(RenderModelLoadFinal::Save("DATA:walker", *pGeneric));
+    Inv::Warehouse::Get()->PopFrame();
+    // A frame beside the first, which doesn't see its shaders and textures.
+    Inv::Warehouse::Get()->PushFrame("final");
+    std::unique_ptr<RenderModel> pFinal = RenderModelLoadFinal::Load("walker");
+    ASSERT_TRUE(pFinal);
+    ASSERT_TRUE(RenderModelLoadGeneric::Save("GENERIC:back.sgm", *pFinal));
+    // The game's reader makes the levels below a lone top level itself: those are the only
+    // difference, so the shaders and the top levels are compared apart from the rest.
+    EXPECT_TRUE(SameBytes(withoutTextures(*pFinal), withoutTextures(*pGeneric)));
+    EXPECT_EQ(TopChunks(e.generic.Read("back.sgm")), TopChunks(sgm));
+    EXPECT_EQ(RootChildren(e.generic.Read("back.sgm"), FourCC("RSGM"), 1),
+              RootChildren(sgm, FourCC("RSGM"), 1));
+    const auto cTop = TopLevels(*pFinal);
+    EXPECT_EQ(cTop.size(), 2u);
+    EXPECT_EQ(cTop, TopLevels(*pGeneric));
+    EXPECT_TRUE(SameBytes(e.generic.Read("back.ebp"), ebp));
+    Inv::Warehouse::Get()->PopFrame();
+}
+
+TEST(FinalModel, MarkersAndCamerasAreOneChunkEachAndOnlyWhenThereAreAny)
+{
+    FinalEnv e;
+    struct Case
+    {
+        int32 markers;
+        int32 cameras;
+        std::vector<std::string> children;
+    } const cases[] = {
+        {0, 0, {}},
+        {2, 0, {"MARK:"}},
+        {0, 1, {"CAMS:"}},
+        {1, 3, {"MARK:", "CAMS:"}},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.markers * 10 + c.cameras);
+        RenderModel model("plain");
+        model.SetCMarkerCount(c.markers);
+        model.SetCCameraCount(c.cameras);
+        const std::string file =
+            WriteChunks([&](Chunky& ch, ByteStreamAdapter& a) { RenderModelLoadFinal::Save(ch, a, model); });
+        EXPECT_EQ(RootChildren(file, FinalChunk::ID_RSGM, 3), c.children);
+        EXPECT_FALSE(RenderModelLoadFinal::HasEntity(model));
+    }
+
+    // The chunks as the game reads them, built by hand.
+    const std::string mark = Bytes()
+                                 .I32(2)
+                                 .Str("muzzle")
+                                 .Str("arm")
+                                 .Floats({1, 0, 0, 0, 1, 0, 0, 0, 1, 4, 5, 6})
+                                 .Str("smoke")
+                                 .Str("")
+                                 .Floats({0, 0, 1, 0, 1, 0, 1, 0, 0, 0, 2, 0});
+    const std::string cams = Bytes()
+                                 .I32(1)
+                                 .Str("portrait")
+                                 .Vec3(1, 2, 3)
+                                 .Floats({0, 0.6f, 0, 0.8f})
+                                 .F32(0.5f)
+                                 .F32(0.25f)
+                                 .F32(90)
+                                 .Vec3(7, 8, 9);
+    e.data.Write("hand.tqm", ModelFile("hand", Data("MARK", 1, mark) + Data("CAMS", 1, cams)));
+    std::unique_ptr<RenderModel> pModel = RenderModelLoadFinal::Load("hand");
+    ASSERT_TRUE(pModel);
+    ASSERT_EQ(pModel->GetCMarkerCount(), 2);
+    EXPECT_EQ(Text(pModel->GetCMarker(0).name), "muzzle");
+    EXPECT_EQ(Text(pModel->GetCMarker(0).parentName), "arm");
+    EXPECT_EQ(pModel->GetCMarker(0).transform.Translation().y, 5.0f);
+    EXPECT_EQ(pModel->GetCMarker(1).parentName, ra::Name::INVALID);
+    ASSERT_EQ(pModel->GetCCameraCount(), 1);
+    const RenderModelCamera& camera = pModel->GetCCamera(0);
+    EXPECT_EQ(Text(camera.name), "portrait");
+    EXPECT_EQ(camera.position.z, 3.0f);
+    EXPECT_EQ(camera.orientation.w, 0.8f);
+    EXPECT_EQ(camera.fov, 0.5f);
+    EXPECT_EQ(camera.nearClip, 0.25f);
+    EXPECT_EQ(camera.farClip, 90.0f);
+    EXPECT_EQ(camera.target.x, 7.0f);
+}
+
+TEST(FinalModel, SecondModelReusesTheMeshAndAnimationOfTheSameNameWithoutReadingThem)
+{
+    FinalEnv e;
+    MeshData hull;
+    hull.cHigh = {0, 0, 0, 1, 0, 0, 0, 1, 0};
+    // The second file's chunks of the same names are not even valid: they are never read.
+    const std::string garbage = "\xff\xff\xff\xff";
+    e.data.Write("first.tqm", ModelFile("first", MeshGroupChunk("hull", MeshPayload(hull)) +
+                                                     AnimChunk("wave", EmptyAnimData())));
+    e.data.Write("second.tqm",
+                 ModelFile("second", MeshGroupChunk("hull", garbage) + AnimChunk("wave", garbage)));
+
+    Inv::Warehouse::Get()->PushFrame("alone");
+    EXPECT_FALSE(RenderModelLoadFinal::Load("second"));
+    Inv::Warehouse::Get()->PopFrame();
+
+    std::unique_ptr<RenderModel> pFirst = RenderModelLoadFinal::Load("first");
+    ASSERT_TRUE(pFirst);
+    std::unique_ptr<RenderModel> pSecond = RenderModelLoadFinal::Load("second");
+    ASSERT_TRUE(pSecond);
+    EXPECT_EQ(pSecond->GetMeshGroup()->GetMesh(0), pFirst->GetMeshGroup()->GetMesh(0));
+    EXPECT_EQ(pSecond->GetMeshGroup()->GetMesh(0)->GetVertexSet(ra::Mesh::Poly_High)->GetSize(), 3u);
+    ASSERT_EQ(pSecond->GetAnimList()->GetAnimCount(), 1);
+    EXPECT_EQ(pSecond->GetAnimList()->GetAnimNode(0)->GetAnim().Get(),
+              pFirst->GetAnimList()->GetAnimNode(0)->GetAnim().Get());
+}
+
+TEST(FinalModel, MeshDataReadsBothLevelsAndTheShadowArraysOnlyForAShadowManager)
+{
+    FinalEnv e;
+    MeshData m;
+    m.cHigh = {0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0};
+    m.cHighIndex = {0, 1, 2, 2, 1, 3};
+    m.cLow = {0, 0, 0, 1, 1, 0, 5, 5, 5};
+    m.cLowIndex = {0, 1, 2};
+    m.shadowVertices = 2;
+    m.shadowEdges = 1;
+    m.shadowFaces = 3;
+    e.data.Write("m.tqm", ModelFile("m", MeshGroupChunk("hull", MeshPayload(m))));
+    for (const bool manager : {false, true})
+    {
+        SCOPED_TRACE(manager);
+        std::unique_ptr<ScopedShadowManager> pShadows;
+        if (manager)
+            pShadows = std::make_unique<ScopedShadowManager>();
+        Inv::Warehouse::Get()->PushFrame(manager ? "with" : "without");
+        std::unique_ptr<RenderModel> pModel = RenderModelLoadFinal::Load("m");
+        ASSERT_TRUE(pModel);
+        const ra::Mesh& mesh = *pModel->GetMeshGroup()->GetMesh(0);
+        EXPECT_EQ(Indices(mesh, 0, ra::Mesh::Poly_High), m.cHighIndex);
+        EXPECT_EQ(Indices(mesh, 0, ra::Mesh::Poly_Low), m.cLowIndex);
+        ASSERT_TRUE(mesh.GetVertexSet(ra::Mesh::Poly_Low));
+        EXPECT_EQ(mesh.GetVertexSet(ra::Mesh::Poly_Low)->GetSize(), 3u);
+        EXPECT_EQ(Words(mesh, ra::Mesh::Poly_Low, fr::VC_Position).size(), 9u);
+        EXPECT_EQ(mesh.GetShadowVertices().size(), manager ? 2u : 0u);
+        EXPECT_EQ(mesh.GetShadowEdges().size(), manager ? 1u : 0u);
+        EXPECT_EQ(mesh.GetShadowFaces().size(), manager ? 3u : 0u);
+        if (manager)
+        {
+            EXPECT_EQ(mesh.GetShadowFaces()[2].data[39], 'f');
+        }
+        Inv::Warehouse::Get()->PopFrame();
+    }
+
+    // An index past the low level's vertices, or shadow arrays longer than the chunk, fail the load.
+    MeshData pastLow = m;
+    pastLow.cLowIndex = {0, 1, 3};
+    MeshData shortShadows = m;
+    const std::string cut = MeshPayload(shortShadows).substr(0, MeshPayload(shortShadows).size() - 40);
+    ScopedShadowManager shadows;
+    for (const std::string& payload : {MeshPayload(pastLow), cut})
+    {
+        e.data.Write("bad.tqm", ModelFile("bad", MeshGroupChunk("broken", payload)));
+        Inv::Warehouse::Get()->PushFrame("bad");
+        EXPECT_FALSE(RenderModelLoadFinal::Load("bad"));
+        Inv::Warehouse::Get()->PopFrame();
+    }
+}
+
+TEST(FinalModel, ActionNamingAMissingMotionFailsTheLoad)
+{
+    FinalEnv e;
+    e.data.Write("unit.tqm", ModelFile("unit", ""));
+    struct Case
+    {
+        const char* motion;
+        bool loads;
+    } const cases[] = {{"run", true}, {"walk", false}};
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.motion);
+        const std::string acts =
+            Bytes().I32(1).Str("attack").I32(1).Str(c.motion).I32(ra::Condition::CONDITIONTYPE_ALWAYS).I32(0);
+        e.data.Write("unit.tqe",
+                     FileHeader() + Folder("REBP", 4,
+                                           Folder("MTRE", 3, Data("MTON", 4, MotionPayload(), "run")) +
+                                               Data("ACTS", 1, acts)));
+        LogCapture log;
+        Inv::Warehouse::Get()->PushFrame(c.motion);
+        std::unique_ptr<RenderModel> pModel = RenderModelLoadFinal::Load("unit");
+        Inv::Warehouse::Get()->PopFrame();
+        EXPECT_EQ(bool(pModel), c.loads);
+        EXPECT_EQ(log.Has("'unit': Motion 'walk' referenced in action 'attack' is missing!"), !c.loads);
+        if (!pModel)
+            continue;
+        ASSERT_EQ(pModel->GetActionTree().GetActionCount(), 1);
+        EXPECT_EQ(pModel->GetActionTree().GetAction(0)->GetMotion(0).pMotion,
+                  pModel->GetMotionList().GetMotion(0));
+    }
+}
+
+TEST(FinalModel, CrossReferencedAnimationsComeFromTheirModelOrAddNothing)
+{
+    FinalEnv e;
+    e.data.Write("art/source.tqm", ModelFile("source", AnimChunk("wave", EmptyAnimData())));
+    e.data.Write("unit.tqm", ModelFile("unit", ""));
+    struct Case
+    {
+        const char* source;
+        const char* anim;
+        bool added;
+    } const cases[] = {
+        {"art/source", "wave", true},
+        {"art/source", "jump", false},
+        {"art/nothere", "wave", false},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(std::string(c.source) + " " + c.anim);
+        e.data.Write(
+            "unit.tqe",
+            FileHeader() +
+                Folder("REBP", 4,
+                       Folder("ANIM", 3, Data("XREF", 1, Bytes().Str(c.source).Str(c.anim)), c.anim)));
+        LogCapture log;
+        Inv::Warehouse::Get()->PushFrame("unit");
+        std::unique_ptr<RenderModel> pModel = RenderModelLoadFinal::Load("unit");
+        ASSERT_TRUE(pModel);
+        EXPECT_EQ(pModel->GetAnimList()->GetAnimCount(), c.added ? 1 : 0);
+        EXPECT_EQ(log.Has("'unit': XRef'ed Anim '" + std::string(c.anim) + "' in model '" + c.source +
+                          "' is missing!"),
+                  !c.added);
+        if (c.added)
+        {
+            EXPECT_EQ(Text(pModel->GetAnimList()->GetAnimNode(0)->GetXRefName()), c.source);
+        }
+        pModel.reset();
+        Inv::Warehouse::Get()->PopFrame();
+    }
+}
+
+TEST(FinalModel, TruncatedFilesGiveNullAndNoCrash)
+{
+    FinalEnv e;
+    {
+        std::unique_ptr<RenderModel> pBuilt = BuildWalker();
+        ASSERT_TRUE(RenderModelLoadFinal::Save("DATA:walker", *pBuilt));
+    }
+    const std::string tqm = e.data.Read("walker.tqm");
+    const std::string tqe = e.data.Read("walker.tqe");
+    // Each file cut short in turn, the other whole.
+    for (const bool cutModel : {true, false})
+    {
+        const std::string& whole = cutModel ? tqm : tqe;
+        for (size_t length = 0; length < whole.size(); length += 37)
+        {
+            SCOPED_TRACE(std::to_string(length) + (cutModel ? " of the .tqm" : " of the .tqe"));
+            e.data.Write("cut.tqm", cutModel ? tqm.substr(0, length) : tqm);
+            e.data.Write("cut.tqe", cutModel ? tqe : tqe.substr(0, length));
+            Inv::Warehouse::Get()->PushFrame("cut");
+            EXPECT_FALSE(RenderModelLoadFinal::Load("cut"));
+            Inv::Warehouse::Get()->PopFrame();
+        }
+    }
+}
+
+TEST(FinalModel, WritingTheMotionsWarnsOfMotionsTheGameMayPlayBadly)
+{
+    const std::string manyLine = "'walker': Motion 'walk_m' has more than one animation:";
+    const std::string skipLine =
+        "'walker': WARNING -- Motion 'walk_m' has an absolute modifier, has events, and "
+        "does not ignore transitions -- it may skip events";
+    struct Case
+    {
+        const char* what;
+        bool secondAnim;
+        bool absolute;
+        float transition; // walk lasts 1 second; its event is at 0.5
+        bool ignoreTransitions;
+        bool warnsMany;
+        bool warnsSkip;
+    } const cases[] = {
+        {"as built", false, false, 0.6f, false, false, false},
+        {"two animations", true, false, 0.0f, false, true, false},
+        {"event in the fade-out", false, true, 0.6f, false, false, true},
+        {"transitions ignored", false, true, 0.6f, true, false, false},
+        {"event before the fade-out", false, true, 0.2f, false, false, false},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        FinalEnv e;
+        std::unique_ptr<RenderModel> pModel = BuildWalker();
+        Motion* pWalk =
+            pModel->GetMotionList().GetMotion(pModel->GetMotionList().FindMotion(ra::MakeName("walk_m")));
+        if (c.secondAnim)
+            pWalk->AddAnimNode(pModel->GetAnimList()->GetAnimNode(1));
+        if (c.absolute)
+            pModel->GetModifierList().GetModifier(0)->SetType(Modifier::TYPE_ABSOLUTE);
+        pWalk->SetTransitionOutTime(c.transition);
+        pWalk->SetIgnoreTransitions(c.ignoreTransitions);
+        LogCapture log;
+        WriteChunks([&](Chunky& ch, ByteStreamAdapter& a)
+                    { RenderModelLoadFinal::SaveEntity(ch, a, *pModel); });
+        const LogCapture::Line* pMany = log.FindLine(manyLine);
+        EXPECT_EQ(pMany != nullptr, c.warnsMany);
+        if (pMany != nullptr)
+        {
+            EXPECT_EQ(pMany->channel, FourCC("MTAN"));
+            EXPECT_TRUE(log.Has("'walker': Animation: walk"));
+            EXPECT_TRUE(log.Has("'walker': Animation: idle"));
+        }
+        EXPECT_EQ(log.Has(skipLine), c.warnsSkip);
+    }
+}
