@@ -44,7 +44,6 @@ bool Setup()
     Inv::Warehouse::Create();
     FilePath::AddAlias("TOOL", "HD", 99, std::make_shared<FilePathHDRaw>());
     RenderModelLoadFinal::Register();
-    std::atexit([] { std::remove(SharedShaderPath().c_str()); });
     return true;
 }
 
@@ -57,6 +56,8 @@ void ReadSharedShader(const uint8_t* data, size_t size)
     if (std::fclose(pFile) != 0 || !written)
         return;
     std::unique_ptr<Shader> pShader = ShaderLoadFinal::LoadSharedFile(("TOOL:" + SharedShaderPath()).c_str());
+    // libFuzzer leaves without running exit handlers: nothing may stay behind.
+    std::remove(SharedShaderPath().c_str());
 }
 
 void Read(ByteStreamAdapter& adapter, const uint8_t* data, size_t size)
