@@ -1,18 +1,12 @@
 #include "model/file/generic/shaderloadgeneric.h"
 
-#include "foundation/debug.h"
-#include "foundation/output.h"
-#include "inventory/warehouse.h"
 #include "model/file/generic/genericchunk.h"
 #include "model/file/generic/textureloadgeneric.h"
+#include "model/file/shaderchunk.h"
 #include "model/shader/shaderimp.h"
 #include "model/shader/shadertypeinfo.h"
-#include "storage/bytestream.h"
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
-#include "storage/filepath.h"
-
-#include <exception>
 
 using namespace GenericChunk;
 using namespace ModelChunk;
@@ -25,99 +19,19 @@ const char* ShaderNameText(const Shader& shader)
     return text ? text : "";
 }
 
-void ReadInfo(Payload& payload, Shader& shader)
+// A texture that cannot be converted is logged and passed over: the generic form never fails a
+// file for it.
+bool SaveTextureOrPass(Chunky& chunky, ByteStreamAdapter& adapter, const Texture& texture)
 {
-    const int32 source = payload.ReadInt32();
-    const int32 destination = payload.ReadInt32();
-    const float floatParameter = payload.ReadFloat();
-    const int32 intParameter = payload.ReadInt32();
-    const uint8 byteParameter = payload.ReadUInt8();
-    shader.SetBlend(source, destination);
-    shader.SetFloat(floatParameter);
-    shader.SetInt(intParameter);
-    shader.SetByte(byteParameter);
-}
-
-void ReadChannel(Payload& payload, const ChunkInfo& info, Shader& shader, const char* modelName)
-{
-    const int32 channel = payload.ReadInt32();
-    const int32 method = payload.ReadInt32();
-    const uint32 colour = payload.ReadUInt32();
-    char texture[ra::MotionPayloadReader::MaxString + 1];
-    payload.ReadString(texture);
-    if (info.version == 2)
-        payload.ReadUInt8();
-    int32 mode[3];
-    for (int32& m : mode)
-        m = payload.ReadInt32();
-    const fr::Matrix44 transform = payload.ReadMatrix44();
-    const fr::Matrix44 transform2 = payload.ReadMatrix44();
-
-    if (channel < 0 || channel >= int32(Shader::FileChannelCount))
-        ThrowBadContent(payload.GetAdapter(), "Shader '%s': channel %d is not a channel of a model file!",
-                        ShaderNameText(shader), channel);
-    if (method < Shader::Method_Colour || method > Shader::Method_Blend)
-        ThrowBadContent(payload.GetAdapter(), "Shader '%s': channel %d has no method %d!",
-                        ShaderNameText(shader), channel, method);
-    const uint32 n = uint32(channel);
-    shader.SetMethod(n, method);
-    shader.SetColour(n, colour);
-    shader.SetBaseColour(n, colour);
-    shader.SetAddressMode(n, mode[0]);
-    shader.SetFilterMode(n, mode[1]);
-    shader.SetCoordMode(n, mode[2]);
-    shader.SetTransform(n, transform);
-    shader.SetBaseTransform(n, transform);
-    shader.SetTransform2(n, transform2);
-    // An empty name leaves method and colour as the file has them.
-    if (texture[0] != '\0')
-        SetChannelTextureByName(shader, n, texture, modelName, true);
-}
-
-// The textures of a shared shader file go into the inventory unless a texture of that name is
-// there already.
-void AddTexture(std::unique_ptr<Texture> pTexture)
-{
-    Inv::Warehouse* pWarehouse = Inv::Warehouse::Get();
-    if (!pTexture || !pWarehouse)
-        return;
-    Inv::Resource* pFound = nullptr;
-    if (pWarehouse->Find(&pFound, pTexture->GetName(), Texture::GetTypeInfo()))
-        return;
-    if (pWarehouse->Add(pTexture.get()).IsValid())
-        pTexture.release();
+    TextureLoadGeneric::Save(chunky, adapter, texture);
+    return true;
 }
 } // namespace
 
 std::unique_ptr<ShaderImp> ShaderLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter,
                                                    const char* modelName)
 {
-    const ChunkInfo shdr = chunky.ReadFolderChunk(ID_SHDR, SHDRVersion);
-    if (shdr.name.empty())
-        ThrowBadContent(adapter, "A shader has no name!");
-    auto pShader = std::make_unique<ShaderImp>(shdr.name.c_str());
-
-    ChunkInfo info;
-    while (chunky.NextChunk(info))
-    {
-        if (info.kind != Chunky::CT_Data)
-            continue;
-        if (info.id == ID_INFO)
-        {
-            Payload payload(adapter, chunky.ReadDataChunk(ID_INFO, SHDRInfoVersion));
-            ReadInfo(payload, *pShader);
-            chunky.CloseChunk();
-        }
-        else if (info.id == ID_CHAN)
-        {
-            const ChunkInfo chan = chunky.ReadDataChunk(ID_CHAN, CHANVersion);
-            Payload payload(adapter, chan);
-            ReadChannel(payload, chan, *pShader, modelName);
-            chunky.CloseChunk();
-        }
-    }
-    chunky.CloseChunk();
-    return pShader;
+    return ShaderChunk::Load(chunky, adapter, modelName, true);
 }
 
 Inv::Reference<Shader> ShaderLoadGeneric::LoadShared(Chunky& chunky, ByteStreamAdapter& adapter)
@@ -129,12 +43,7 @@ Inv::Reference<Shader> ShaderLoadGeneric::LoadShared(Chunky& chunky, ByteStreamA
     if (name[0] == '\0')
         ThrowBadContent(adapter, "A shared shader reference has no name!");
 
-    Inv::Reference<Shader> shaderRef = Inv::Load<Shader>(name);
-    if (!dbAssert(shaderRef.IsValid()))
-        return shaderRef;
-    if (Shader* pShader = shaderRef.Get())
-        pShader->SetShared(true);
-    return shaderRef;
+    return ShaderChunk::FindShared(name);
 }
 
 void ShaderLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Shader& shader)
@@ -151,102 +60,25 @@ void ShaderLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const S
 
 void ShaderLoadGeneric::SaveBody(Chunky& chunky, ByteStreamAdapter& adapter, const Shader& shader)
 {
-    chunky.OpenFolderChunk(ID_SHDR, SHDRVersion, ShaderNameText(shader));
-
-    chunky.OpenDataChunk(ID_INFO, SHDRInfoVersion, nullptr);
-    int32 source = 0, destination = 0;
-    shader.GetBlend(source, destination);
-    WriteInt32(adapter, source);
-    WriteInt32(adapter, destination);
-    WriteFloat(adapter, shader.GetFloat());
-    WriteInt32(adapter, shader.GetInt());
-    WriteUInt8(adapter, shader.GetByte());
-    chunky.CloseChunk();
-
-    for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
-    {
-        chunky.OpenDataChunk(ID_CHAN, CHANVersion, nullptr);
-        WriteInt32(adapter, int32(n));
-        WriteInt32(adapter, shader.GetMethod(n));
-        WriteUInt32(adapter, shader.GetColour(n));
-        const Texture* pTexture = shader.GetTexture(n).Get();
-        const char* textureName = pTexture ? pTexture->GetName() : nullptr;
-        adapter.WriteString(textureName ? textureName : "");
-        WriteInt32(adapter, shader.GetAddressMode(n));
-        WriteInt32(adapter, shader.GetFilterMode(n));
-        WriteInt32(adapter, shader.GetCoordMode(n));
-        WriteMatrix44(adapter, shader.GetTransform(n));
-        WriteMatrix44(adapter, shader.GetTransform2(n));
-        chunky.CloseChunk();
-    }
-    chunky.CloseChunk();
+    ShaderChunk::Save(chunky, adapter, shader);
 }
 
 void ShaderLoadGeneric::SaveTextures(Chunky& chunky, ByteStreamAdapter& adapter, const Shader& shader,
                                      std::set<const Texture*>& cWritten)
 {
-    for (uint32 n = 0; n < Shader::CN_Count; ++n)
-    {
-        const Texture* pTexture = shader.GetTexture(n).Get();
-        if (pTexture == nullptr || !cWritten.insert(pTexture).second)
-            continue;
-        TextureLoadGeneric::Save(chunky, adapter, *pTexture);
-    }
+    ShaderChunk::SaveTextures(chunky, adapter, shader, Shader::CN_Count, cWritten, SaveTextureOrPass);
 }
 
 bool ShaderLoadGeneric::SaveSharedFile(const char* filename, const Shader& shader)
 {
-    if (!dbAssert(filename))
-        return false;
-    return ra::WithChunkFile(filename, ByteStream::Mode_Write,
-                             [&shader](Chunky& chunky, ByteStreamAdapter& adapter)
-                             {
-                                 chunky.OpenFolderChunk(ID_SHRF, SHRFVersion, nullptr);
-                                 std::set<const Texture*> cWritten;
-                                 for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
-                                 {
-                                     const Texture* pTexture = shader.GetTexture(n).Get();
-                                     if (pTexture != nullptr && cWritten.insert(pTexture).second)
-                                         TextureLoadGeneric::Save(chunky, adapter, *pTexture);
-                                 }
-                                 ShaderLoadGeneric::SaveBody(chunky, adapter, shader);
-                                 chunky.CloseChunk();
-                             });
+    return ShaderChunk::SaveSharedFile(filename, shader, SaveTextureOrPass);
 }
 
 std::unique_ptr<Shader> ShaderLoadGeneric::LoadSharedFile(const char* path)
 {
-    if (!dbAssert(path))
-        return nullptr;
-    std::shared_ptr<ByteStream> pStream = FilePath::Open(path, ByteStream::Mode_Read);
-    if (!pStream)
-    {
-        dbWarningf("SHADER -- '%s': Unable to load!", path);
-        return nullptr;
-    }
-    try
-    {
-        ByteStreamAdapter adapter(*pStream);
-        Chunky chunky(adapter);
-        chunky.ReadFolderChunk(ID_SHRF, SHRFVersion);
-        std::unique_ptr<Shader> pShader;
-        ChunkInfo info;
-        while (!pShader && chunky.NextChunk(info))
-        {
-            if (info.kind == Chunky::CT_Folder && info.id == ID_TXTR)
-                AddTexture(TextureLoadGeneric::Load(chunky, adapter));
-            else if (info.kind == Chunky::CT_Folder && info.id == ID_SHDR)
-                pShader = Load(chunky, adapter, adapter.GetName());
-        }
-        if (!pShader)
-            dbWarningf("SHADER -- '%s': the file holds no shader!", path);
-        return pShader;
-    }
-    catch (const std::exception& e)
-    {
-        dbWarningf("SHADER -- '%s': %s", path, e.what());
-        return nullptr;
-    }
+    return ShaderChunk::LoadSharedFile(
+        path, [](Chunky& chunky, ByteStreamAdapter& adapter) { return TextureLoadGeneric::Load(chunky, adapter); },
+        true, false);
 }
 
 void ShaderLoadGeneric::Register()

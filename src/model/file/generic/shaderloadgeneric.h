@@ -1,12 +1,9 @@
 // The generic form of a shader: a "SHDR" folder named after the shader, holding "INFO" (blend and
 // the three parameters) and six "CHAN" chunks, one per file channel; or, for a shader that lives in
 // a shared shader file, an "SSHR" chunk that names it. Also the shared shader file itself (".vds"
-// under "GENERIC": a "SHRF" folder of the textures and one "SHDR").
+// under "GENERIC": a "SHRF" folder of the textures and one "SHDR"). The "SHDR" folder and the
+// shared shader file are model/file/shaderchunk.h, which the final form shares.
 //
-//   SHDR folder, version 1, name = shader name
-//     INFO data, version 1: i32 blend source, i32 blend destination, f32, i32, u8
-//     CHAN data, version 3 (x6): i32 channel, i32 method, u32 colour, string texture,
-//          [u8 reserved, version 2 only], i32 mode 1..3, mat44 transform, mat44 transform 2
 //   SSHR data, version 1: string shared shader name (from version 2 on, the chunk's name instead)
 //
 // The reader takes untrusted files: a damaged chunk throws Chunky::Exception (ByteStream::Exception

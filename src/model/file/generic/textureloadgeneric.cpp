@@ -4,6 +4,7 @@
 #include "foundation/output.h"
 #include "image/image.h"
 #include "image/imageload.h"
+#include "model/shader/textureimages.h"
 #include "render/device.h"
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
@@ -12,187 +13,6 @@
 
 #include <cstdio>
 #include <exception>
-
-namespace
-{
-// The image as the render layer can take it: itself, or a copy through IMAGETYPE_RGBA32.
-const Image* Prepared(const Image& image, std::unique_ptr<Image>& holder)
-{
-    fr::PixelFormat format;
-    if (TextureLoadGeneric::PixelFormatOf(image.GetImageType(), format))
-        return &image;
-    holder = Image::Convert(IMAGETYPE_RGBA32, image);
-    return holder.get();
-}
-
-// Copies one level of an image into a level of the texture.
-bool WriteLevel(fr::Texture& texture, uint32 textureLevel, const Image& image, uint32 imageLevel)
-{
-    const uint32 w = texture.GetLevelWidth(textureLevel);
-    const uint32 h = texture.GetLevelHeight(textureLevel);
-    if (image.GetWidth(imageLevel) != w || image.GetHeight(imageLevel) != h || !image.GetData(imageLevel))
-        return false;
-    const std::span<const uint8> data(image.GetData(imageLevel), image.GetDataSize(imageLevel));
-    return texture.Write(textureLevel, 0, 0, w, h, data, texture.GetLevelPitch(textureLevel));
-}
-} // namespace
-
-bool TextureLoadGeneric::PixelFormatOf(int imageType, fr::PixelFormat& format)
-{
-    switch (imageType)
-    {
-    case IMAGETYPE_RGBA32:
-        format = fr::PF_A8R8G8B8;
-        return true;
-    case IMAGETYPE_LUMINANCE:
-        format = fr::PF_L8;
-        return true;
-    case IMAGETYPE_RGB565:
-        format = fr::PF_R5G6B5;
-        return true;
-    case IMAGETYPE_RGBA5551:
-        format = fr::PF_A1R5G5B5;
-        return true;
-    case IMAGETYPE_RGB888:
-        format = fr::PF_R8G8B8;
-        return true;
-    case IMAGETYPE_DXT1:
-        format = fr::PF_DXT1;
-        return true;
-    case IMAGETYPE_DXT3:
-        format = fr::PF_DXT3;
-        return true;
-    case IMAGETYPE_DXT5:
-        format = fr::PF_DXT5;
-        return true;
-    default:
-        return false;
-    }
-}
-
-int TextureLoadGeneric::ImageTypeOf(fr::PixelFormat format)
-{
-    switch (format)
-    {
-    case fr::PF_R8G8B8:
-        return IMAGETYPE_RGB888;
-    case fr::PF_A8R8G8B8:
-        return IMAGETYPE_RGBA32;
-    case fr::PF_A1R5G5B5:
-        return IMAGETYPE_RGBA5551;
-    case fr::PF_R5G6B5:
-        return IMAGETYPE_RGB565;
-    case fr::PF_L8:
-        return IMAGETYPE_LUMINANCE;
-    case fr::PF_DXT1:
-        return IMAGETYPE_DXT1;
-    case fr::PF_DXT3:
-        return IMAGETYPE_DXT3;
-    case fr::PF_DXT5:
-        return IMAGETYPE_DXT5;
-    default:
-        return -1;
-    }
-}
-
-fr::ObjectPtr<fr::Texture> TextureLoadGeneric::CreateRenderTexture(const std::vector<const Image*>& images,
-                                                                   bool autoMip, const char* name)
-{
-    fr::Device* pDevice = fr::Interface::GetDevice();
-    if (!dbAssert(pDevice) || images.empty() || !dbAssert(images[0]))
-        return {};
-    std::unique_ptr<Image> firstHolder;
-    const Image* pFirst = Prepared(*images[0], firstHolder);
-    fr::PixelFormat format;
-    if (!pFirst || !PixelFormatOf(pFirst->GetImageType(), format))
-    {
-        dbWarningf("TEXTURES -- '%s': Unable to convert image for the render device!", name ? name : "");
-        return {};
-    }
-    const uint32 w = pFirst->GetWidth(), h = pFirst->GetHeight();
-
-    if (images.size() == 1 && autoMip && !pFirst->IsCompressed())
-    {
-        fr::ObjectPtr<fr::Texture> pTexture = pDevice->CreateTexture(w, h, 0, format, true);
-        if (!pTexture || !WriteLevel(*pTexture, 0, *pFirst, 0))
-            return {};
-        return pTexture;
-    }
-    if (pFirst->IsCompressed())
-    {
-        // A compressed image holds its own levels.
-        fr::ObjectPtr<fr::Texture> pTexture =
-            pDevice->CreateTexture(w, h, pFirst->GetMipCount(), format, false);
-        if (!pTexture)
-            return {};
-        for (uint32 level = 0; level < pTexture->GetMipCount(); ++level)
-            if (!WriteLevel(*pTexture, level, *pFirst, level))
-                return {};
-        return pTexture;
-    }
-
-    fr::ObjectPtr<fr::Texture> pTexture = pDevice->CreateTexture(w, h, uint32(images.size()), format, false);
-    if (!pTexture)
-        return {};
-    for (uint32 level = 0; level < pTexture->GetMipCount(); ++level)
-    {
-        std::unique_ptr<Image> holder;
-        const Image* pImage =
-            level == 0 ? pFirst : (images[level] ? Prepared(*images[level], holder) : nullptr);
-        if (!pImage || pImage->GetImageType() != pFirst->GetImageType() ||
-            !WriteLevel(*pTexture, level, *pImage, 0))
-        {
-            dbWarningf("TEXTURES -- '%s': image %u does not fit mip level %u!", name ? name : "", level,
-                       level);
-            return {};
-        }
-    }
-    return pTexture;
-}
-
-std::vector<std::unique_ptr<Image>> TextureLoadGeneric::ConvertToImages(const fr::Texture& texture,
-                                                                        const char* name)
-{
-    std::vector<std::unique_ptr<Image>> cImage;
-    const int type = ImageTypeOf(texture.GetFormat());
-    if (type < 0)
-        return cImage;
-    auto readLevel = [&texture](Image& image, uint32 imageLevel, uint32 textureLevel)
-    {
-        const std::span<uint8> out(image.GetData(imageLevel), image.GetDataSize(imageLevel));
-        return image.GetData(imageLevel) &&
-               texture.Read(textureLevel, 0, 0, texture.GetLevelWidth(textureLevel),
-                            texture.GetLevelHeight(textureLevel), out, texture.GetLevelPitch(textureLevel));
-    };
-    if (Image::IsCompressedType(type))
-    {
-        std::unique_ptr<Image> pImage = Image::Create(type);
-        pImage->SetMipCount(texture.GetMipCount());
-        if (!pImage->Allocate(texture.GetWidth(), texture.GetHeight()))
-            return {};
-        for (uint32 level = 0; level < texture.GetMipCount(); ++level)
-            if (!readLevel(*pImage, level, level))
-                return {};
-        pImage->SetName(name);
-        cImage.push_back(std::move(pImage));
-        return cImage;
-    }
-    for (uint32 level = 0; level < texture.GetMipCount(); ++level)
-    {
-        std::unique_ptr<Image> pImage = Image::Create(type);
-        if (!pImage->Allocate(texture.GetLevelWidth(level), texture.GetLevelHeight(level)) ||
-            !readLevel(*pImage, 0, level))
-            return {};
-        // Image files and the image chunk carry no 16-bit types: those widen to 32 bits.
-        if (type == IMAGETYPE_RGB565 || type == IMAGETYPE_RGBA5551)
-            pImage = Image::Convert(IMAGETYPE_RGBA32, *pImage);
-        if (!pImage)
-            return {};
-        pImage->SetName(name);
-        cImage.push_back(std::move(pImage));
-    }
-    return cImage;
-}
 
 std::unique_ptr<Texture> TextureLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, bool autoMip)
 {
@@ -212,14 +32,8 @@ std::unique_ptr<Texture> TextureLoadGeneric::Load(Chunky& chunky, ByteStreamAdap
         throw Chunky::Exception(6, "Read past the Chunk end!", adapter.GetPos());
     chunky.CloseChunk();
 
-    fr::Device* pDevice = fr::Interface::GetDevice();
-    const uint32 maxSide = pDevice ? pDevice->GetMaxTextureSize() : 0;
     std::vector<std::unique_ptr<Image>> cImage;
-    auto keep = [&](std::unique_ptr<Image> pImage)
-    {
-        if (pImage && pImage->GetWidth() <= maxSide && pImage->GetHeight() <= maxSide)
-            cImage.push_back(std::move(pImage));
-    };
+    auto keep = [&cImage](std::unique_ptr<Image> pImage) { TextureImages::KeepIfItFits(cImage, std::move(pImage)); };
 
     std::unique_ptr<Image> pFirst = ImageLoad::Load(chunky, adapter);
     if (!pFirst)
@@ -234,7 +48,7 @@ std::unique_ptr<Texture> TextureLoadGeneric::Load(Chunky& chunky, ByteStreamAdap
             keep(ImageLoad::Load(chunky, adapter));
     chunky.CloseChunk();
 
-    if (!dbAssert(pDevice))
+    if (!dbAssert(fr::Interface::GetDevice()))
         return nullptr;
     if (cImage.empty())
     {
@@ -245,7 +59,7 @@ std::unique_ptr<Texture> TextureLoadGeneric::Load(Chunky& chunky, ByteStreamAdap
     std::vector<const Image*> cView;
     for (const auto& p : cImage)
         cView.push_back(p.get());
-    fr::ObjectPtr<fr::Texture> pRender = CreateRenderTexture(cView, autoMip, name);
+    fr::ObjectPtr<fr::Texture> pRender = TextureImages::CreateRenderTexture(cView, autoMip, name);
     if (!pRender)
         return nullptr;
     return std::make_unique<Texture>(name, std::move(pRender));
@@ -256,7 +70,7 @@ bool TextureLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const 
     const char* name = texture.GetName() ? texture.GetName() : "";
     std::vector<std::unique_ptr<Image>> cImage;
     if (const fr::Texture* pRender = texture.GetTexture())
-        cImage = ConvertToImages(*pRender, name);
+        cImage = TextureImages::ConvertToImages(*pRender, name);
     if (cImage.empty())
     {
         dbWarningf("TEXTURES -- '%s': Unable to convert to an image!", name);
@@ -282,7 +96,7 @@ std::unique_ptr<Texture> TextureLoadGeneric::LoadFile(const char* filename)
         std::unique_ptr<Image> pImage = ImageLoad::Load(&sourceFormat, filename);
         if (!pImage)
             return nullptr;
-        fr::ObjectPtr<fr::Texture> pRender = CreateRenderTexture({pImage.get()}, true, filename);
+        fr::ObjectPtr<fr::Texture> pRender = TextureImages::CreateRenderTexture({pImage.get()}, true, filename);
         if (!pRender)
             return nullptr;
         return std::make_unique<Texture>(filename, std::move(pRender));
@@ -317,7 +131,7 @@ bool TextureLoadGeneric::SaveFile(const char* filename, const Texture& texture)
     {
         std::vector<std::unique_ptr<Image>> cImage;
         if (const fr::Texture* pRender = texture.GetTexture())
-            cImage = ConvertToImages(*pRender, filename);
+            cImage = TextureImages::ConvertToImages(*pRender, filename);
         if (cImage.empty())
         {
             dbWarningf("TEXTURES -- '%s': Unable to convert texture to an image!", filename);

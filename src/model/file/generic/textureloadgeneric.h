@@ -1,6 +1,7 @@
 // The generic form of a texture: a "TXTR" folder named after the texture, holding "INFO" (the
 // number of images) and the images as "IMAG" folders, one per mip level, or one holding every
-// level for the compressed types. Also the move between render textures and images.
+// level for the compressed types. The move between render textures and images that reading and
+// writing make is model/shader/textureimages.h.
 //
 // The reader takes untrusted files: a malformed container or image throws Chunky::Exception (or
 // ByteStream::Exception for an overlong string) and leaves nothing behind.
@@ -8,14 +9,11 @@
 
 #include "foundation/types.h"
 #include "model/shader/texture.h"
-#include "render/texture.h"
 
 #include <memory>
-#include <vector>
 
 class ByteStreamAdapter;
 class Chunky;
-class Image;
 
 class TextureLoadGeneric
 {
@@ -42,19 +40,4 @@ public:
     static std::unique_ptr<Texture> LoadFile(const char* filename);
     // The reverse: a texture chunk file, or an image file by the extension of the name.
     static bool SaveFile(const char* filename, const Texture& texture);
-
-    // A render texture of images, on the current device: compressed images bring their levels,
-    // others are one level each, in order. Images of the types the render layer lacks
-    // (paletted, 4444) go through IMAGETYPE_RGBA32.
-    static fr::ObjectPtr<fr::Texture> CreateRenderTexture(const std::vector<const Image*>& images,
-                                                          bool autoMip, const char* name);
-    // The images of a render texture, named `name`: one per level, or one holding every level
-    // for the compressed formats. The 16-bit formats come out as IMAGETYPE_RGBA32, since image
-    // files and the image chunk have no 16-bit types. Empty when the texture cannot be read.
-    static std::vector<std::unique_ptr<Image>> ConvertToImages(const fr::Texture& texture, const char* name);
-
-    // The render format that holds an image type as it stands; false for the types that must be
-    // converted first.
-    static bool PixelFormatOf(int imageType, fr::PixelFormat& format);
-    static int ImageTypeOf(fr::PixelFormat format);
 };

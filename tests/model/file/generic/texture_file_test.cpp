@@ -5,6 +5,7 @@
 #include "image/imagetypes.h"
 #include "model/file/generic/generic_test_util.h"
 #include "model/shader/shader_test_env.h"
+#include "model/shader/textureimages.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
 #include "support/logcapture.h"
@@ -142,7 +143,7 @@ TEST(TextureFiles, SavingAsAnImageFileWritesTheTopLevel)
     ToolFolder folder;
     auto pPicture = Picture(4, 4);
     fr::ObjectPtr<fr::Texture> pRender =
-        TextureLoadGeneric::CreateRenderTexture({pPicture.get()}, true, "picture");
+        TextureImages::CreateRenderTexture({pPicture.get()}, true, "picture");
     ASSERT_TRUE(pRender);
     Texture texture("picture", pRender);
     const std::string file = folder.Name("picture.tga");

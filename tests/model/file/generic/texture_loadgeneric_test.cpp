@@ -5,6 +5,7 @@
 #include "image/imageload.h"
 #include "image/imagetypes.h"
 #include "model/shader/shader_test_env.h"
+#include "model/shader/textureimages.h"
 #include "support/logcapture.h"
 
 #include <gtest/gtest.h>
@@ -175,7 +176,7 @@ TEST(TextureLoadGeneric, PalettedAndMixedImagesAreConverted)
     (*pPalette)[0] = 3;
     (*pPalette)[1] = 0;
     fr::ObjectPtr<fr::Texture> pTexture =
-        TextureLoadGeneric::CreateRenderTexture({pPalette.get()}, false, "pal");
+        TextureImages::CreateRenderTexture({pPalette.get()}, false, "pal");
     ASSERT_TRUE(pTexture);
     EXPECT_EQ(pTexture->GetFormat(), fr::PF_A8R8G8B8);
     const auto level = static_cast<const fr::NullTexture&>(*pTexture).GetLevel(0);
@@ -188,10 +189,10 @@ TEST(TextureLoadGeneric, PalettedAndMixedImagesAreConverted)
     auto top = Rgba(4, 4, 1);
     auto wrong = Rgba(4, 4, 2);
     LogCapture log;
-    EXPECT_FALSE(TextureLoadGeneric::CreateRenderTexture({top.get(), wrong.get()}, false, "mixed"));
+    EXPECT_FALSE(TextureImages::CreateRenderTexture({top.get(), wrong.get()}, false, "mixed"));
     EXPECT_TRUE(log.Has("TEXTURES -- 'mixed': image 1 does not fit mip level 1!"));
     auto right = Rgba(2, 2, 3);
-    EXPECT_TRUE(TextureLoadGeneric::CreateRenderTexture({top.get(), right.get()}, false, "mixed"));
+    EXPECT_TRUE(TextureImages::CreateRenderTexture({top.get(), right.get()}, false, "mixed"));
 }
 
 TEST(TextureLoadGeneric, BrokenFilesThrowOrGiveNull)
@@ -255,7 +256,7 @@ TEST(TextureLoadGeneric, WithoutADeviceNothingLoads)
         FileHeader() + Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 3, U32(1)) + ImagChunk(*pImage), "t") +
         Chunk("DATA", "NEXT", 1, "z");
     dbg::ScopedThrowOnAssert quiet(false);
-    EXPECT_FALSE(TextureLoadGeneric::CreateRenderTexture({pImage.get()}, false, "nodevice"));
+    EXPECT_FALSE(TextureImages::CreateRenderTexture({pImage.get()}, false, "nodevice"));
     Reader r(bytes);
     EXPECT_EQ(TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter), nullptr);
     ChunkInfo next;

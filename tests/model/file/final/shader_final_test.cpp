@@ -1,0 +1,301 @@
+#include "model/file/final/shaderloadfinal.h"
+
+#include "foundation/debug.h"
+#include "model/file/final/textureloadfinal.h"
+#include "model/file/generic/generic_test_util.h"
+#include "model/shader/shadertypeinfo.h"
+#include "storage/bytestream.h"
+
+#include <gtest/gtest.h>
+
+using namespace generic_test;
+using model_test::Env;
+
+namespace
+{
+// The final shared shader reader registered for one test; the hook is put back after it.
+class FinalShaderReader
+{
+public:
+    FinalShaderReader() : m_old(ShaderTypeInfo::GetShaderReader())
+    {
+        ShaderTypeInfo::SetShaderReader(&ShaderLoadFinal::LoadSharedFile);
+    }
+    ~FinalShaderReader() { ShaderTypeInfo::SetShaderReader(m_old); }
+    FinalShaderReader(const FinalShaderReader&) = delete;
+    FinalShaderReader& operator=(const FinalShaderReader&) = delete;
+
+private:
+    ShaderTypeInfo::ShaderReader m_old;
+};
+
+// A "CHAN" payload, version 3.
+std::string Channel(int32 n, int32 method, uint32 colour, const std::string& texture)
+{
+    const fr::Matrix44 transform = Counting(float(n)), transform2 = Counting(float(n) + 50.0f);
+    return Bytes()
+        .I32(n)
+        .I32(method)
+        .U32(colour)
+        .Str(texture)
+        .I32(n + 1)
+        .I32(n + 2)
+        .I32(n + 3)
+        .Raw(&transform, sizeof(transform))
+        .Raw(&transform2, sizeof(transform2));
+}
+
+// A "SHDR" folder whose six channels carry `textures` (empty for none), blend (6, 7) and the
+// three parameters.
+std::string ShaderFolder(const char* name, const std::vector<std::string>& textures)
+{
+    std::string chunks = Data("INFO", 1, Bytes().I32(6).I32(7).F32(0.5f).I32(-4).U8(2));
+    for (int32 n = 0; n < 6; ++n)
+    {
+        const std::string& texture = size_t(n) < textures.size() ? textures[n] : std::string();
+        chunks += Data("CHAN", 3, Channel(n, texture.empty() ? 2 : 1, 0x10203040u + uint32(n), texture));
+    }
+    return Folder("SHDR", 1, chunks, name);
+}
+
+// The shader that ShaderFolder describes, built in code.
+void Describe(ShaderImp& shader, const std::vector<Inv::Reference<Texture>>& textures)
+{
+    shader.SetBlend(6, 7);
+    shader.SetFloat(0.5f);
+    shader.SetInt(-4);
+    shader.SetByte(2);
+    for (uint32 n = 0; n < 6; ++n)
+    {
+        const bool textured = n < textures.size() && textures[n].IsValid();
+        shader.SetMethod(n, textured ? 1 : 2);
+        shader.SetColour(n, 0x10203040u + n);
+        shader.SetAddressMode(n, int32(n) + 1);
+        shader.SetFilterMode(n, int32(n) + 2);
+        shader.SetCoordMode(n, int32(n) + 3);
+        shader.SetTransform(n, Counting(float(n)));
+        shader.SetTransform2(n, Counting(float(n) + 50.0f));
+        if (textured)
+            shader.SetTexture(n, textures[n]);
+    }
+}
+
+std::unique_ptr<ShaderImp> LoadShader(const std::string& chunks)
+{
+    return ReadChunks(chunks,
+                      [](Chunky& c, ByteStreamAdapter& a) { return ShaderLoadFinal::Load(c, a, "model"); });
+}
+
+std::string SaveShader(const Shader& shader)
+{
+    return WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadFinal::Save(c, a, shader); })
+        .substr(Chunky::FileHeaderSize);
+}
+} // namespace
+
+// The shader folder is the generic form's to the byte: written as built by hand, and read back.
+TEST(ShaderLoadFinal, ShaderFolderIsWrittenAsBuiltByHandAndReadBack)
+{
+    Env env;
+    Inv::Reference<Texture> stone = AddPatternedTexture("art/textures/stone");
+    ShaderImp shader("rock");
+    Describe(shader, {stone});
+    const std::string chunks = ShaderFolder("rock", {"art/textures/stone"});
+    EXPECT_EQ(SaveShader(shader), chunks);
+
+    std::unique_ptr<ShaderImp> pRead = LoadShader(chunks);
+    ASSERT_NE(pRead, nullptr);
+    EXPECT_EQ(SaveShader(*pRead), chunks);
+    EXPECT_EQ(pRead->GetTexture(0).GetResource(), stone.GetResource());
+    EXPECT_FALSE(pRead->IsShared());
+}
+
+// Textures on any channel are taken without a warning; a missing one turns its channel pink.
+TEST(ShaderLoadFinal, ChannelTexturesWithoutWarningMissingOnesPink)
+{
+    struct Case
+    {
+        uint32 channel;
+        const char* texture;
+        bool found;
+    };
+    const Case cases[] = {{0, "art/textures/stone", true},
+                          {2, "art/textures/stone", true},
+                          {5, "art/textures/stone", true},
+                          {0, "art/textures/gone", false},
+                          {3, "art/textures/gone", false}};
+    Env env;
+    Inv::Reference<Texture> stone = AddPatternedTexture("art/textures/stone");
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << "channel " << c.channel << " " << c.texture);
+        std::vector<std::string> textures(6);
+        textures[c.channel] = c.texture;
+        LogCapture log;
+        std::unique_ptr<ShaderImp> p = LoadShader(ShaderFolder("rock", textures));
+        ASSERT_NE(p, nullptr);
+        EXPECT_FALSE(log.Has("detected texture"));
+        if (c.found)
+        {
+            EXPECT_EQ(p->GetTexture(c.channel).GetResource(), stone.GetResource());
+            EXPECT_EQ(p->GetMethod(c.channel), 1);
+            EXPECT_EQ(log.Size(), 0u);
+            continue;
+        }
+        EXPECT_TRUE(log.Has(std::string("TEXTURES -- 'model': shader 'rock' is unable to find texture '") +
+                            c.texture + "'. Using pink!"));
+        EXPECT_FALSE(p->GetTexture(c.channel).IsValid());
+        EXPECT_EQ(p->GetMethod(c.channel), Shader::Method_Colour);
+        EXPECT_EQ(p->GetColour(c.channel), Shader::MissingTextureColour);
+    }
+}
+
+// A shared shader goes by the name in the chunk's header; the body's string is not read.
+TEST(ShaderLoadFinal, SharedShadersGoByTheHeaderName)
+{
+    Env env;
+    MountedFolder generic("GENERIC");
+    FinalShaderReader reader;
+    Inv::Reference<Texture> team = AddPatternedTexture("art/textures/team");
+    ShaderImp shared("team_colour");
+    Describe(shared, {team});
+    shared.SetShared(true);
+    ASSERT_TRUE(ShaderLoadFinal::SaveSharedFile("GENERIC:team_colour.vds", shared));
+    EXPECT_EQ(SaveShader(shared), Data("SSHR", 2, Bytes().Str("team_colour"), "team_colour"));
+
+    Inv::Warehouse::Get()->PushFrame("model");
+    {
+        LogCapture log;
+        Inv::Reference<Shader> read =
+            ReadChunks(Data("SSHR", 2, Bytes().Str("not this one"), "team_colour"),
+                       [](Chunky& c, ByteStreamAdapter& a) { return ShaderLoadFinal::LoadShared(c, a); });
+        ASSERT_TRUE(read.IsValid());
+        EXPECT_TRUE(read->IsShared());
+        EXPECT_EQ(Text(read->GetName()), "team_colour");
+        EXPECT_EQ(read->GetColour(3), 0x10203043u);
+        ASSERT_TRUE(read->GetTexture(0).IsValid());
+        EXPECT_STREQ(read->GetTexture(0)->GetName(), "art/textures/team");
+        EXPECT_TRUE(log.Has("SHADER USAGE -- Loading shared shader 'GENERIC:team_colour.vds'..."));
+    }
+    Inv::Warehouse::Get()->PopFrame();
+
+    struct Bad
+    {
+        const char* label;
+        std::string chunks;
+        uint32 code;
+    };
+    const Bad bad[] = {
+        {"no name", Data("SSHR", 2, Bytes().Str("team_colour")), 12},
+        {"a newer version", Data("SSHR", 3, Bytes().Str("team_colour"), "team_colour"), 5},
+    };
+    for (const Bad& b : bad)
+    {
+        SCOPED_TRACE(b.label);
+        try
+        {
+            ReadChunks(b.chunks,
+                       [](Chunky& c, ByteStreamAdapter& a) { return ShaderLoadFinal::LoadShared(c, a); });
+            ADD_FAILURE() << "no exception";
+        }
+        catch (const Chunky::Exception& e)
+        {
+            EXPECT_EQ(e.GetCode(), b.code);
+        }
+    }
+}
+
+// The shared shader file: its textures in the final form, each once, then the shader; read back
+// in a frame of its own and written again, the same bytes.
+TEST(ShaderLoadFinal, SharedShaderFileRoundTrip)
+{
+    Env env;
+    MountedFolder data("DATA");
+    Inv::Reference<Texture> a = AddPatternedTexture("art/textures/a", 8);
+    Inv::Reference<Texture> b = AddPatternedTexture("art/textures/b", 4);
+    ShaderImp shader("glass");
+    Describe(shader, {a, b, Inv::Reference<Texture>(), a});
+    ASSERT_TRUE(ShaderLoadFinal::SaveSharedFile("DATA:glass.vds", shader));
+    const std::string file = data.Read("glass.vds");
+
+    // SHRF { TXTR a { HEAD, IMAG }, TXTR b { HEAD, IMAG }, SHDR glass }
+    {
+        model_test::Reader r(file);
+        r.m_pChunky->ReadFolderChunk(FourCC("SHRF"), 1);
+        std::vector<std::string> cChild;
+        ChunkInfo info;
+        while (r.m_pChunky->NextChunk(info))
+        {
+            cChild.push_back(IdText(info.id) + ":" + info.name.c_str());
+            if (info.id == FourCC("TXTR"))
+            {
+                // The final form: a head, then the images.
+                r.m_pChunky->ReadFolderChunk(info.id, 1);
+                r.m_pChunky->ReadDataChunk(TextureLoadFinal::ID_HEAD, 1);
+                r.m_pChunky->CloseChunk();
+                r.m_pChunky->CloseChunk();
+            }
+        }
+        EXPECT_EQ(cChild,
+                  (std::vector<std::string>{"TXTR:art/textures/a", "TXTR:art/textures/b", "SHDR:glass"}));
+    }
+
+    Inv::Warehouse::Get()->PushFrame("reader");
+    {
+        LogCapture log;
+        std::unique_ptr<Shader> pRead = ShaderLoadFinal::LoadSharedFile("DATA:glass.vds");
+        ASSERT_NE(pRead, nullptr);
+        EXPECT_TRUE(log.Has("SHADER USAGE -- Loading shared shader 'DATA:glass.vds'..."));
+        EXPECT_FALSE(log.Has("detected texture"));
+        ASSERT_TRUE(pRead->GetTexture(3).IsValid());
+        EXPECT_EQ(pRead->GetTexture(3).GetResource(), pRead->GetTexture(0).GetResource());
+        EXPECT_EQ(pRead->GetTexture(0)->GetTexture()->GetWidth(), 8u);
+        ASSERT_TRUE(ShaderLoadFinal::SaveSharedFile("DATA:again.vds", *pRead));
+        EXPECT_EQ(data.Read("again.vds"), file);
+    }
+    Inv::Warehouse::Get()->PopFrame();
+}
+
+// A shared shader file cut anywhere, or whose texture yields no image, is null with a line; a
+// shader whose texture cannot be written leaves the file as it was.
+TEST(ShaderLoadFinal, BrokenSharedShaderFilesFail)
+{
+    Env env;
+    MountedFolder data("DATA");
+    Inv::Reference<Texture> a = AddPatternedTexture("art/textures/a", 8);
+    ShaderImp shader("glass");
+    Describe(shader, {a});
+    ASSERT_TRUE(ShaderLoadFinal::SaveSharedFile("DATA:glass.vds", shader));
+    const std::string file = data.Read("glass.vds");
+
+    for (size_t length = 0; length < file.size(); ++length)
+    {
+        SCOPED_TRACE(length);
+        data.Write("cut.vds", file.substr(0, length));
+        Inv::Warehouse::Get()->PushFrame("cut");
+        LogCapture log;
+        EXPECT_EQ(ShaderLoadFinal::LoadSharedFile("DATA:cut.vds"), nullptr);
+        EXPECT_TRUE(log.Has("SHADER -- 'DATA:cut.vds': "));
+        Inv::Warehouse::Get()->PopFrame();
+    }
+
+    data.Write("empty.vds",
+               FileHeader() + Folder("SHRF", 1,
+                                     Folder("TXTR", 1, Data("HEAD", 1, Bytes().U32(1).U32(0)), "t") +
+                                         ShaderFolder("glass", {"t"})));
+    {
+        LogCapture log;
+        EXPECT_EQ(ShaderLoadFinal::LoadSharedFile("DATA:empty.vds"), nullptr);
+        EXPECT_TRUE(log.Has("TEXTURES -- 't': Unable to load images!"));
+        EXPECT_TRUE(log.Has("SHADER -- 'DATA:empty.vds': a texture of the file did not load!"));
+    }
+
+    Texture bare("art/textures/bare");
+    Inv::Reference<Texture> pBare = Inv::Warehouse::Get()->Add(new Texture("art/textures/bare"));
+    ShaderImp broken("glass");
+    Describe(broken, {pBare});
+    dbg::ScopedThrowOnAssert throwing;
+    LogCapture log;
+    EXPECT_FALSE(ShaderLoadFinal::SaveSharedFile("DATA:glass.vds", broken));
+    EXPECT_EQ(data.Read("glass.vds"), file);
+}

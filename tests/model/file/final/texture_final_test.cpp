@@ -1,0 +1,568 @@
+#include "model/file/final/textureloadfinal.h"
+
+#include "foundation/debug.h"
+#include "image/image.h"
+#include "image/imagedxt.h"
+#include "image/imageload.h"
+#include "image/imagetypes.h"
+#include "model/shader/shader_test_env.h"
+#include "model/shader/textureimages.h"
+#include "support/logcapture.h"
+
+#include <gtest/gtest.h>
+#include <squish.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+using model_test::Chunk;
+using model_test::Env;
+using model_test::FileHeader;
+using model_test::Reader;
+using model_test::U32;
+using model_test::Writer;
+
+namespace
+{
+// The reader's and writer's globals for one test, put back after it.
+struct Settings
+{
+    Settings(int detail, int mipsToSkip = 0, bool writeAllMips = false, int useDXTC = 0)
+    {
+        TextureLoadFinal::SetDetail(detail);
+        TextureLoadFinal::SetMipsToSkip(mipsToSkip);
+        TextureLoadFinal::SetWriteAllMips(writeAllMips);
+        TextureLoadFinal::SetUseDXTC(useDXTC);
+    }
+    ~Settings()
+    {
+        TextureLoadFinal::SetDetail(3);
+        TextureLoadFinal::SetMipsToSkip(0);
+        TextureLoadFinal::SetWriteAllMips(false);
+        TextureLoadFinal::SetUseDXTC(0);
+    }
+};
+
+// An image of one level, or of several for the compressed types, whose bytes tell their level.
+std::unique_ptr<Image> Patterned(int type, uint32 side, uint32 mips, uint8 seed)
+{
+    std::unique_ptr<Image> pImage = Image::Create(type);
+    pImage->SetMipCount(mips);
+    pImage->Allocate(side, side);
+    for (uint32 level = 0; level < mips; ++level)
+        for (uint32 i = 0; i < pImage->GetDataSize(level); ++i)
+            pImage->GetData(level)[i] = uint8(seed + level * 50 + i * 7);
+    pImage->SetName("tex");
+    return pImage;
+}
+
+// The chunk form of an image, as the image layer writes it.
+std::string ImagChunk(const Image& image)
+{
+    Writer w;
+    ImageLoad::Save(*w.m_pChunky, w.m_adapter, image);
+    return w.Bytes().substr(Chunky::FileHeaderSize);
+}
+
+// An "IMAG" folder that cannot be decoded: its "ATTR" is of a version no reader takes.
+std::string UndecodableImag()
+{
+    return Chunk("FOLD", "IMAG", 1, Chunk("DATA", "ATTR", 99, U32(0) + U32(4) + U32(4) + U32(1)));
+}
+
+std::string Txtr(uint32 format, uint32 count, const std::string& images)
+{
+    return Chunk("FOLD", "TXTR", 1, Chunk("DATA", "HEAD", 1, U32(format) + U32(count)) + images, "tex");
+}
+
+std::unique_ptr<Texture> LoadChunks(const std::string& chunks)
+{
+    Reader r(FileHeader() + chunks);
+    return TextureLoadFinal::Load(*r.m_pChunky, r.m_adapter);
+}
+
+std::vector<uint8> Level(const Texture& texture, uint32 level)
+{
+    const auto bytes = static_cast<const fr::NullTexture&>(*texture.GetTexture()).GetLevel(level);
+    return std::vector<uint8>(bytes.begin(), bytes.end());
+}
+
+std::vector<uint8> Level(const Image& image, uint32 level)
+{
+    return std::vector<uint8>(image.GetData(level), image.GetData(level) + image.GetDataSize(level));
+}
+
+// A render texture whose every byte tells its level and place.
+fr::ObjectPtr<fr::Texture> PatternedTexture(uint32 side, uint32 mips, fr::PixelFormat format)
+{
+    fr::ObjectPtr<fr::Texture> pTexture =
+        fr::Interface::GetDevice()->CreateTexture(side, side, mips, format, false);
+    for (uint32 level = 0; level < pTexture->GetMipCount(); ++level)
+    {
+        std::vector<uint8> bytes(std::size_t(pTexture->GetLevelPitch(level)) * pTexture->GetLevelRows(level));
+        for (std::size_t i = 0; i < bytes.size(); ++i)
+            bytes[i] = uint8(level * 40 + i * 7 + 1);
+        EXPECT_TRUE(pTexture->Write(level, 0, 0, pTexture->GetLevelWidth(level),
+                                    pTexture->GetLevelHeight(level), bytes, pTexture->GetLevelPitch(level)));
+    }
+    return pTexture;
+}
+
+std::string Save(const Texture& texture, int mipsToSkip, bool writeAllMips, int useDXTC)
+{
+    Writer w;
+    EXPECT_TRUE(
+        TextureLoadFinal::Save(*w.m_pChunky, w.m_adapter, texture, mipsToSkip, writeAllMips, useDXTC));
+    return w.Bytes();
+}
+
+// What a written "TXTR" holds: the head and, per "IMAG", its attributes.
+struct Written
+{
+    uint32 format = 0, count = 0;
+    struct Attr
+    {
+        int32 type;
+        uint32 w, h, mips;
+    };
+    std::vector<Attr> cImage;
+    std::vector<uint32> cOther; // ids of any other chunk in the folder
+};
+
+Written Describe(const std::string& file)
+{
+    Written out;
+    Reader r(file);
+    Chunky& c = *r.m_pChunky;
+    c.ReadFolderChunk(TextureLoadFinal::ID_TXTR, 1);
+    c.ReadDataChunk(TextureLoadFinal::ID_HEAD, 1);
+    r.m_adapter.ReadValue(out.format);
+    r.m_adapter.ReadValue(out.count);
+    c.CloseChunk();
+    ChunkInfo info;
+    while (c.NextChunk(info))
+    {
+        if (info.id != ImageLoad::ID_IMAG)
+        {
+            out.cOther.push_back(info.id);
+            continue;
+        }
+        c.ReadFolderChunk(ImageLoad::ID_IMAG, 1);
+        c.ReadDataChunk(ImageLoad::ID_ATTR, 2);
+        Written::Attr a{};
+        r.m_adapter.ReadValue(a.type);
+        r.m_adapter.ReadValue(a.w);
+        r.m_adapter.ReadValue(a.h);
+        r.m_adapter.ReadValue(a.mips);
+        out.cImage.push_back(a);
+        c.CloseChunk();
+        c.CloseChunk();
+    }
+    c.CloseChunk();
+    return out;
+}
+
+// Sum of absolute differences of the bytes of two runs of pixels.
+uint64 Error(const uint8* a, const uint8* b, std::size_t bytes)
+{
+    uint64 sum = 0;
+    for (std::size_t i = 0; i < bytes; ++i)
+        sum += uint64(std::abs(int(a[i]) - int(b[i])));
+    return sum;
+}
+} // namespace
+
+// Uncompressed files of several levels: the detail leaves out the top ones, which are stepped
+// over undecoded (here they could not be decoded at all).
+TEST(TextureLoadFinal, DetailLevelsKeepTheLevelsBelowTheSkip)
+{
+    struct Case
+    {
+        const char* label;
+        int detail;
+        std::vector<uint32> cSide; // the file's levels
+        uint32 skipped;            // levels stepped over
+        bool autoMip;              // asked of the reader
+        uint32 wantMips;
+        bool wantAuto;
+    };
+    const Case cases[] = {
+        {"3 levels at detail 1 keep the last", 1, {4, 2, 1}, 2, true, 1, true},
+        {"2 levels at detail 1 keep the last", 1, {4, 2}, 1, true, 2, true},
+        {"2 levels at detail 1 keep the last, as it stands", 1, {4, 2}, 1, false, 1, false},
+        {"3 levels at detail 2 leave out the top", 2, {4, 2, 1}, 1, true, 2, false},
+        {"3 levels at detail 3 keep all", 3, {4, 2, 1}, 0, true, 3, false},
+        {"a lone level at detail 1 is kept, with mips made", 1, {8}, 0, true, 4, true},
+        {"a lone level at detail 1 is kept as it stands", 1, {8}, 0, false, 1, false},
+    };
+    Env env;
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.label);
+        Settings settings(c.detail);
+        std::vector<std::unique_ptr<Image>> cImage;
+        std::string images;
+        for (uint32 i = 0; i < c.cSide.size(); ++i)
+        {
+            cImage.push_back(Patterned(IMAGETYPE_RGBA32, c.cSide[i], 1, uint8(i * 30 + 5)));
+            images += i < c.skipped ? UndecodableImag() : ImagChunk(*cImage.back());
+        }
+        const std::string file =
+            Txtr(fr::PF_A8R8G8B8, uint32(c.cSide.size()), images) + Chunk("DATA", "NEXT", 1, "");
+        Reader r(FileHeader() + file);
+        std::unique_ptr<Texture> pTexture = TextureLoadFinal::Load(*r.m_pChunky, r.m_adapter, c.autoMip);
+        ASSERT_NE(pTexture, nullptr);
+        EXPECT_STREQ(pTexture->GetName(), "tex");
+        const fr::Texture& t = *pTexture->GetTexture();
+        EXPECT_EQ(t.GetWidth(), c.cSide[c.skipped]);
+        EXPECT_EQ(t.GetMipCount(), c.wantMips);
+        EXPECT_EQ(t.IsAutoMip(), c.wantAuto);
+        EXPECT_EQ(Level(*pTexture, 0), Level(*cImage[c.skipped], 0));
+        for (uint32 level = 1; level < t.GetMipCount() && !c.wantAuto; ++level)
+            EXPECT_EQ(Level(*pTexture, level), Level(*cImage[c.skipped + level], 0)) << level;
+        ChunkInfo next;
+        ASSERT_TRUE(r.m_pChunky->NextChunk(next)) << "the reader stands behind the texture";
+        EXPECT_EQ(next.id, FourCC("NEXT"));
+    }
+}
+
+// A compressed file is one image of all levels; the image layer drops the top levels as it reads,
+// keeping both sides at 4 pixels or more.
+TEST(TextureLoadFinal, CompressedDetailDropsLevelsInsideTheOneImage)
+{
+    struct Case
+    {
+        int type;
+        fr::PixelFormat format;
+        uint32 side, mips;
+        int detail;
+        uint32 wantSkip;
+    };
+    const Case cases[] = {
+        {IMAGETYPE_DXT1, fr::PF_DXT1, 16, 5, 1, 2}, {IMAGETYPE_DXT5, fr::PF_DXT5, 16, 5, 2, 1},
+        {IMAGETYPE_DXT1, fr::PF_DXT1, 8, 4, 1, 1},  {IMAGETYPE_DXT3, fr::PF_DXT3, 8, 4, 3, 0},
+        {IMAGETYPE_DXT1, fr::PF_DXT1, 4, 3, 1, 0},
+    };
+    Env env;
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(testing::Message()
+                     << "type " << c.type << ", side " << c.side << ", detail " << c.detail);
+        Settings settings(c.detail);
+        std::unique_ptr<Image> pImage = Patterned(c.type, c.side, c.mips, 9);
+        std::unique_ptr<Texture> pTexture = LoadChunks(Txtr(c.format, 1, ImagChunk(*pImage)));
+        ASSERT_NE(pTexture, nullptr);
+        const fr::Texture& t = *pTexture->GetTexture();
+        EXPECT_EQ(t.GetFormat(), c.format);
+        EXPECT_EQ(t.GetWidth(), c.side >> c.wantSkip);
+        EXPECT_EQ(t.GetMipCount(), c.mips - c.wantSkip);
+        EXPECT_FALSE(t.IsAutoMip());
+        for (uint32 level = 0; level < t.GetMipCount(); ++level)
+            EXPECT_EQ(Level(*pTexture, level), Level(*pImage, level + c.wantSkip)) << level;
+    }
+}
+
+TEST(TextureLoadFinal, DetailZeroReadsFlatGreyWhateverTheFileHolds)
+{
+    Env env;
+    Settings settings(0);
+    // Not even the head is read.
+    const std::string file =
+        Chunk("FOLD", "TXTR", 1, Chunk("DATA", "HEAD", 7, "") + UndecodableImag(), "walls") +
+        Chunk("DATA", "NEXT", 1, "");
+    Reader r(FileHeader() + file);
+    std::unique_ptr<Texture> pTexture = TextureLoadFinal::Load(*r.m_pChunky, r.m_adapter);
+    ASSERT_NE(pTexture, nullptr);
+    EXPECT_STREQ(pTexture->GetName(), "walls");
+    EXPECT_EQ(pTexture->GetTexture()->GetWidth(), 1u);
+    EXPECT_EQ(pTexture->GetTexture()->GetMipCount(), 1u);
+    EXPECT_EQ(Level(*pTexture, 0), (std::vector<uint8>{0x80, 0x80, 0x80, 0xFF}));
+    ChunkInfo next;
+    ASSERT_TRUE(r.m_pChunky->NextChunk(next));
+    EXPECT_EQ(next.id, FourCC("NEXT"));
+}
+
+// A texture that yields no image is null with the line; a container that says more than it holds
+// throws to the caller.
+TEST(TextureLoadFinal, TexturesWithoutImagesFail)
+{
+    Env env;
+    Settings settings(3);
+    std::unique_ptr<Image> pImage = Patterned(IMAGETYPE_RGBA32, 4, 1, 1);
+    struct Case
+    {
+        const char* label;
+        std::string file;
+        bool throws;
+    };
+    const Case cases[] = {
+        {"no images", Txtr(fr::PF_A8R8G8B8, 0, ""), false},
+        {"a compressed head with no images", Txtr(fr::PF_DXT1, 0, ""), false},
+        {"more images counted than held", Txtr(fr::PF_A8R8G8B8, 2, ImagChunk(*pImage)), true},
+        {"no head", Chunk("FOLD", "TXTR", 1, ImagChunk(*pImage), "tex"), true},
+        {"a short head", Chunk("FOLD", "TXTR", 1, Chunk("DATA", "HEAD", 1, U32(1)), "tex"), true},
+        {"a newer head", Chunk("FOLD", "TXTR", 1, Chunk("DATA", "HEAD", 2, U32(1) + U32(1)), "tex"), true},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.label);
+        LogCapture log;
+        if (c.throws)
+        {
+            EXPECT_THROW(LoadChunks(c.file), Chunky::Exception);
+            continue;
+        }
+        EXPECT_EQ(LoadChunks(c.file), nullptr);
+        EXPECT_TRUE(log.Has("TEXTURES -- 'tex': Unable to load images!"));
+    }
+}
+
+TEST(TextureLoadFinal, WriterSettingsDecideTheHeadAndImages)
+{
+    struct Case
+    {
+        const char* label;
+        uint32 side, mips;
+        fr::PixelFormat source;
+        int mipsToSkip;
+        bool writeAllMips;
+        int useDXTC;
+        uint32 wantFormat;
+        std::vector<Written::Attr> want;
+    };
+    const Case cases[] = {
+        {"all levels, one image each",
+         8,
+         4,
+         fr::PF_A8R8G8B8,
+         0,
+         true,
+         0,
+         fr::PF_A8R8G8B8,
+         {{0, 8, 8, 1}, {0, 4, 4, 1}, {0, 2, 2, 1}, {0, 1, 1, 1}}},
+        {"mipsToSkip 9 on 4 levels writes only the last",
+         8,
+         4,
+         fr::PF_A8R8G8B8,
+         9,
+         true,
+         0,
+         fr::PF_A8R8G8B8,
+         {{0, 1, 1, 1}}},
+        {"without all mips the first level alone",
+         8,
+         4,
+         fr::PF_A8R8G8B8,
+         1,
+         false,
+         0,
+         fr::PF_A8R8G8B8,
+         {{0, 4, 4, 1}}},
+        {"useDXTC 5 with all mips gives one image of every level",
+         8,
+         4,
+         fr::PF_A8R8G8B8,
+         0,
+         true,
+         5,
+         fr::PF_DXT5,
+         {{11, 8, 8, 4}}},
+        {"useDXTC 1 without all mips still holds the levels below",
+         16,
+         5,
+         fr::PF_A8R8G8B8,
+         1,
+         false,
+         1,
+         fr::PF_DXT1,
+         {{8, 8, 8, 4}}},
+        {"useDXTC 3 skips no further than 4 pixels a side",
+         16,
+         5,
+         fr::PF_A8R8G8B8,
+         3,
+         true,
+         3,
+         fr::PF_DXT3,
+         {{10, 4, 4, 3}}},
+        {"a compressed texture stays compressed",
+         8,
+         4,
+         fr::PF_DXT3,
+         0,
+         true,
+         0,
+         fr::PF_DXT3,
+         {{10, 8, 8, 4}}},
+        {"a compressed texture recoded", 8, 4, fr::PF_DXT1, 0, false, 5, fr::PF_DXT5, {{11, 8, 8, 4}}},
+        {"below 4 pixels a side compression is left out",
+         2,
+         2,
+         fr::PF_A8R8G8B8,
+         0,
+         true,
+         1,
+         fr::PF_A8R8G8B8,
+         {{0, 2, 2, 1}, {0, 1, 1, 1}}},
+        {"16-bit levels widen to 32 bits", 4, 1, fr::PF_R5G6B5, 0, true, 0, fr::PF_A8R8G8B8, {{0, 4, 4, 1}}},
+        {"luminance stays luminance", 4, 3, fr::PF_L8, 1, true, 0, fr::PF_L8, {{1, 2, 2, 1}, {1, 1, 1, 1}}},
+    };
+    Env env;
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.label);
+        Texture texture("tex", PatternedTexture(c.side, c.mips, c.source));
+        const Written w = Describe(Save(texture, c.mipsToSkip, c.writeAllMips, c.useDXTC));
+        EXPECT_EQ(w.format, c.wantFormat);
+        EXPECT_EQ(w.count, uint32(c.want.size()));
+        EXPECT_TRUE(w.cOther.empty());
+        ASSERT_EQ(w.cImage.size(), c.want.size());
+        for (size_t i = 0; i < c.want.size(); ++i)
+        {
+            EXPECT_EQ(w.cImage[i].type, c.want[i].type) << i;
+            EXPECT_EQ(w.cImage[i].w, c.want[i].w) << i;
+            EXPECT_EQ(w.cImage[i].h, c.want[i].h) << i;
+            EXPECT_EQ(w.cImage[i].mips, c.want[i].mips) << i;
+        }
+    }
+}
+
+TEST(TextureLoadFinal, SaveWithTheGlobalsAndRefusals)
+{
+    Env env;
+    Texture texture("tex", PatternedTexture(8, 4, fr::PF_A8R8G8B8));
+    {
+        Settings settings(3, 2, true, 0);
+        Writer w;
+        ASSERT_TRUE(TextureLoadFinal::Save(*w.m_pChunky, w.m_adapter, texture));
+        const Written written = Describe(w.Bytes());
+        ASSERT_EQ(written.cImage.size(), 2u);
+        EXPECT_EQ(written.cImage[0].w, 2u);
+    }
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_THROW(TextureLoadFinal::SetUseDXTC(2), std::runtime_error);
+    EXPECT_EQ(TextureLoadFinal::GetUseDXTC(), 0);
+    EXPECT_THROW(TextureLoadFinal::SetDetail(4), std::runtime_error);
+    EXPECT_EQ(TextureLoadFinal::GetDetail(), 3);
+    Writer w;
+    EXPECT_THROW(TextureLoadFinal::Save(*w.m_pChunky, w.m_adapter, texture, 0, true, 4), std::runtime_error);
+    Texture empty("empty");
+    EXPECT_THROW(TextureLoadFinal::Save(*w.m_pChunky, w.m_adapter, empty, 0, true, 0), std::runtime_error);
+}
+
+// Read back and written again, an uncompressed texture comes out to the byte; the levels read are
+// the levels written.
+TEST(TextureLoadFinal, UncompressedRoundTripRewritesTheSameBytes)
+{
+    struct Case
+    {
+        fr::PixelFormat format;
+        uint32 side, mips;
+        bool writeAllMips;
+    };
+    const Case cases[] = {{fr::PF_A8R8G8B8, 16, 5, true},
+                          {fr::PF_R8G8B8, 8, 2, true},
+                          {fr::PF_L8, 4, 3, true},
+                          {fr::PF_A8R8G8B8, 8, 1, false}};
+    Env env;
+    Settings settings(3);
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << "format " << c.format);
+        Texture texture("tex", PatternedTexture(c.side, c.mips, c.format));
+        const std::string first = Save(texture, 0, c.writeAllMips, 0);
+        Reader r(first);
+        std::unique_ptr<Texture> pBack = TextureLoadFinal::Load(*r.m_pChunky, r.m_adapter, false);
+        ASSERT_NE(pBack, nullptr);
+        ASSERT_EQ(pBack->GetTexture()->GetMipCount(), c.mips);
+        EXPECT_EQ(pBack->GetTexture()->GetFormat(), c.format);
+        for (uint32 level = 0; level < c.mips; ++level)
+            EXPECT_EQ(Level(*pBack, level), Level(texture, level)) << level;
+        EXPECT_EQ(Save(*pBack, 0, c.writeAllMips, 0), first);
+    }
+}
+
+// Compressed on writing and decoded after reading, every level is as close to the source as
+// libsquish, called directly on the same pixels, brings it: a wrong level, a lost level or swapped
+// channels would be far off.
+TEST(TextureLoadFinal, DXTRoundTripIsWithinTheEncodersOwnError)
+{
+    Env env;
+    Settings settings(3);
+    const uint32 side = 32, mips = 6;
+    fr::ObjectPtr<fr::Texture> pSource =
+        fr::Interface::GetDevice()->CreateTexture(side, side, mips, fr::PF_A8R8G8B8, false);
+    for (uint32 level = 0; level < mips; ++level)
+    {
+        const uint32 s = pSource->GetLevelWidth(level);
+        std::vector<uint8> bytes(std::size_t(s) * s * 4);
+        for (uint32 y = 0; y < s; ++y)
+            for (uint32 x = 0; x < s; ++x)
+            {
+                uint8* p = &bytes[(std::size_t(y) * s + x) * 4];
+                p[0] = uint8(x * 255 / s), p[1] = uint8(y * 255 / s),
+                p[2] = uint8((x + y) * 127 / s + level * 20);
+                p[3] = uint8(255 - x * 6);
+            }
+        ASSERT_TRUE(pSource->Write(level, 0, 0, s, s, bytes, s * 4));
+    }
+    Texture texture("tex", pSource);
+    for (int useDXTC : {1, 3, 5})
+    {
+        SCOPED_TRACE(useDXTC);
+        const int type = useDXTC == 1 ? IMAGETYPE_DXT1 : useDXTC == 3 ? IMAGETYPE_DXT3 : IMAGETYPE_DXT5;
+        Reader r(Save(texture, 0, true, useDXTC));
+        std::unique_ptr<Texture> pBack = TextureLoadFinal::Load(*r.m_pChunky, r.m_adapter);
+        ASSERT_NE(pBack, nullptr);
+        ASSERT_EQ(pBack->GetTexture()->GetMipCount(), mips);
+        std::unique_ptr<Image> pDecoded = Image::Convert(
+            IMAGETYPE_RGBA32, *TextureImages::ConvertLevels(*pBack->GetTexture(), 0, mips, "back"));
+        ASSERT_NE(pDecoded, nullptr);
+        for (uint32 level = 0; level < mips; ++level)
+        {
+            const uint32 s = pSource->GetLevelWidth(level);
+            const std::vector<uint8> original = Level(texture, level);
+            // libsquish takes red, green, blue, alpha; the level holds blue, green, red, alpha.
+            std::vector<uint8> rgba(original);
+            for (std::size_t i = 0; i < rgba.size(); i += 4)
+                std::swap(rgba[i], rgba[i + 2]);
+            std::vector<uint8> blocks(Image::LevelBytes(type, s, s));
+            squish::CompressImage(rgba.data(), int(s), int(s), blocks.data(), ImageDXT::SquishFlags(type));
+            std::vector<uint8> direct(rgba.size());
+            squish::DecompressImage(direct.data(), int(s), int(s), blocks.data(),
+                                    ImageDXT::SquishFlags(type));
+            for (std::size_t i = 0; i < direct.size(); i += 4)
+                std::swap(direct[i], direct[i + 2]);
+            const uint64 ours = Error(original.data(), pDecoded->GetData(level), original.size());
+            const uint64 theirs = Error(original.data(), direct.data(), original.size());
+            EXPECT_LE(ours, theirs) << "level " << level;
+        }
+    }
+}
+
+// Cut anywhere, a texture file throws or is null; it never reads past its bytes.
+TEST(TextureLoadFinal, TruncatedTexturesFailCleanly)
+{
+    Env env;
+    Settings settings(2);
+    for (int useDXTC : {0, 5})
+    {
+        Texture texture("tex", PatternedTexture(8, 4, fr::PF_A8R8G8B8));
+        const std::string file = Save(texture, 0, true, useDXTC);
+        for (size_t length = Chunky::FileHeaderSize; length < file.size(); ++length)
+        {
+            LogCapture quiet;
+            std::unique_ptr<Texture> pTexture;
+            try
+            {
+                Reader r(file.substr(0, length));
+                pTexture = TextureLoadFinal::Load(*r.m_pChunky, r.m_adapter);
+            }
+            catch (const Chunky::Exception&)
+            {
+            }
+            EXPECT_EQ(pTexture, nullptr) << "cut at " << length;
+        }
+    }
+}
