@@ -540,29 +540,3 @@ TEST(TextureLoadFinal, DXTRoundTripIsWithinTheEncodersOwnError)
         }
     }
 }
-
-// Cut anywhere, a texture file throws or is null; it never reads past its bytes.
-TEST(TextureLoadFinal, TruncatedTexturesFailCleanly)
-{
-    Env env;
-    Settings settings(2);
-    for (int useDXTC : {0, 5})
-    {
-        Texture texture("tex", PatternedTexture(8, 4, fr::PF_A8R8G8B8));
-        const std::string file = Save(texture, 0, true, useDXTC);
-        for (size_t length = Chunky::FileHeaderSize; length < file.size(); ++length)
-        {
-            LogCapture quiet;
-            std::unique_ptr<Texture> pTexture;
-            try
-            {
-                Reader r(file.substr(0, length));
-                pTexture = TextureLoadFinal::Load(*r.m_pChunky, r.m_adapter);
-            }
-            catch (const Chunky::Exception&)
-            {
-            }
-            EXPECT_EQ(pTexture, nullptr) << "cut at " << length;
-        }
-    }
-}
