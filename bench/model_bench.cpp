@@ -303,10 +303,16 @@ template <class LoadFn> void ModelRead(benchmark::State& state, const std::strin
     state.SetBytesProcessed(int64_t(state.iterations()) * FileSize(path));
 }
 
-void BM_ModelRead(benchmark::State& state) { ModelRead(state, ModelFile(), LoadGeneric); }
+void BM_ModelRead(benchmark::State& state)
+{
+    ModelRead(state, ModelFile(), LoadGeneric);
+}
 BENCHMARK(BM_ModelRead)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-void BM_FinalRead(benchmark::State& state) { ModelRead(state, FinalFile(), LoadFinal); }
+void BM_FinalRead(benchmark::State& state)
+{
+    ModelRead(state, FinalFile(), LoadFinal);
+}
 BENCHMARK(BM_FinalRead)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void PlainRead(benchmark::State& state, const std::string& path)
@@ -325,10 +331,16 @@ void PlainRead(benchmark::State& state, const std::string& path)
     state.SetBytesProcessed(total);
 }
 
-void BM_PlainRead(benchmark::State& state) { PlainRead(state, ModelFile()); }
+void BM_PlainRead(benchmark::State& state)
+{
+    PlainRead(state, ModelFile());
+}
 BENCHMARK(BM_PlainRead)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-void BM_FinalPlainRead(benchmark::State& state) { PlainRead(state, FinalFile()); }
+void BM_FinalPlainRead(benchmark::State& state)
+{
+    PlainRead(state, FinalFile());
+}
 BENCHMARK(BM_FinalPlainRead)->Unit(benchmark::kMillisecond)->UseRealTime();
 } // namespace
 

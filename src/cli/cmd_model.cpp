@@ -392,7 +392,8 @@ std::string IdText(uint32 id)
 // message and nothing.
 std::optional<FileKind> FindForm(const std::string& command, const std::string& file)
 {
-    std::shared_ptr<ByteStream> pStream = FilePath::Open(ModelSession::Name(file).c_str(), ByteStream::Mode_Read);
+    std::shared_ptr<ByteStream> pStream =
+        FilePath::Open(ModelSession::Name(file).c_str(), ByteStream::Mode_Read);
     if (!pStream)
     {
         std::fprintf(stderr, "tq7z model %s: %s: cannot be opened\n", command.c_str(), file.c_str());
@@ -441,11 +442,12 @@ std::optional<FileKind> FindForm(const std::string& command, const std::string& 
         }
         return kind;
     }
-    std::fprintf(stderr,
-                 "tq7z model %s: %s: not a model file (its root chunk is %s '%s'; a model file starts with the "
-                 "folder 'RSGM', a shared shader file with 'SHRF')\n",
-                 command.c_str(), file.c_str(), root.kind == Chunky::CT_Folder ? "the folder" : "the data chunk",
-                 IdText(root.id).c_str());
+    std::fprintf(
+        stderr,
+        "tq7z model %s: %s: not a model file (its root chunk is %s '%s'; a model file starts with the "
+        "folder 'RSGM', a shared shader file with 'SHRF')\n",
+        command.c_str(), file.c_str(), root.kind == Chunky::CT_Folder ? "the folder" : "the data chunk",
+        IdText(root.id).c_str());
     return std::nullopt;
 }
 
@@ -515,8 +517,8 @@ LoadedModel LoadModel(const std::string& command, const std::string& file, const
     catch (const Chunky::Exception& e)
     {
         loaded.pModel.reset();
-        std::fprintf(stderr, "tq7z model %s: %s: %s (code %u, at byte offset %u)\n", command.c_str(), file.c_str(),
-                     e.what(), e.GetCode(), e.GetPosition());
+        std::fprintf(stderr, "tq7z model %s: %s: %s (code %u, at byte offset %u)\n", command.c_str(),
+                     file.c_str(), e.what(), e.GetCode(), e.GetPosition());
     }
     catch (const std::exception& e)
     {
@@ -546,8 +548,7 @@ int RunInfo(const std::string& file, bool json, const std::string& genericFolder
     const LoadedModel loaded = LoadModel("info", file);
     if (!loaded.pModel)
         return 1;
-    const Json info =
-        ModelJson(*loaded.pModel, FormName(loaded.form), loaded.form == FileForm::SharedShader);
+    const Json info = ModelJson(*loaded.pModel, FormName(loaded.form), loaded.form == FileForm::SharedShader);
     if (json)
         std::printf("%s\n", info.dump(2).c_str());
     else
@@ -580,10 +581,11 @@ int RunConvert(const std::string& in, const std::string& out, const ConvertOptio
     const bool finalOut = extension == RenderModelLoadFinal::FileExtension;
     if (!finalOut && extension != RenderModelLoadGeneric::FileExtension)
     {
-        std::fprintf(stderr,
-                     "tq7z model convert: %s: no model form is written as '%s'; the forms written are .sgm "
-                     "(generic, or intermediate with --interm, with its .ebp) and .tqm (final, with its .tqe)\n",
-                     out.c_str(), extension.c_str());
+        std::fprintf(
+            stderr,
+            "tq7z model convert: %s: no model form is written as '%s'; the forms written are .sgm "
+            "(generic, or intermediate with --interm, with its .ebp) and .tqm (final, with its .tqe)\n",
+            out.c_str(), extension.c_str());
         return 2;
     }
     if (finalOut && options.interm)
@@ -593,7 +595,8 @@ int RunConvert(const std::string& in, const std::string& out, const ConvertOptio
     }
     if (!finalOut && (options.dxt >= 0 || options.skipMips >= 0 || options.allMips))
     {
-        std::fprintf(stderr, "tq7z model convert: --dxt, --skip-mips and --all-mips are for a .tqm file, not %s\n",
+        std::fprintf(stderr,
+                     "tq7z model convert: --dxt, --skip-mips and --all-mips are for a .tqm file, not %s\n",
                      out.c_str());
         return 2;
     }
@@ -675,8 +678,10 @@ int RunDiff(const std::string& fileA, const std::string& fileB, const DiffOption
         Json differences = Json::array();
         for (const ra::ModelDifference& difference : cDifference)
             differences.push_back({{"path", difference.path}, {"a", difference.a}, {"b", difference.b}});
-        const Json result = {{"a", fileA},         {"b", fileB},
-                             {"equal", cDifference.empty()}, {"differences", differences},
+        const Json result = {{"a", fileA},
+                             {"b", fileB},
+                             {"equal", cDifference.empty()},
+                             {"differences", differences},
                              {"more", more}};
         std::printf("%s\n", result.dump(2).c_str());
     }
@@ -699,9 +704,10 @@ const char* const s_detailHelp = "Reading quality of final textures: 0 flat grey
 cli::CommandRegistrar s_model(
     [](CLI::App& app, int& exitCode)
     {
-        CLI::App* model = cli::GetOrAddSubcommand(app, "model",
-                                                  "Inspect, convert, compare and pose model files (.sgm, .ebp, "
-                                                  ".tqm, .tqe, .vds)");
+        CLI::App* model =
+            cli::GetOrAddSubcommand(app, "model",
+                                    "Inspect, convert, compare and pose model files (.sgm, .ebp, "
+                                    ".tqm, .tqe, .vds)");
 
         CLI::App* info = model->add_subcommand("info", "Print what a model file holds");
         info->footer(
@@ -738,11 +744,14 @@ cli::CommandRegistrar s_model(
         convert->add_flag("--interm", s_convert.interm, "Write the intermediate form");
         convert->add_option("--generic", s_convert.genericFolder, s_genericHelp);
         convert->add_option("--detail", s_convert.detail, s_detailHelp)->check(CLI::Range(0, 3));
-        convert->add_option("--dxt", s_convert.dxt, "S3TC compression of the textures of a .tqm: 0 none, 1, 3, 5")
+        convert
+            ->add_option("--dxt", s_convert.dxt,
+                         "S3TC compression of the textures of a .tqm: 0 none, 1, 3, 5")
             ->check(CLI::IsMember({0, 1, 3, 5}));
         convert->add_option("--skip-mips", s_convert.skipMips, "Top texture levels left out of a .tqm")
             ->check(CLI::NonNegativeNumber);
-        convert->add_flag("--all-mips", s_convert.allMips, "Write every level of an uncompressed texture to a .tqm");
+        convert->add_flag("--all-mips", s_convert.allMips,
+                          "Write every level of an uncompressed texture to a .tqm");
         convert->callback([&exitCode] { exitCode = RunConvert(s_in, s_out, s_convert); });
 
         CLI::App* diff = model->add_subcommand("diff", "Compare two model files by content");

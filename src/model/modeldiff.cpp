@@ -136,7 +136,10 @@ public:
 
     std::vector<ModelDifference> Take() { return std::move(m_cDifference); }
 
-    bool Full() const { return m_options.maxDifferences != 0 && m_cDifference.size() >= m_options.maxDifferences; }
+    bool Full() const
+    {
+        return m_options.maxDifferences != 0 && m_cDifference.size() >= m_options.maxDifferences;
+    }
 
     // The part of the path that lasts as long as the scope.
     class Scope
@@ -189,7 +192,10 @@ public:
     void Float(const std::string& what, float a, float b) { Floats(what, &a, &b, 1); }
     void Vector(const std::string& what, const Vec3& a, const Vec3& b) { Floats(what, &a.x, &b.x, 3); }
     void Rotation(const std::string& what, const Quat& a, const Quat& b) { Floats(what, &a.x, &b.x, 4); }
-    void Matrix(const std::string& what, const Matrix34& a, const Matrix34& b) { Floats(what, a.Data(), b.Data(), 12); }
+    void Matrix(const std::string& what, const Matrix34& a, const Matrix34& b)
+    {
+        Floats(what, a.Data(), b.Data(), 12);
+    }
     void Matrix(const std::string& what, const fr::Matrix44& a, const fr::Matrix44& b)
     {
         Floats(what, &a.m[0][0], &b.m[0][0], 16);
@@ -369,7 +375,8 @@ void Differ::MeshGroupPart(const MeshGroup& a, const MeshGroup& b)
             Text("xref", NameText(refA.xrefName), NameText(refB.xrefName));
             Value("bone", refA.boneIndex, refB.boneIndex);
             Count("skin_bones", refA.skinnedTransforms.size(), refB.skinnedTransforms.size());
-            for (size_t s = 0; s < std::min(refA.skinnedTransforms.size(), refB.skinnedTransforms.size()); ++s)
+            for (size_t s = 0; s < std::min(refA.skinnedTransforms.size(), refB.skinnedTransforms.size());
+                 ++s)
             {
                 const auto& [slotA, boneA] = refA.skinnedTransforms[s];
                 const auto& [slotB, boneB] = refB.skinnedTransforms[s];
@@ -478,8 +485,8 @@ void Differ::VertexSetPart(const std::string& prefix, fr::VertexSet* pA, fr::Ver
                        (c != fr::VC_Weights || pWordA[words - 1] == pWordB[words - 1]);
             }
             if (!same)
-                Add(prefix + "vertices[" + std::to_string(v) + "]/" + ComponentName(c), ComponentText(c, pWordA),
-                    ComponentText(c, pWordB));
+                Add(prefix + "vertices[" + std::to_string(v) + "]/" + ComponentName(c),
+                    ComponentText(c, pWordA), ComponentText(c, pWordB));
         }
 }
 
@@ -554,7 +561,8 @@ void Differ::TexturePart(const Texture& a, const Texture& b)
     Value("height", pA->GetHeight(), pB->GetHeight());
     // A compressed side keeps only an approximation of the other's pixels: the size is all that
     // can be held against it.
-    if ((fr::IsCompressed(pA->GetFormat()) || fr::IsCompressed(pB->GetFormat())) && pA->GetFormat() != pB->GetFormat())
+    if ((fr::IsCompressed(pA->GetFormat()) || fr::IsCompressed(pB->GetFormat())) &&
+        pA->GetFormat() != pB->GetFormat())
         return;
     Value("format", uint32(pA->GetFormat()), uint32(pB->GetFormat()));
     // Levels that the device makes from the top one (a final file may carry the top alone) are
@@ -562,7 +570,8 @@ void Differ::TexturePart(const Texture& a, const Texture& b)
     const bool autoMip = pA->IsAutoMip() || pB->IsAutoMip();
     if (!autoMip)
         Value("mips", pA->GetMipCount(), pB->GetMipCount());
-    if (pA->GetFormat() != pB->GetFormat() || pA->GetWidth() != pB->GetWidth() || pA->GetHeight() != pB->GetHeight())
+    if (pA->GetFormat() != pB->GetFormat() || pA->GetWidth() != pB->GetWidth() ||
+        pA->GetHeight() != pB->GetHeight())
         return;
     const uint32 levelCount = autoMip ? 1 : std::min(pA->GetMipCount(), pB->GetMipCount());
     const bool compressed = fr::IsCompressed(pA->GetFormat());
@@ -745,8 +754,8 @@ void Differ::MotionPart(const MotionList& a, const MotionList& b)
             const float valuesA[2] = {minA, maxA}, valuesB[2] = {minB, maxB};
             Floats(what, valuesA, valuesB, 2);
         };
-        range("start_delay", motionA.GetStartDelayMin(), motionA.GetStartDelayMax(), motionB.GetStartDelayMin(),
-              motionB.GetStartDelayMax());
+        range("start_delay", motionA.GetStartDelayMin(), motionA.GetStartDelayMax(),
+              motionB.GetStartDelayMin(), motionB.GetStartDelayMax());
         range("loop_delay", motionA.GetLoopDelayMin(), motionA.GetLoopDelayMax(), motionB.GetLoopDelayMin(),
               motionB.GetLoopDelayMax());
         range("start_position", motionA.GetStartPositionMin(), motionA.GetStartPositionMax(),
@@ -865,7 +874,8 @@ void Differ::ClauseListPart(const std::string& what, const ClauseList& a, const 
     {
         const Clause* pA = a.GetClause(i);
         const Clause* pB = b.GetClause(i);
-        const std::string nameA = pA ? NameText(pA->GetName()) : "", nameB = pB ? NameText(pB->GetName()) : "";
+        const std::string nameA = pA ? NameText(pA->GetName()) : "",
+                          nameB = pB ? NameText(pB->GetName()) : "";
         Scope item(*this, Label(size_t(i), nameA, nameB));
         Text("name", nameA, nameB);
         if (content && pA && pB)
@@ -913,7 +923,8 @@ void Differ::EventPart(const EventList& a, const EventList& b)
 }
 } // namespace
 
-std::vector<ModelDifference> DiffModels(const RenderModel& a, const RenderModel& b, const ModelDiffOptions& options)
+std::vector<ModelDifference> DiffModels(const RenderModel& a, const RenderModel& b,
+                                        const ModelDiffOptions& options)
 {
     Differ differ(options);
     differ.Model(a, b);

@@ -1,8 +1,8 @@
 // The project's sample model and the model commands of the program. The sample is the walker of
 // generic_model_fixture.h as the writer writes it: run this test with TQ7Z_WRITE_SAMPLES=1 to write
 // it again into samples/models; otherwise the test checks that the files there are still that.
-#include "model/file/generic/generic_model_fixture.h"
 #include "model/file/final/shaderloadfinal.h"
+#include "model/file/generic/generic_model_fixture.h"
 #include "model/file/generic/rendermodelloadgeneric.h"
 
 #include <gtest/gtest.h>
@@ -89,8 +89,8 @@ TEST(GenericSample, ModelInfoJsonHasTheKeysScriptsRelyOn)
         return keys;
     };
     using Keys = std::vector<std::string>;
-    EXPECT_EQ(keysOf(info),
-              (Keys{"name", "format", "textures", "shaders", "bones", "meshes", "markers", "cameras", "animations"}));
+    EXPECT_EQ(keysOf(info), (Keys{"name", "format", "textures", "shaders", "bones", "meshes", "markers",
+                                  "cameras", "animations"}));
     EXPECT_EQ(info["name"], "walker");
     EXPECT_EQ(info["format"], "generic");
     ASSERT_EQ(info["textures"].size(), 2u);
@@ -269,7 +269,8 @@ TEST(ModelCommands, UsageErrorsExitWithTwoAndUnreadableFilesWithOne)
         {{"model", "convert", walker, folder / "out.tqm", "--interm"}, 2, "--interm writes a .sgm file"},
         {{"model", "info", walker, "--detail", "4"}, 2, nullptr},
         {{"model", "diff", walker, folder / "none.tqm"}, 1, "none.tqm: no such file"},
-        {{"model", "diff", (s_samples / "../images/walker_diffuse.img").string(), walker}, 1,
+        {{"model", "diff", (s_samples / "../images/walker_diffuse.img").string(), walker},
+         1,
          "not a model file (its root chunk is the folder 'IMAG'"},
     };
     for (const Case& c : cases)
