@@ -4,23 +4,16 @@
 #include "foundation/output.h"
 #include "inventory/warehouse.h"
 #include "model/file/modelchunk.h"
+#include "model/file/modelparts.h"
 #include "model/mesh/meshgroup.h"
 #include "model/rendermodel.h"
 #include "model/skeleton/skeleton.h"
 #include "storage/bytestreamadapter.h"
+#include "storage/chunky.h"
 
 #include <cmath>
 
 using namespace ModelChunk;
-
-namespace
-{
-const char* ModelName(const RenderModel& model)
-{
-    const char* name = model.Inv::NamedResource::GetName();
-    return name ? name : "";
-}
-} // namespace
 
 namespace AnimChunk
 {
@@ -72,7 +65,7 @@ void ReadControl(Payload& payload, const char* nameText, Anim& anim, const Rende
         if (control.m_index == ra::MeshGroup::InvalidIndex)
         {
             dbWarningf("Could not find shader '%s' in model '%s' for animation '%s'", nameText,
-                       ModelName(model), ra::NameText(anim.GetName()));
+                       ModelParts::ModelName(model), ra::NameText(anim.GetName()));
             return;
         }
     }
@@ -82,7 +75,7 @@ void ReadControl(Payload& payload, const char* nameText, Anim& anim, const Rende
         if (control.m_index == ra::MeshGroup::InvalidIndex)
         {
             dbWarningf("Could not find mesh '%s' in model '%s' for animation '%s'", nameText,
-                       ModelName(model), ra::NameText(anim.GetName()));
+                       ModelParts::ModelName(model), ra::NameText(anim.GetName()));
             return;
         }
     }
@@ -107,8 +100,8 @@ void ReadCamera(Payload& payload, const char* nameText, Anim& anim, const Render
     const ra::Name name = ra::NameOf(nameText);
     if (model.FindCamera(name) == RenderModel::InvalidIndex)
     {
-        dbWarningf("Could not find camera '%s' in model '%s' for animation '%s'", nameText, ModelName(model),
-                   ra::NameText(anim.GetName()));
+        dbWarningf("Could not find camera '%s' in model '%s' for animation '%s'", nameText,
+                   ModelParts::ModelName(model), ra::NameText(anim.GetName()));
         return;
     }
     anim.AddCamera(name, std::move(pPositions), std::move(pRotations));
@@ -130,5 +123,29 @@ Inv::Reference<Anim> FindXRefAnim(const char* file, ra::Name animName)
     if (index == AnimList::InvalidIndex)
         return {};
     return pList->GetAnimNode(index)->GetAnim();
+}
+void ReadBox(Chunky& chunky, ByteStreamAdapter& adapter, ra::Vec3& minimum, ra::Vec3& maximum)
+{
+    Payload payload(adapter, chunky.ReadDataChunk(ID_ANBV, ANBVVersion));
+    minimum = payload.ReadVec3();
+    maximum = payload.ReadVec3();
+    chunky.CloseChunk();
+}
+
+void WriteBox(Chunky& chunky, ByteStreamAdapter& adapter, const AnimListNode& node, const char* animName)
+{
+    ra::Vec3 minimum, maximum;
+    if (!node.GetBV(minimum, maximum))
+        return;
+    chunky.OpenDataChunk(ID_ANBV, ANBVVersion, animName);
+    WriteVec3(adapter, minimum);
+    WriteVec3(adapter, maximum);
+    chunky.CloseChunk();
+}
+
+void WriteXRefFields(ByteStreamAdapter& adapter, const AnimListNode& node, const char* animName)
+{
+    adapter.WriteString(ra::NameText(node.GetXRefName()));
+    adapter.WriteString(animName);
 }
 } // namespace AnimChunk

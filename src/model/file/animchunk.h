@@ -12,6 +12,7 @@
 
 #include "foundation/types.h"
 #include "inventory/reference.h"
+#include "math/vector.h"
 #include "model/anim/anim.h"
 #include "model/anim/animlist.h"
 #include "names/name.h"
@@ -19,6 +20,7 @@
 #include <memory>
 
 class ByteStreamAdapter;
+class Chunky;
 class RenderModel;
 class Skeleton;
 
@@ -29,6 +31,10 @@ class Payload;
 
 namespace AnimChunk
 {
+// The box an animation sweeps, the same chunk in every form: vec3 minimum, vec3 maximum.
+constexpr uint32 ID_ANBV = FourCC("ANBV");
+constexpr uint32 ANBVVersion = 1;
+
 // A node for the animation, its mappings sized for `model` (the list fills them when the node is
 // added).
 std::unique_ptr<AnimListNode> MakeNode(const RenderModel& model, const Inv::Reference<Anim>& animRef);
@@ -47,6 +53,13 @@ void WriteControl(ByteStreamAdapter& adapter, const ControlInfo& control, const 
 // The two streams of the camera `name` into `anim`, for a camera of `model`.
 void ReadCamera(ModelChunk::Payload& payload, const char* name, Anim& anim, const RenderModel& model);
 void WriteCamera(ByteStreamAdapter& adapter, const Anim& anim, int index);
+
+// Reads the "ANBV" chunk just peeked.
+void ReadBox(Chunky& chunky, ByteStreamAdapter& adapter, ra::Vec3& minimum, ra::Vec3& maximum);
+// Writes an "ANBV" chunk named `animName` when the node holds a box.
+void WriteBox(Chunky& chunky, ByteStreamAdapter& adapter, const AnimListNode& node, const char* animName);
+// The fields of a cross-reference: string source model, string animation name.
+void WriteXRefFields(ByteStreamAdapter& adapter, const AnimListNode& node, const char* animName);
 
 // The animation `animName` of the model file `file`, loaded through the inventory; a null
 // reference when the model lacks it.

@@ -4,6 +4,7 @@
 #include "model/file/conditionload.h"
 #include "model/file/eventload.h"
 #include "model/file/modelchunk.h"
+#include "model/file/modelparts.h"
 #include "model/file/modifierload.h"
 #include "model/file/motionload.h"
 #include "model/rendermodel.h"
@@ -29,11 +30,6 @@ void ReadSelection(Chunky& chunky, ByteStreamAdapter& adapter, RenderModel& mode
     chunky.CloseChunk();
 }
 
-const char* ModelName(const RenderModel& model)
-{
-    const char* name = model.Inv::NamedResource::GetName();
-    return name ? name : "";
-}
 } // namespace
 
 namespace EntityChunks
@@ -48,7 +44,7 @@ bool Read(Chunky& chunky, ByteStreamAdapter& adapter, const ChunkInfo& info, Ren
         ReadSelection(chunky, adapter, model);
         return true;
     }
-    const char* modelName = ModelName(model);
+    const char* modelName = ModelParts::ModelName(model);
     switch (info.id)
     {
     case EventLoad::ID_EVCT:

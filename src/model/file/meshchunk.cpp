@@ -406,4 +406,90 @@ std::unique_ptr<ra::MeshGroup> BuildGroup(std::vector<Entry>& cEntry,
     pGroup->SetBV(bv);
     return pGroup;
 }
+
+std::unique_ptr<ra::Mesh>
+ReadMeshFolder(Chunky& chunky, ByteStreamAdapter& adapter, const char* modelName, uint32 dataVersion,
+               const std::function<void(Payload&, const ChunkInfo&, ra::Mesh&)>& readData)
+{
+    const ChunkInfo mslc = chunky.ReadFolderChunk(ID_MSLC, MSLCVersion);
+    if (mslc.name.empty())
+        ThrowBadContent(adapter, "A mesh of model '%s' has no name!", modelName);
+    auto pMesh = std::make_unique<ra::Mesh>(mslc.name.c_str());
+    ChunkInfo info;
+    while (chunky.NextChunk(info))
+    {
+        if (info.kind != Chunky::CT_Data)
+            continue;
+        if (info.id == ID_DATA)
+        {
+            const ChunkInfo data = chunky.ReadDataChunk(ID_DATA, dataVersion);
+            Payload payload(adapter, data);
+            readData(payload, data, *pMesh);
+            chunky.CloseChunk();
+        }
+        else if (info.id == ID_BVOL)
+        {
+            const ra::BoundVolume bv = ReadBoundVolumeChunk(chunky, adapter);
+            if (bv.IsValid())
+                pMesh->SetBV(bv);
+        }
+    }
+    chunky.CloseChunk();
+    return pMesh;
+}
+
+void WriteMeshFolder(Chunky& chunky, ByteStreamAdapter& adapter, const ra::Mesh& mesh, const char* name,
+                     uint32 dataVersion, const std::function<void()>& writeData)
+{
+    chunky.OpenFolderChunk(ID_MSLC, MSLCVersion, name);
+    chunky.OpenDataChunk(ID_DATA, dataVersion, nullptr);
+    writeData();
+    chunky.CloseChunk();
+    // A mesh of a model file always has its volume; one without is written as not valid.
+    if (!mesh.HasBV())
+        dbBreakMsg("m_bv.IsValid()");
+    WriteBoundVolume(chunky, adapter, mesh.HasBV() ? mesh.GetBV() : ra::BoundVolume());
+    chunky.CloseChunk();
+}
+
+std::unique_ptr<ra::MeshGroup>
+ReadGroup(Chunky& chunky, ByteStreamAdapter& adapter, const Skeleton* pSkeleton, const char* modelName,
+          const std::function<Inv::Reference<ra::Mesh>(const ChunkInfo&)>& loadMesh)
+{
+    chunky.ReadFolderChunk(ID_MSGR, MSGRVersion);
+    std::vector<Inv::Reference<ra::Mesh>> cLocal;
+    std::vector<Entry> cEntry;
+    ra::BoundVolume bv;
+    ChunkInfo info;
+    while (chunky.NextChunk(info))
+    {
+        if (info.kind == Chunky::CT_Folder && info.id == ID_MSLC)
+            cLocal.push_back(loadMesh(info));
+        else if (info.kind == Chunky::CT_Data && info.id == ID_DATA)
+        {
+            Payload payload(adapter, chunky.ReadDataChunk(ID_DATA, MSGRDataVersion));
+            ReadGroupEntries(payload, cEntry);
+            chunky.CloseChunk();
+        }
+        else if (info.kind == Chunky::CT_Data && info.id == ID_BVOL)
+            bv = ReadBoundVolumeChunk(chunky, adapter);
+    }
+    chunky.CloseChunk();
+    return BuildGroup(cEntry, cLocal, pSkeleton, bv, modelName);
+}
+
+void WriteGroup(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MeshGroup& group,
+                const std::function<void(const ra::Mesh&, const char* name)>& saveMesh)
+{
+    chunky.OpenFolderChunk(ID_MSGR, MSGRVersion, nullptr);
+    for (int32 i = 0; i < group.GetMeshCount(); ++i)
+    {
+        const ra::MeshRef& ref = group.GetMeshRef(i);
+        if (ref.xrefName == ra::Name::INVALID && ref.mesh.Get() != nullptr)
+            saveMesh(*ref.mesh.Get(), ra::NameText(ref.name));
+    }
+    WriteGroupEntries(chunky, adapter, group);
+    WriteBoundVolume(chunky, adapter, group.GetBV());
+    chunky.CloseChunk();
+}
 } // namespace MeshChunk

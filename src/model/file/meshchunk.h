@@ -23,6 +23,7 @@
 #include "model/mesh/mesh.h"
 #include "model/mesh/meshgroup.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -31,6 +32,10 @@ class Skeleton;
 
 namespace MeshChunk
 {
+constexpr uint32 ID_MSGR = FourCC("MSGR");
+constexpr uint32 MSGRVersion = 1;
+constexpr uint32 ID_MSLC = FourCC("MSLC");
+constexpr uint32 MSLCVersion = 1;
 constexpr uint32 ID_DATA = FourCC("DATA");
 constexpr uint32 ID_BVOL = FourCC("BVOL");
 constexpr uint32 BVOLVersion = 2;
@@ -93,6 +98,24 @@ void WriteIndexList(ByteStreamAdapter& adapter, const fr::PrimSet* pPrimSet);
 // A triangle list over the level's vertex set, for the shader; nothing for no indices.
 void SetPrimSet(ra::Mesh& mesh, int32 index, uint32 level, Shader& shader, uint32 usage,
                 const std::vector<uint16>& cIndex);
+
+// Reads the next "MSLC" folder into a new mesh of its name: its "DATA" (of `dataVersion` at the
+// newest) through `readData`, and its volume.
+std::unique_ptr<ra::Mesh>
+ReadMeshFolder(Chunky& chunky, ByteStreamAdapter& adapter, const char* modelName, uint32 dataVersion,
+               const std::function<void(ModelChunk::Payload&, const ChunkInfo&, ra::Mesh&)>& readData);
+// Writes one "MSLC" folder under `name`: its "DATA" through `writeData`, then its volume (a mesh
+// without one is an assertion and is written as not valid).
+void WriteMeshFolder(Chunky& chunky, ByteStreamAdapter& adapter, const ra::Mesh& mesh, const char* name,
+                     uint32 dataVersion, const std::function<void()>& writeData);
+// Reads the next "MSGR" folder: each "MSLC" is peeked and handed to `loadMesh`, which reads it
+// (ReadMeshFolder) or passes over it, then the entries and the volume; see BuildGroup.
+std::unique_ptr<ra::MeshGroup>
+ReadGroup(Chunky& chunky, ByteStreamAdapter& adapter, const Skeleton* pSkeleton, const char* modelName,
+          const std::function<Inv::Reference<ra::Mesh>(const ChunkInfo&)>& loadMesh);
+// Writes the "MSGR" folder: `saveMesh` for each mesh the model holds itself, the entries, the volume.
+void WriteGroup(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MeshGroup& group,
+                const std::function<void(const ra::Mesh&, const char* name)>& saveMesh);
 
 // The entries of a group's "DATA" chunk.
 void ReadGroupEntries(ModelChunk::Payload& payload, std::vector<Entry>& cEntry);

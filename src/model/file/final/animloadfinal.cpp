@@ -5,6 +5,7 @@
 #include "inventory/warehouse.h"
 #include "model/file/animchunk.h"
 #include "model/file/final/finalchunk.h"
+#include "model/file/modelparts.h"
 #include "model/rendermodel.h"
 #include "model/skeleton/skeleton.h"
 #include "storage/bytestreamadapter.h"
@@ -17,11 +18,6 @@ using namespace ModelChunk;
 
 namespace
 {
-const char* ModelName(const RenderModel& model)
-{
-    const char* name = model.Inv::NamedResource::GetName();
-    return name ? name : "";
-}
 
 // The animation of that name that a model loaded before put into the inventory.
 Inv::Reference<Anim> FindShared(const char* animName)
@@ -138,7 +134,7 @@ int AnimLoadFinal::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& li
     const ChunkInfo folder = chunky.ReadFolderChunk(ID_ANIM, ANIMVersion);
     const char* animName = folder.name.c_str();
     if (animName[0] == '\0')
-        ThrowBadContent(adapter, "An animation of model '%s' has no name!", ModelName(model));
+        ThrowBadContent(adapter, "An animation of model '%s' has no name!", ModelParts::ModelName(model));
 
     Inv::Reference<Anim> animRef;
     bool hasData = false;
@@ -177,11 +173,8 @@ int AnimLoadFinal::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& li
         }
         else if (info.id == ID_ANBV)
         {
-            Payload payload(adapter, chunky.ReadDataChunk(ID_ANBV, ANBVVersion));
-            minimum = payload.ReadVec3();
-            maximum = payload.ReadVec3();
+            AnimChunk::ReadBox(chunky, adapter, minimum, maximum);
             hasBV = true;
-            chunky.CloseChunk();
         }
     }
     chunky.CloseChunk();
@@ -194,7 +187,7 @@ int AnimLoadFinal::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& li
         animRef = AnimChunk::FindXRefAnim(xrefFile.c_str(), xrefAnim);
         if (!animRef.IsValid())
         {
-            dbWarningf("'%s': XRef'ed Anim '%s' in model '%s' is missing!", ModelName(model),
+            dbWarningf("'%s': XRef'ed Anim '%s' in model '%s' is missing!", ModelParts::ModelName(model),
                        ra::NameText(xrefAnim), xrefFile.c_str());
             return AnimList::InvalidIndex;
         }
@@ -219,8 +212,7 @@ void AnimLoadFinal::Save(Chunky& chunky, ByteStreamAdapter& adapter, const AnimL
     if (node.HasXRefName())
     {
         chunky.OpenDataChunk(ID_XREF, XREFVersion, nullptr);
-        adapter.WriteString(ra::NameText(node.GetXRefName()));
-        adapter.WriteString(animName);
+        AnimChunk::WriteXRefFields(adapter, node, animName);
         chunky.CloseChunk();
     }
     else
@@ -229,13 +221,6 @@ void AnimLoadFinal::Save(Chunky& chunky, ByteStreamAdapter& adapter, const AnimL
         WriteData(adapter, *pAnim);
         chunky.CloseChunk();
     }
-    ra::Vec3 minimum, maximum;
-    if (node.GetBV(minimum, maximum))
-    {
-        chunky.OpenDataChunk(ID_ANBV, ANBVVersion, animName);
-        WriteVec3(adapter, minimum);
-        WriteVec3(adapter, maximum);
-        chunky.CloseChunk();
-    }
+    AnimChunk::WriteBox(chunky, adapter, node, animName);
     chunky.CloseChunk();
 }

@@ -50,7 +50,6 @@ constexpr uint32 AnimDataVersion = 2;
 constexpr uint32 ID_XREF = FourCC("XREF");
 constexpr uint32 XREFVersion = 1;
 constexpr uint32 ID_ANBV = FourCC("ANBV");
-constexpr uint32 ANBVVersion = 1;
 
 // The action tree of the entity file, in place of the generic "ACTR".
 constexpr uint32 ID_ACTS = FourCC("ACTS");

@@ -107,61 +107,22 @@ ra::ShadowManager* MeshLoadFinal::GetShadowManager()
 Inv::Reference<ra::Mesh> MeshLoadFinal::LoadMesh(Chunky& chunky, ByteStreamAdapter& adapter,
                                                  const char* modelName)
 {
-    const ChunkInfo mslc = chunky.ReadFolderChunk(ID_MSLC, MSLCVersion);
-    if (mslc.name.empty())
-        ThrowBadContent(adapter, "A mesh of model '%s' has no name!", modelName);
-    auto pMesh = std::make_unique<ra::Mesh>(mslc.name.c_str());
-    ChunkInfo info;
-    while (chunky.NextChunk(info))
-    {
-        if (info.kind != Chunky::CT_Data)
-            continue;
-        if (info.id == ID_DATA)
-        {
-            const ChunkInfo data = chunky.ReadDataChunk(ID_DATA, MSLCDataVersion);
-            Payload payload(adapter, data);
-            ReadMeshData(payload, data, *pMesh);
-            chunky.CloseChunk();
-        }
-        else if (info.id == ID_BVOL)
-        {
-            const ra::BoundVolume bv = MeshChunk::ReadBoundVolumeChunk(chunky, adapter);
-            if (bv.IsValid())
-                pMesh->SetBV(bv);
-        }
-    }
-    chunky.CloseChunk();
-    return AddShared(std::move(pMesh));
+    return AddShared(MeshChunk::ReadMeshFolder(chunky, adapter, modelName, MSLCDataVersion, &ReadMeshData));
 }
 
 std::unique_ptr<ra::MeshGroup> MeshLoadFinal::Load(Chunky& chunky, ByteStreamAdapter& adapter,
                                                    const Skeleton* pSkeleton, const char* modelName)
 {
-    chunky.ReadFolderChunk(ID_MSGR, MSGRVersion);
-    std::vector<Inv::Reference<ra::Mesh>> cLocal;
-    std::vector<MeshChunk::Entry> cEntry;
-    ra::BoundVolume bv;
-    ChunkInfo info;
-    while (chunky.NextChunk(info))
-    {
-        if (info.kind == Chunky::CT_Folder && info.id == ID_MSLC)
-        {
-            // A mesh of this name is loaded already: the chunk is passed over unread.
-            Inv::Reference<ra::Mesh> meshRef =
-                info.name.empty() ? Inv::Reference<ra::Mesh>() : FindShared(info.name.c_str());
-            cLocal.push_back(meshRef.IsValid() ? meshRef : LoadMesh(chunky, adapter, modelName));
-        }
-        else if (info.kind == Chunky::CT_Data && info.id == ID_DATA)
-        {
-            Payload payload(adapter, chunky.ReadDataChunk(ID_DATA, MSGRDataVersion));
-            MeshChunk::ReadGroupEntries(payload, cEntry);
-            chunky.CloseChunk();
-        }
-        else if (info.kind == Chunky::CT_Data && info.id == ID_BVOL)
-            bv = MeshChunk::ReadBoundVolumeChunk(chunky, adapter);
-    }
-    chunky.CloseChunk();
-    return MeshChunk::BuildGroup(cEntry, cLocal, pSkeleton, bv, modelName);
+    return MeshChunk::ReadGroup(chunky, adapter, pSkeleton, modelName,
+                                [&](const ChunkInfo& info)
+                                {
+                                    // A mesh of this name is loaded already: the chunk is passed
+                                    // over unread.
+                                    Inv::Reference<ra::Mesh> meshRef = info.name.empty()
+                                                                           ? Inv::Reference<ra::Mesh>()
+                                                                           : FindShared(info.name.c_str());
+                                    return meshRef.IsValid() ? meshRef : LoadMesh(chunky, adapter, modelName);
+                                });
 }
 
 void MeshLoadFinal::SaveMesh(Chunky& chunky, ByteStreamAdapter& adapter, const ra::Mesh& mesh,
@@ -173,40 +134,30 @@ void MeshLoadFinal::SaveMesh(Chunky& chunky, ByteStreamAdapter& adapter, const r
     else if (pHigh->GetSize() == 0)
         dbBreakMsg("mesh.GetVertexSet( ra::Mesh::Poly_High )->GetSize() > 0");
 
-    chunky.OpenFolderChunk(ID_MSLC, MSLCVersion, name);
-    chunky.OpenDataChunk(ID_DATA, MSLCDataVersion, nullptr);
-    MeshChunk::WriteMeshHead(adapter, mesh);
-    fr::VertexSet* pLow = mesh.GetVertexSet(ra::Mesh::Poly_Low);
-    WriteInt32(adapter, pLow ? int32(pLow->GetSize()) : 0);
-    MeshChunk::WriteVertexStreams(adapter, pLow);
-    WriteInt32(adapter, mesh.GetPrimSetCount());
-    for (int32 i = 0; i < mesh.GetPrimSetCount(); ++i)
-    {
-        MeshChunk::WritePrimSetShader(adapter, mesh, i);
-        MeshChunk::WriteIndexList(adapter, mesh.GetPrimSet(i, ra::Mesh::Poly_High));
-        MeshChunk::WriteIndexList(adapter, mesh.GetPrimSet(i, ra::Mesh::Poly_Low));
-    }
-    WriteArray(adapter, mesh.GetShadowVertices());
-    WriteArray(adapter, mesh.GetShadowEdges());
-    WriteArray(adapter, mesh.GetShadowFaces());
-    chunky.CloseChunk();
-
-    if (!mesh.HasBV())
-        dbBreakMsg("m_bv.IsValid()");
-    MeshChunk::WriteBoundVolume(chunky, adapter, mesh.HasBV() ? mesh.GetBV() : ra::BoundVolume());
-    chunky.CloseChunk();
+    MeshChunk::WriteMeshFolder(
+        chunky, adapter, mesh, name, MSLCDataVersion,
+        [&]
+        {
+            MeshChunk::WriteMeshHead(adapter, mesh);
+            fr::VertexSet* pLow = mesh.GetVertexSet(ra::Mesh::Poly_Low);
+            WriteInt32(adapter, pLow ? int32(pLow->GetSize()) : 0);
+            MeshChunk::WriteVertexStreams(adapter, pLow);
+            WriteInt32(adapter, mesh.GetPrimSetCount());
+            for (int32 i = 0; i < mesh.GetPrimSetCount(); ++i)
+            {
+                MeshChunk::WritePrimSetShader(adapter, mesh, i);
+                MeshChunk::WriteIndexList(adapter, mesh.GetPrimSet(i, ra::Mesh::Poly_High));
+                MeshChunk::WriteIndexList(adapter, mesh.GetPrimSet(i, ra::Mesh::Poly_Low));
+            }
+            WriteArray(adapter, mesh.GetShadowVertices());
+            WriteArray(adapter, mesh.GetShadowEdges());
+            WriteArray(adapter, mesh.GetShadowFaces());
+        });
 }
 
 void MeshLoadFinal::Save(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MeshGroup& meshGroup)
 {
-    chunky.OpenFolderChunk(ID_MSGR, MSGRVersion, nullptr);
-    for (int32 i = 0; i < meshGroup.GetMeshCount(); ++i)
-    {
-        const ra::MeshRef& ref = meshGroup.GetMeshRef(i);
-        if (ref.xrefName == ra::Name::INVALID && ref.mesh.Get() != nullptr)
-            SaveMesh(chunky, adapter, *ref.mesh.Get(), ra::NameText(ref.name));
-    }
-    MeshChunk::WriteGroupEntries(chunky, adapter, meshGroup);
-    MeshChunk::WriteBoundVolume(chunky, adapter, meshGroup.GetBV());
-    chunky.CloseChunk();
+    MeshChunk::WriteGroup(chunky, adapter, meshGroup,
+                          [&](const ra::Mesh& mesh, const char* name)
+                          { SaveMesh(chunky, adapter, mesh, name); });
 }

@@ -12,6 +12,7 @@
 #include "model/file/final/shaderloadfinal.h"
 #include "model/file/final/skeletonloadfinal.h"
 #include "model/file/final/textureloadfinal.h"
+#include "model/file/modelparts.h"
 #include "model/file/motionload.h"
 #include "model/file/motionpayloadreader.h"
 #include "model/rendermodel.h"
@@ -36,11 +37,6 @@ using namespace ModelChunk;
 
 namespace
 {
-const char* ModelName(const RenderModel& model)
-{
-    const char* name = model.Inv::NamedResource::GetName();
-    return name ? name : "";
-}
 
 // `filename` with `extension` in place of a final file's extension, or added when it has none.
 bool WithExtension(char (&out)[FilePath::MAXPATH], const char* filename, const char* extension)
@@ -52,34 +48,6 @@ bool WithExtension(char (&out)[FilePath::MAXPATH], const char* filename, const c
         return FilePathUtil::SetExtension(out, extension);
     const int n = std::snprintf(out, sizeof(out), "%s%s", filename, extension);
     return n > 0 && n < int(sizeof(out));
-}
-
-bool AddTexture(std::unique_ptr<Texture> pTexture)
-{
-    Inv::Warehouse* pWarehouse = Inv::Warehouse::Get();
-    if (!dbAssert(pWarehouse) || !pTexture)
-        return false;
-    Inv::Resource* pFound = nullptr;
-    if (pWarehouse->Find(&pFound, pTexture->GetName(), Texture::GetTypeInfo()))
-        return true;
-    if (!pWarehouse->Add(pTexture.get()).IsValid())
-        return false;
-    pTexture.release();
-    return true;
-}
-
-bool AddShader(std::unique_ptr<ShaderImp> pShader)
-{
-    Inv::Warehouse* pWarehouse = Inv::Warehouse::Get();
-    if (!dbAssert(pWarehouse) || !pShader)
-        return false;
-    Inv::Resource* pFound = nullptr;
-    if (pWarehouse->Find(&pFound, pShader->Inv::NamedResource::GetName(), Shader::GetTypeInfo()))
-        return true;
-    if (!pWarehouse->Add<Shader>(pShader.get()).IsValid())
-        return false;
-    pShader.release();
-    return true;
 }
 
 void ReadMarkers(Chunky& chunky, ByteStreamAdapter& adapter, RenderModel& model)
@@ -186,20 +154,11 @@ void ResolveSkin(ra::MeshGroup& group, const Skeleton* pSkeleton, const char* mo
 bool WriteShaders(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MeshGroup& group)
 {
     std::set<const Texture*> cWritten;
-    for (int32 i = 0; i < group.GetShaderCount(); ++i)
-    {
-        const Shader* pShader = group.GetShader(i).Get();
-        if (pShader != nullptr && group.IsShaderLocal(i) && !pShader->IsShared() &&
-            !ShaderLoadFinal::SaveTextures(chunky, adapter, *pShader, cWritten))
-            return false;
-    }
-    for (int32 i = 0; i < group.GetShaderCount(); ++i)
-    {
-        const Shader* pShader = group.GetShader(i).Get();
-        if (pShader != nullptr && group.IsShaderLocal(i))
-            ShaderLoadFinal::Save(chunky, adapter, *pShader);
-    }
-    return true;
+    return ModelParts::WriteShaders(
+        group,
+        [&](const Shader& shader)
+        { return ShaderLoadFinal::SaveTextures(chunky, adapter, shader, cWritten); },
+        [&](const Shader& shader) { ShaderLoadFinal::Save(chunky, adapter, shader); });
 }
 
 std::unique_ptr<RenderModel> LoadFinalModel(const char* filename)
@@ -220,7 +179,7 @@ std::unique_ptr<RenderModel> RenderModelLoadFinal::Load(Chunky& chunky, ByteStre
     auto pModel = std::make_unique<RenderModel>(root.name.c_str());
     pModel->SetAnimList(std::make_unique<AnimListGeneric>(*pModel));
     AnimList& animList = *pModel->GetAnimList();
-    const char* modelName = ModelName(*pModel);
+    const char* modelName = ModelParts::ModelName(*pModel);
 
     ChunkInfo info;
     while (chunky.NextChunk(info))
@@ -231,11 +190,11 @@ std::unique_ptr<RenderModel> RenderModelLoadFinal::Load(Chunky& chunky, ByteStre
         {
         case ID_TXTR:
             if (folderChunk)
-                loaded = AddTexture(TextureLoadFinal::Load(chunky, adapter));
+                loaded = ModelParts::AddTexture(TextureLoadFinal::Load(chunky, adapter));
             break;
         case ID_SHDR:
             if (folderChunk)
-                loaded = AddShader(ShaderLoadFinal::Load(chunky, adapter, modelName));
+                loaded = ModelParts::AddShader(ShaderLoadFinal::Load(chunky, adapter, modelName));
             break;
         case ID_SSHR:
             if (!folderChunk)
@@ -300,7 +259,7 @@ bool RenderModelLoadFinal::LoadEntity(Chunky& chunky, ByteStreamAdapter& adapter
             AnimLoadFinal::Load(chunky, adapter, animList);
         else if (info.kind == Chunky::CT_Data && info.id == ID_ACTS &&
                  !ActionLoadFinal::Load(chunky, adapter, model.GetActionTree(), model.GetMotionList(),
-                                        model.GetConditionList(), ModelName(model)))
+                                        model.GetConditionList(), ModelParts::ModelName(model)))
             return false;
     }
     chunky.CloseChunk();
@@ -348,7 +307,7 @@ std::unique_ptr<RenderModel> RenderModelLoadFinal::Load(const char* name)
 
 bool RenderModelLoadFinal::Save(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model)
 {
-    chunky.OpenFolderChunk(ID_RSGM, RSGMVersion, ModelName(model));
+    chunky.OpenFolderChunk(ID_RSGM, RSGMVersion, ModelParts::ModelName(model));
     const ra::MeshGroup* pGroup = model.GetMeshGroup();
     if (pGroup != nullptr && !WriteShaders(chunky, adapter, *pGroup))
         return false;
@@ -373,7 +332,7 @@ void RenderModelLoadFinal::SaveEntity(Chunky& chunky, ByteStreamAdapter& adapter
         for (int i = 0; i < pList->GetAnimCount(); ++i)
             if (pList->GetAnimNode(i)->HasXRefName())
                 AnimLoadFinal::Save(chunky, adapter, *pList->GetAnimNode(i));
-    MotionLoad::WarnValidity(model.GetMotionList(), ModelName(model));
+    MotionLoad::WarnValidity(model.GetMotionList(), ModelParts::ModelName(model));
     EntityChunks::WriteMotionTree(chunky, adapter, model);
     ActionLoadFinal::Save(chunky, adapter, model.GetActionTree());
     EntityChunks::WriteSelection(chunky, adapter, model);

@@ -5,6 +5,7 @@
 #include "inventory/warehouse.h"
 #include "model/file/animchunk.h"
 #include "model/file/generic/genericchunk.h"
+#include "model/file/modelparts.h"
 #include "model/mesh/meshgroup.h"
 #include "model/rendermodel.h"
 #include "model/skeleton/skeleton.h"
@@ -21,11 +22,6 @@ using namespace ModelChunk;
 
 namespace
 {
-const char* ModelName(const RenderModel& model)
-{
-    const char* name = model.Inv::NamedResource::GetName();
-    return name ? name : "";
-}
 
 void ReadInfo(Payload& payload, const ChunkInfo& info, Anim& anim)
 {
@@ -181,7 +177,7 @@ int AnimLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& 
     const ChunkInfo anim = chunky.ReadFolderChunk(ID_ANIM, ANIMVersion);
     const char* animName = anim.name.c_str();
     if (animName[0] == '\0')
-        ThrowBadContent(adapter, "An animation of model '%s' has no name!", ModelName(model));
+        ThrowBadContent(adapter, "An animation of model '%s' has no name!", ModelParts::ModelName(model));
 
     std::unique_ptr<Anim> pAnim;
     bool hasXRef = false;
@@ -200,11 +196,8 @@ int AnimLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& 
         }
         else if (info.kind == Chunky::CT_Data && info.id == ID_ANBV)
         {
-            Payload payload(adapter, chunky.ReadDataChunk(ID_ANBV, ANBVVersion));
-            minimum = payload.ReadVec3();
-            maximum = payload.ReadVec3();
+            AnimChunk::ReadBox(chunky, adapter, minimum, maximum);
             hasBV = true;
-            chunky.CloseChunk();
         }
     }
     chunky.CloseChunk();
@@ -225,14 +218,14 @@ int AnimLoadGeneric::Load(Chunky& chunky, ByteStreamAdapter& adapter, AnimList& 
         if (list.FindAnim(xref.animName) != AnimList::InvalidIndex)
         {
             dbWarningf("'%s': XRef'ed Anim '%s' is already present locally, resave the motion tree",
-                       ModelName(model), ra::NameText(xref.animName));
+                       ModelParts::ModelName(model), ra::NameText(xref.animName));
             return AnimList::InvalidIndex;
         }
         const ra::Name xrefName = ra::MakeName(xref.file.c_str());
         Inv::Reference<Anim> animRef = AnimChunk::FindXRefAnim(xref.file.c_str(), xref.animName);
         if (!animRef.IsValid())
         {
-            dbWarningf("'%s': XRef'ed Anim '%s' in model '%s' is missing!", ModelName(model),
+            dbWarningf("'%s': XRef'ed Anim '%s' in model '%s' is missing!", ModelParts::ModelName(model),
                        ra::NameText(xref.animName), xref.file.c_str());
             index = list.AddAnim(xref.animName, xrefName);
         }
@@ -262,8 +255,7 @@ void AnimLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Ani
     if (node.HasXRefName())
     {
         chunky.OpenDataChunk(ID_XREF, XREFVersion, nullptr);
-        adapter.WriteString(ra::NameText(node.GetXRefName()));
-        adapter.WriteString(animName);
+        AnimChunk::WriteXRefFields(adapter, node, animName);
         chunky.CloseChunk();
     }
     else
@@ -293,13 +285,6 @@ void AnimLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const Ani
         WriteCameras(chunky, adapter, *pAnim);
         chunky.CloseChunk();
     }
-    ra::Vec3 minimum, maximum;
-    if (node.GetBV(minimum, maximum))
-    {
-        chunky.OpenDataChunk(ID_ANBV, ANBVVersion, animName);
-        WriteVec3(adapter, minimum);
-        WriteVec3(adapter, maximum);
-        chunky.CloseChunk();
-    }
+    AnimChunk::WriteBox(chunky, adapter, node, animName);
     chunky.CloseChunk();
 }

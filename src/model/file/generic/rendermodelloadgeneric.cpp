@@ -15,6 +15,7 @@
 #include "model/file/generic/skeletonloadgeneric.h"
 #include "model/file/generic/skeletonloadinterm.h"
 #include "model/file/generic/textureloadgeneric.h"
+#include "model/file/modelparts.h"
 #include "model/file/motionpayloadreader.h"
 #include "model/rendermodel.h"
 #include "model/rendermodeltypeinfo.h"
@@ -37,11 +38,6 @@ using namespace ModelChunk;
 
 namespace
 {
-const char* ModelName(const RenderModel& model)
-{
-    const char* name = model.Inv::NamedResource::GetName();
-    return name ? name : "";
-}
 
 // The files being read, innermost last: a model that reaches itself through its cross-references
 // is refused instead of read again and again.
@@ -96,30 +92,6 @@ std::string FolderOf(const char* path)
 {
     const char* file = FilePathUtil::GetFilenamePtr(path);
     return std::string(path, size_t(file - path));
-}
-
-void AddTexture(std::unique_ptr<Texture> pTexture)
-{
-    Inv::Warehouse* pWarehouse = Inv::Warehouse::Get();
-    if (!dbAssert(pWarehouse) || !pTexture)
-        return;
-    Inv::Resource* pFound = nullptr;
-    if (pWarehouse->Find(&pFound, pTexture->GetName(), Texture::GetTypeInfo()))
-        return;
-    if (pWarehouse->Add(pTexture.get()).IsValid())
-        pTexture.release();
-}
-
-void AddShader(std::unique_ptr<ShaderImp> pShader)
-{
-    Inv::Warehouse* pWarehouse = Inv::Warehouse::Get();
-    if (!dbAssert(pWarehouse) || !pShader)
-        return;
-    Inv::Resource* pFound = nullptr;
-    if (pWarehouse->Find(&pFound, pShader->Inv::NamedResource::GetName(), Shader::GetTypeInfo()))
-        return;
-    if (pWarehouse->Add<Shader>(pShader.get()).IsValid())
-        pShader.release();
 }
 
 void ReadMarker(Chunky& chunky, ByteStreamAdapter& adapter, RenderModel& model)
@@ -178,22 +150,16 @@ void WriteCamera(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModelCa
 // Textures of the model's own, unshared shaders, each once at its first use; then those shaders.
 void WriteShaders(Chunky& chunky, ByteStreamAdapter& adapter, const ra::MeshGroup& group, bool textures)
 {
-    if (textures)
-    {
-        std::set<const Texture*> cWritten;
-        for (int32 i = 0; i < group.GetShaderCount(); ++i)
+    std::set<const Texture*> cWritten;
+    ModelParts::WriteShaders(
+        group,
+        textures ? [&](const Shader& shader)
         {
-            const Shader* pShader = group.GetShader(i).Get();
-            if (pShader != nullptr && group.IsShaderLocal(i) && !pShader->IsShared())
-                ShaderLoadGeneric::SaveTextures(chunky, adapter, *pShader, cWritten);
+            ShaderLoadGeneric::SaveTextures(chunky, adapter, shader, cWritten);
+            return true;
         }
-    }
-    for (int32 i = 0; i < group.GetShaderCount(); ++i)
-    {
-        const Shader* pShader = group.GetShader(i).Get();
-        if (pShader != nullptr && group.IsShaderLocal(i))
-            ShaderLoadGeneric::Save(chunky, adapter, *pShader);
-    }
+                 : std::function<bool(const Shader&)>(),
+        [&](const Shader& shader) { ShaderLoadGeneric::Save(chunky, adapter, shader); });
 }
 
 void WriteMarkersAndCameras(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model)
@@ -230,7 +196,7 @@ std::unique_ptr<RenderModel> RenderModelLoadGeneric::Load(Chunky& chunky, ByteSt
     auto pModel = std::make_unique<RenderModel>(root.name.c_str());
     pModel->SetAnimList(std::make_unique<AnimListGeneric>(*pModel));
     AnimList& animList = *pModel->GetAnimList();
-    const char* modelName = ModelName(*pModel);
+    const char* modelName = ModelParts::ModelName(*pModel);
 
     ChunkInfo info;
     while (chunky.NextChunk(info))
@@ -242,13 +208,13 @@ std::unique_ptr<RenderModel> RenderModelLoadGeneric::Load(Chunky& chunky, ByteSt
             if (!folderChunk)
                 break;
             if (std::unique_ptr<Texture> pTexture = TextureLoadGeneric::Load(chunky, adapter))
-                AddTexture(std::move(pTexture));
+                ModelParts::AddTexture(std::move(pTexture));
             else
                 ThrowBadContent(adapter, "Unable to load image(s) for texture '%s'!", info.name.c_str());
             break;
         case ID_SHDR:
             if (folderChunk)
-                AddShader(ShaderLoadGeneric::Load(chunky, adapter, modelName));
+                ModelParts::AddShader(ShaderLoadGeneric::Load(chunky, adapter, modelName));
             break;
         case ID_SSHR:
             if (!folderChunk)
@@ -324,7 +290,7 @@ void RenderModelLoadGeneric::LoadEbp(Chunky& chunky, ByteStreamAdapter& adapter,
     if (model.GetAnimList() == nullptr)
         model.SetAnimList(std::make_unique<AnimListGeneric>(model));
     AnimList& animList = *model.GetAnimList();
-    const char* modelName = ModelName(model);
+    const char* modelName = ModelParts::ModelName(model);
     ChunkInfo info;
     while (chunky.NextChunk(info))
     {
@@ -406,7 +372,7 @@ std::unique_ptr<RenderModel> RenderModelLoadGeneric::Load(const char* filename, 
 void RenderModelLoadGeneric::Save(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model,
                                   const SaveFlags& flags)
 {
-    chunky.OpenFolderChunk(ID_RSGM, RSGMVersion, ModelName(model));
+    chunky.OpenFolderChunk(ID_RSGM, RSGMVersion, ModelParts::ModelName(model));
     const ra::MeshGroup* pGroup = model.GetMeshGroup();
     if (flags.meshes)
     {
@@ -468,7 +434,7 @@ bool RenderModelLoadGeneric::Save(const char* filename, const RenderModel& model
 void RenderModelLoadGeneric::SaveInterm(Chunky& chunky, ByteStreamAdapter& adapter, const RenderModel& model,
                                         bool modelPart, bool animPart, bool textures)
 {
-    chunky.OpenFolderChunk(ID_RSGM, RSGMVersion, ModelName(model));
+    chunky.OpenFolderChunk(ID_RSGM, RSGMVersion, ModelParts::ModelName(model));
     const ra::MeshGroup* pGroup = model.GetMeshGroup();
     if (modelPart)
     {
