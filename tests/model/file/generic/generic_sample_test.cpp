@@ -297,6 +297,20 @@ TEST(ModelCommands, FinalFormReadsBackAsTheModelItCameFrom)
     const ToolRun diff = RunTool({"model", "diff", walker, folder / "w.tqm"});
     EXPECT_EQ(diff.status, 0) << diff.out << diff.err;
 
+    // Read at detail 0, every final texture is one flat pixel: four differences, the first shown.
+    const ToolRun flat =
+        RunTool({"model", "diff", walker, folder / "w.tqm", "--detail", "0", "--max", "1", "--json"});
+    EXPECT_EQ(flat.status, 1);
+    const nlohmann::ordered_json flatResult = nlohmann::ordered_json::parse(flat.out);
+    EXPECT_EQ(flatResult["more"], true);
+    ASSERT_EQ(flatResult["differences"].size(), 1u);
+    EXPECT_EQ(flatResult["differences"][0],
+              nlohmann::ordered_json(
+                  {{"path", "textures/art/textures/walker_skin/width"}, {"a", "8"}, {"b", "1"}}));
+    EXPECT_EQ(Count(RunTool({"model", "diff", walker, folder / "w.tqm", "--detail", "0", "--max", "0"}).out,
+                    " vs 1\n"),
+              4u);
+
     // Written again, the same bytes; and back to the generic form, the same model.
     ASSERT_EQ(RunTool({"model", "convert", folder / "w.tqm", folder / "again.tqm"}).status, 0);
     EXPECT_TRUE(TempFolder::Read(folder / "again.tqm") == TempFolder::Read(folder / "w.tqm"));
