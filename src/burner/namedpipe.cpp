@@ -89,6 +89,12 @@ NamedPipe::NamedPipe(std::string path, Role role) : m_path(std::move(path)), m_r
 
 NamedPipe::~NamedPipe()
 {
+    Disconnect();
+    CloseAll();
+}
+
+void NamedPipe::Disconnect()
+{
     // Drain what the other end left, so that it is not blocked on a full pipe while it goes down.
     if (m_fd >= 0)
     {
@@ -98,7 +104,9 @@ NamedPipe::~NamedPipe()
         }
         ::shutdown(m_fd, SHUT_RDWR);
     }
-    CloseAll();
+    m_bConnected = false;
+    m_cPending.clear();
+    m_hasPending = false;
 }
 
 void NamedPipe::CloseAll()

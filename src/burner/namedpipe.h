@@ -42,7 +42,7 @@ public:
     static std::string PathFromEnvironment();
 
     NamedPipe(std::string path, Role role);
-    // Drains what is readable, disconnects and closes; a server removes its socket file.
+    // Disconnects and closes; a server removes its socket file.
     ~NamedPipe();
     NamedPipe(const NamedPipe&) = delete;
     NamedPipe& operator=(const NamedPipe&) = delete;
@@ -67,6 +67,9 @@ public:
     // `more` says that the message goes on; then `read` equals `length`. False when the pipe is
     // broken or the other end has closed it.
     bool Read(void* buffer, uint32 length, uint32& read, bool& more);
+
+    // Drains what is readable and ends the connection, so that the other end sees the pipe close.
+    void Disconnect();
 
     const std::string& GetPath() const { return m_path; }
     Role GetRole() const { return m_role; }

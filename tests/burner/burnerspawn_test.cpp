@@ -1,0 +1,254 @@
+// The tool side of a burn against a test burner program that misbehaves as FAKE_BURNER_MODE says.
+// Each case checks the records and that no process, socket or local copy is left behind.
+#include "burner/burnerprocess.h"
+#include "burner/burnerspawn.h"
+#include "burner/namedpipe.h"
+#include "support/logcapture.h"
+#include "support/tempfolder.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+const std::string s_error = "Error: Burner -- ";
+
+std::string HostFolder()
+{
+    return fs::read_symlink("/proc/self/exe").parent_path().string();
+}
+
+// Sockets of this process still in the runtime folder.
+int SocketsLeft()
+{
+    const fs::path socketPath = NamedPipe::LocalPath(NamedPipe::PipeName);
+    const std::string prefix = std::string(NamedPipe::PipeName) + "-" + std::to_string(::getpid()) + "-";
+    int count = 0;
+    for (const fs::directory_entry& entry : fs::directory_iterator(socketPath.parent_path()))
+        count += entry.path().filename().string().rfind(prefix, 0) == 0 ? 1 : 0;
+    return count;
+}
+
+class BurnerSpawnTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_burnerPath = m_temp / "share";
+        fs::create_directories(m_burnerPath);
+        fs::copy_file(FAKE_BURNER, m_burnerPath + "/" + BurnerProcess::ModuleName);
+    }
+
+    void UseMode(const char* mode)
+    {
+        m_mode.reset();
+        m_mode = std::make_unique<ScopedEnv>("FAKE_BURNER_MODE", mode);
+    }
+
+    // The burner's process id and file name, once it has written them.
+    bool Launched(int& pid, std::string& self, int waitMs = 0)
+    {
+        for (int waited = 0;; waited += 20)
+        {
+            std::istringstream in(TempFolder::Read(m_pidFile));
+            if (in >> pid >> self)
+                return true;
+            if (waited >= waitMs)
+                return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+
+    void ExpectNothingLeft()
+    {
+        EXPECT_FALSE(BurnerSpawn::IsBurnInProgress());
+        EXPECT_EQ(SocketsLeft(), 0);
+        int pid = 0;
+        std::string self;
+        if (!Launched(pid, self))
+            return;
+        EXPECT_EQ(::kill(pid, 0), -1) << "the burner " << pid << " still runs or was not reaped";
+        EXPECT_FALSE(fs::exists(self)) << self;
+        EXPECT_EQ(fs::path(self).parent_path().string(), HostFolder());
+        EXPECT_EQ(fs::path(self).filename().string().rfind(BurnerProcess::LocalCopyPrefix, 0), 0u) << self;
+    }
+
+    TempFolder m_temp;
+    std::string m_burnerPath;
+    std::string m_pidFile = m_temp / "burner.pid";
+    ScopedEnv m_pidEnv{"FAKE_BURNER_PIDFILE", m_pidFile.c_str()};
+    std::unique_ptr<ScopedEnv> m_mode;
+};
+
+struct FaultCase
+{
+    const char* mode;
+    const char* lastRecord;
+    const char* assertion; // a text the log must hold, or null
+};
+
+const FaultCase s_faults[] = {
+    {"exit-at-once", "Error: Burner -- ", nullptr},
+    {"die-before-connect", "Error: Burner -- Burner failed to connect to the Burner Process", nullptr},
+    {"unknown-answer", "Error: Burner -- Unknown message read from the burner", nullptr},
+    {"ready-of-8-bytes", "Error: Burner -- Failed to read a Message from the Burner Process",
+     "sizeof(BurnerReadyMsg) == size"},
+    {"refuse-setup", "Error: BurnerImp -- protocol 8 not spoken", nullptr},
+    {"exit-during-burn", "Error: Burner -- Failed to read a post burn request message from the burner", nullptr},
+    {"unknown-update", "Error: Burner -- Post burn Request message received is Unknown", nullptr},
+    {"refuse-request", "Error: BurnerImp -- no such folder", nullptr},
+};
+} // namespace
+
+TEST_F(BurnerSpawnTest, EachFaultGivesItsRecordAndLeavesNothing)
+{
+    for (const FaultCase& c : s_faults)
+    {
+        SCOPED_TRACE(c.mode);
+        std::error_code ec;
+        fs::remove(m_pidFile, ec);
+        UseMode(c.mode);
+        LogCapture log;
+        BurnerResults results;
+        uint32 filesBurned = 99;
+        EXPECT_FALSE(BurnerSpawn::RunBurn(m_burnerPath, 1, "/f", ".*$", false, false, true, filesBurned, results));
+        EXPECT_EQ(filesBurned, 0u);
+        ASSERT_FALSE(results.IsEmpty());
+        EXPECT_EQ(results[results.Count() - 1].text, c.lastRecord);
+        EXPECT_EQ(results[results.Count() - 1].level, uint32(BurnerResults::LevelError));
+        if (c.assertion != nullptr)
+        {
+            EXPECT_TRUE(log.Has(c.assertion));
+        }
+        ExpectNothingLeft();
+    }
+}
+
+TEST_F(BurnerSpawnTest, MissingModuleIsNamed)
+{
+    fs::remove(m_burnerPath + "/" + BurnerProcess::ModuleName);
+    BurnerResults results;
+    EXPECT_FALSE(BurnerSpawn::StartBurn(m_burnerPath, 0, "/f", ".*$", false, false, true, results));
+    ASSERT_EQ(results.Count(), 1u);
+    EXPECT_EQ(results[0].text, s_error + "Failed to locate the burner module: 'BurnerImp'.");
+    ExpectNothingLeft();
+}
+
+TEST_F(BurnerSpawnTest, UpdateOfTwoThousandBytesAndTheRequestArriveWhole)
+{
+    UseMode("big-update");
+    BurnerResults results;
+    uint32 filesBurned = 0;
+    ASSERT_TRUE(BurnerSpawn::RunBurn(m_burnerPath, 7, "/p/generic", "a\\..*$", true, false, true, filesBurned,
+                                     results));
+    EXPECT_EQ(filesBurned, 2u);
+    ASSERT_EQ(results.Count(), 5u);
+    EXPECT_EQ(results[0].text, "setup  v8");
+    EXPECT_EQ(results[2].text, "request 7 /p/generic a\\..*$ 101");
+    EXPECT_EQ(results[3].level, 1u);
+    EXPECT_EQ(results[3].text, std::string(1984, 'b'));
+    EXPECT_EQ(results[4].text, "BurnerImp -- 2 files burned");
+    ExpectNothingLeft();
+}
+
+TEST_F(BurnerSpawnTest, SecondStartLeavesTheFirstUndisturbed)
+{
+    UseMode("slow-result");
+    BurnerResults results;
+    ASSERT_TRUE(BurnerSpawn::StartBurn(m_burnerPath, 3, "/f", "x$", false, false, true, results));
+    BurnerResults second;
+    EXPECT_FALSE(BurnerSpawn::StartBurn(m_burnerPath, 4, "/g", "y$", false, false, true, second));
+    ASSERT_EQ(second.Count(), 1u);
+    EXPECT_EQ(second[0].text, s_error + "Burn already in progress");
+
+    bool done = false;
+    uint32 filesBurned = 0;
+    int polls = 0;
+    while (!done && polls++ < 200)
+        ASSERT_TRUE(BurnerSpawn::PollBurn(done, filesBurned, results));
+    EXPECT_TRUE(done);
+    EXPECT_EQ(filesBurned, 2u);
+    EXPECT_GT(polls, 2) << "the result comes after some empty polls of 50 ms";
+    EXPECT_EQ(results[2].text, "request 3 /f x$ 001");
+    ExpectNothingLeft();
+
+    EXPECT_FALSE(BurnerSpawn::PollBurn(done, filesBurned, second));
+    EXPECT_EQ(second[1].text, s_error + "Asyncronous Burn not in progress");
+}
+
+TEST_F(BurnerSpawnTest, NeverConnectingBurnerEndsTheWaitWhenItIsKilled)
+{
+    UseMode("never-connect");
+    // The wait for the client has no limit of its own; this watchdog ends the burner after a second.
+    std::thread watchdog(
+        [this]
+        {
+            int pid = 0;
+            std::string self;
+            if (Launched(pid, self, 10000))
+            {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+                ::kill(pid, SIGKILL);
+            }
+        });
+    const auto start = std::chrono::steady_clock::now();
+    BurnerResults results;
+    EXPECT_FALSE(BurnerSpawn::StartBurn(m_burnerPath, 0, "/f", ".*$", false, false, true, results));
+    watchdog.join();
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1000));
+    ASSERT_EQ(results.Count(), 1u);
+    EXPECT_EQ(results[0].text, s_error + "Burner failed to connect to the Burner Process");
+    ExpectNothingLeft();
+}
+
+TEST_F(BurnerSpawnTest, LocalCopyTakesTheFirstFreeNumber)
+{
+    const std::string zero = HostFolder() + "/" + BurnerProcess::LocalCopyPrefix + "0";
+    const bool made = !fs::exists(zero);
+    if (made)
+        std::ofstream(zero) << "left from a crash";
+    UseMode("big-update");
+    BurnerResults results;
+    uint32 filesBurned = 0;
+    EXPECT_TRUE(BurnerSpawn::RunBurn(m_burnerPath, 0, "/f", ".*$", false, false, true, filesBurned, results));
+    int pid = 0;
+    std::string self;
+    ASSERT_TRUE(Launched(pid, self));
+    EXPECT_NE(self, zero);
+    EXPECT_EQ(results[1].text, "self " + self);
+    EXPECT_TRUE(fs::exists(zero)) << "a copy left by another run is not touched";
+    if (made)
+    {
+        EXPECT_EQ(TempFolder::Read(zero), "left from a crash");
+        fs::remove(zero);
+    }
+    ExpectNothingLeft();
+}
+
+TEST_F(BurnerSpawnTest, FileListsGoAsTheirOwnMessages)
+{
+    UseMode("");
+    const std::vector<std::string> files = {"/p/a.sgm", "/p/b c.sgm"};
+    for (bool update : {false, true})
+    {
+        BurnerResults results;
+        uint32 filesBurned = 0;
+        EXPECT_TRUE(update ? BurnerSpawn::RunUpdateFileList(m_burnerPath, 5, files, filesBurned, results)
+                           : BurnerSpawn::RunFileList(m_burnerPath, 5, files, filesBurned, results));
+        EXPECT_EQ(filesBurned, 2u);
+        ASSERT_EQ(results.Count(), 5u);
+        const std::string word = update ? "update 5 " : "list 5 ";
+        EXPECT_EQ(results[2].text, word + files[0]);
+        EXPECT_EQ(results[3].text, word + files[1]);
+        ExpectNothingLeft();
+    }
+}
