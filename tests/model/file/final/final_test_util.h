@@ -128,9 +128,9 @@ inline void GiveFullMipChain(const char* name, uint32 side)
 }
 
 // The walker of the generic tests with textures of every level.
-inline std::unique_ptr<RenderModel> BuildFinalWalker()
+inline std::unique_ptr<RenderModel> BuildFinalWalker(const WalkerOptions& options = WalkerOptions())
 {
-    std::unique_ptr<RenderModel> pModel = BuildWalker();
+    std::unique_ptr<RenderModel> pModel = BuildWalker(options);
     GiveFullMipChain("art/textures/walker_skin", 8);
     GiveFullMipChain("art/textures/walker_glow", 4);
     return pModel;

@@ -179,8 +179,14 @@ TEST(FinalModel, ModelWrittenAndReadBackHasTheSameContentAndRewritesTheSameBytes
 {
     FinalEnv e;
     ScopedShadowManager shadows;
+    // A donor whose mesh and animation the walker takes by reference.
+    Inv::Warehouse::Get()->PushFrame("donor");
+    ASSERT_TRUE(RenderModelLoadFinal::Save("DATA:art/donor", *BuildDonor()));
+    Inv::Warehouse::Get()->PopFrame();
+    WalkerOptions options;
+    options.xrefMesh = options.xrefAnim = true;
     Inv::Warehouse::Get()->PushFrame("built");
-    std::unique_ptr<RenderModel> pBuilt = BuildFinalWalker();
+    std::unique_ptr<RenderModel> pBuilt = BuildFinalWalker(options);
     AddLowLevelAndShadows(*pBuilt->GetMeshGroup()->GetMesh(0));
     ASSERT_TRUE(RenderModelLoadFinal::Save("DATA:art/walker", *pBuilt));
     Inv::Warehouse::Get()->PopFrame();
@@ -191,7 +197,8 @@ TEST(FinalModel, ModelWrittenAndReadBackHasTheSameContentAndRewritesTheSameBytes
                                         "SHDR:walker_skin", "SHDR:walker_glow",
                                         "SKEL:", "MSGR:", "MARK:", "CAMS:", "ANIM:walk", "ANIM:idle"}));
     EXPECT_EQ(RootChildren(tqe, FinalChunk::ID_REBP, 4),
-              (std::vector<std::string>{"EVCT:", "CLST:", "CONL:", "MODL:", "MTRE:", "ACTS:", "SEUI:"}));
+              (std::vector<std::string>{"ANIM:wave",
+                                        "EVCT:", "CLST:", "CONL:", "MODL:", "MTRE:", "ACTS:", "SEUI:"}));
 
     // Read in a frame of its own, which doesn't see the shaders and textures of the built one.
     Inv::Warehouse::Get()->PushFrame("read");
@@ -204,6 +211,9 @@ TEST(FinalModel, ModelWrittenAndReadBackHasTheSameContentAndRewritesTheSameBytes
     ASSERT_TRUE(pRead);
     EXPECT_TRUE(SameBytes(GenericBytes(*pRead), GenericBytes(*pBuilt)));
     ExpectSameLowLevelAndShadows(*pBuilt->GetMeshGroup()->GetMesh(0), *pRead->GetMeshGroup()->GetMesh(0));
+    // The donor's parts came from its file.
+    EXPECT_EQ(Text(pRead->GetMeshGroup()->GetMeshXRefName(2)), "art/donor");
+    EXPECT_EQ(Text(pRead->GetAnimList()->GetAnimNode(2)->GetXRefName()), "art/donor");
     EXPECT_EQ(pRead->GetMeshGroup()->GetPolyCount(ra::Mesh::Poly_Low), 1);
     ASSERT_TRUE(RenderModelLoadFinal::Save("DATA:art/again.tqm", *pRead));
     Inv::Warehouse::Get()->PopFrame();
