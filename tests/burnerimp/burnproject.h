@@ -1,0 +1,108 @@
+// A project in a temporary folder for the burner tests: pipeline.ini (project "art": generic data in
+// "gen", final in "final", burn records under "burn"), a base "_default.burn" in the manner of the
+// sample project's, and generic files to burn: models copied from the samples under names of
+// their own, a team pattern, a text file, a broken model and a file of a plug-in no burner has.
+#pragma once
+
+#include "burnconfig/burnerresults.h"
+#include "support/tempfolder.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+inline const char* const s_baseBurn = R"(burn_version = 1
+burn_targets = {
+    { name = "models", wildcard = ".*\\.sgm$", targets = {
+        { target = "final", destination = "DataFinal", plugin = "model" } } },
+    { name = "patterns", wildcard = ".*\\.tqp$", targets = {
+        { target = "final", destination = "DataFinal", plugin = "pattern" } } },
+    { name = "copy", wildcard = ".*\\.txt$", targets = {
+        { target = "copy", destination = "DataFinal", plugin = "copy" } } },
+    { name = "smelt", wildcard = ".*\\.ore$", targets = {
+        { target = "final", destination = "DataFinal", plugin = "smelter" } } },
+}
+burn_params = {
+    { name = "models", targets = {
+        { target = "final", params = { { "dxtc", "5" }, { "mips_to_skip", "0" }, { "write_all_mips", "yes" } } } } },
+    { name = "patterns", targets = { { target = "final", params = { { "dxtc", "0" } } } } },
+    { name = "copy", targets = { { target = "copy", params = { { "read_only", "yes" } } } } },
+    { name = "smelt", targets = { { target = "final", params = { { "dxtc", "0" } } } } },
+}
+)";
+
+class BurnProject
+{
+public:
+    // `models` copies of the sample walker, "units/u<N>/u<N>.sgm" with its ".ebp".
+    explicit BurnProject(int models = 3, bool extras = true)
+    {
+        m_root.Write("pipeline.ini",
+                     "[p4]\r\nRevControlPort=\r\n[project:art]\r\nDataSource=src\r\nDataSourceShared=\r\n"
+                     "DataBurn=burn\r\nDataIntermediate=\r\nDataGeneric=gen\r\nDataFinal=final\r\n"
+                     "DataPreview=\r\nLocaleFolder=\r\nAttrLoc=\r\nParent=\r\n");
+        m_root.Write("gen/_default.burn", s_baseBurn);
+        const std::string sgm = TempFolder::Read(std::string(TQ7Z_SAMPLES) + "/models/walker.sgm");
+        const std::string ebp = TempFolder::Read(std::string(TQ7Z_SAMPLES) + "/models/walker.ebp");
+        for (int i = 0; i < models; ++i)
+        {
+            const std::string name = "units/u" + std::to_string(i) + "/u" + std::to_string(i);
+            m_root.Write("gen/" + name + ".sgm", sgm);
+            m_root.Write("gen/" + name + ".ebp", ebp);
+        }
+        if (extras)
+        {
+            m_root.Write("gen/teams/red.tqp", std::string("pattern\0bytes", 13));
+            m_root.Write("gen/readme.txt", "read me\n");
+            m_root.Write("gen/rock.ore", "ore");
+            m_root.Write("gen/units/broken/broken.sgm", "this is no chunk file");
+        }
+    }
+
+    std::string Ini() const { return m_root / "pipeline.ini"; }
+    std::string Gen(const std::string& relative = "") const { return m_root / ("gen/" + relative); }
+    std::string Final(const std::string& relative) const { return m_root / ("final/" + relative); }
+    std::string Write(const std::string& relative, const std::string& text) const
+    {
+        return m_root.Write(relative, text);
+    }
+    std::string Read(const std::string& relative) const { return TempFolder::Read(m_root / relative); }
+    bool Exists(const std::string& relative) const { return std::filesystem::exists(m_root / relative); }
+    const std::string& Root() const { return m_root.Path(); }
+
+    // Every file under "final", relative, with its bytes.
+    std::vector<std::pair<std::string, std::string>> FinalFiles() const
+    {
+        std::vector<std::pair<std::string, std::string>> cFile;
+        const std::string final = m_root / "final";
+        if (!std::filesystem::exists(final))
+            return cFile;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(final))
+            if (entry.is_regular_file())
+                cFile.emplace_back(std::filesystem::relative(entry.path(), final).generic_string(),
+                                   TempFolder::Read(entry.path().string()));
+        std::sort(cFile.begin(), cFile.end());
+        return cFile;
+    }
+
+private:
+    TempFolder m_root;
+};
+
+// The texts of a results list, one a line.
+inline std::string Texts(const BurnerResults& results)
+{
+    std::string text;
+    for (const BurnerResults::Record& record : results)
+        text += record.text + "\n";
+    return text;
+}
+
+inline int CountLevel(const BurnerResults& results, uint32 level, const std::string& holding = "")
+{
+    int count = 0;
+    for (const BurnerResults::Record& record : results)
+        count += record.level == level && record.text.find(holding) != std::string::npos ? 1 : 0;
+    return count;
+}
