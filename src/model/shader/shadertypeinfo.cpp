@@ -7,26 +7,30 @@
 #include "storage/filepathutil.h"
 
 #include <cstdio>
+#include <string>
 
 namespace
 {
 ShaderTypeInfo::ShaderReader s_reader = nullptr;
+std::string s_alias = "GENERIC";
 
-// "GENERIC:<name>.vds", or "<name>.vds" when the name carries its own alias.
+// "<alias>:<name>.vds", or "<name>.vds" when the name carries its own alias.
 bool SharedShaderFile(const char* name, char (&path)[FilePath::MAXPATH])
 {
     const int n =
         FilePathUtil::HasAlias(name)
             ? std::snprintf(path, sizeof(path), "%s%s", name, ShaderTypeInfo::FileExtension)
-            : std::snprintf(path, sizeof(path), "GENERIC:%s%s", name, ShaderTypeInfo::FileExtension);
+            : std::snprintf(path, sizeof(path), "%s:%s%s", s_alias.c_str(), name,
+                            ShaderTypeInfo::FileExtension);
     return n > 0 && n < int(sizeof(path));
 }
 
 } // namespace
 
-void ShaderTypeInfo::SetShaderReader(ShaderReader reader)
+void ShaderTypeInfo::SetShaderReader(ShaderReader reader, const char* alias)
 {
     s_reader = reader;
+    s_alias = alias ? alias : "GENERIC";
 }
 
 ShaderTypeInfo::ShaderReader ShaderTypeInfo::GetShaderReader()

@@ -1,6 +1,7 @@
 // The inventory's description of shaders. Shader names are material names, so they are kept
-// whole, only lower-cased. A name is loaded from its shared shader file ("GENERIC:<name>.vds"),
-// which the reader that the model file library registers reads whole, textures and all. A shader
+// whole, only lower-cased. A name is loaded from its shared shader file ("<alias>:<name>.vds",
+// "GENERIC" for the generic form, "DATA" for the game's), which the reader that the model file
+// library registers reads whole, textures and all. A shader
 // that cannot be loaded stands in as a blank one.
 #pragma once
 
@@ -18,7 +19,8 @@ public:
     // Reads the shared shader file at `path` and adds its textures to the inventory; null, logged
     // by the reader, when it cannot. Never throws.
     using ShaderReader = std::unique_ptr<Shader> (*)(const char* path);
-    static void SetShaderReader(ShaderReader reader);
+    // `alias` is where the form keeps its shared shader files.
+    static void SetShaderReader(ShaderReader reader, const char* alias = "GENERIC");
     static ShaderReader GetShaderReader();
 
     const char* GetTypeName() override { return "Shader"; }

@@ -169,7 +169,7 @@ std::unique_ptr<RenderModel> LoadFinalModel(const char* filename)
 
 void RenderModelLoadFinal::Register()
 {
-    ShaderTypeInfo::SetShaderReader(&ShaderLoadFinal::LoadSharedFile);
+    ShaderTypeInfo::SetShaderReader(&ShaderLoadFinal::LoadSharedFile, "DATA");
     RenderModelTypeInfo::SetFinalLoader(&LoadFinalModel);
 }
 

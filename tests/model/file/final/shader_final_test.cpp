@@ -13,13 +13,14 @@ using model_test::Env;
 
 namespace
 {
-// The final shared shader reader registered for one test; the hook is put back after it.
+// The final shared shader reader registered for one test, as the final form registers it: its
+// files lie under "DATA". The hook is put back after it.
 class FinalShaderReader
 {
 public:
     FinalShaderReader() : m_old(ShaderTypeInfo::GetShaderReader())
     {
-        ShaderTypeInfo::SetShaderReader(&ShaderLoadFinal::LoadSharedFile);
+        ShaderTypeInfo::SetShaderReader(&ShaderLoadFinal::LoadSharedFile, "DATA");
     }
     ~FinalShaderReader() { ShaderTypeInfo::SetShaderReader(m_old); }
     FinalShaderReader(const FinalShaderReader&) = delete;
@@ -154,13 +155,13 @@ TEST(ShaderLoadFinal, ChannelTexturesWithoutWarningMissingOnesPink)
 TEST(ShaderLoadFinal, SharedShadersGoByTheHeaderName)
 {
     Env env;
-    MountedFolder generic("GENERIC");
+    MountedFolder data("DATA");
     FinalShaderReader reader;
     Inv::Reference<Texture> team = AddPatternedTexture("art/textures/team");
     ShaderImp shared("team_colour");
     Describe(shared, {team});
     shared.SetShared(true);
-    ASSERT_TRUE(ShaderLoadFinal::SaveSharedFile("GENERIC:team_colour.vds", shared));
+    ASSERT_TRUE(ShaderLoadFinal::SaveSharedFile("DATA:team_colour.vds", shared));
     EXPECT_EQ(SaveShader(shared), Data("SSHR", 2, Bytes().Str("team_colour"), "team_colour"));
 
     Inv::Warehouse::Get()->PushFrame("model");
@@ -175,7 +176,7 @@ TEST(ShaderLoadFinal, SharedShadersGoByTheHeaderName)
         EXPECT_EQ(read->GetColour(3), 0x10203043u);
         ASSERT_TRUE(read->GetTexture(0).IsValid());
         EXPECT_STREQ(read->GetTexture(0)->GetName(), "art/textures/team");
-        EXPECT_TRUE(log.Has("SHADER USAGE -- Loading shared shader 'GENERIC:team_colour.vds'..."));
+        EXPECT_TRUE(log.Has("SHADER USAGE -- Loading shared shader 'DATA:team_colour.vds'..."));
     }
     Inv::Warehouse::Get()->PopFrame();
 
