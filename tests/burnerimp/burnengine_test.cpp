@@ -5,6 +5,9 @@
 #include "burnerimp/burnengine.h"
 #include "inventory/warehouse.h"
 #include "model/file/final/rendermodelloadfinal.h"
+#include "model/file/final/shaderloadfinal.h"
+#include "model/file/generic/shaderloadgeneric.h"
+#include "model/shader/shader.h"
 #include "model/file/generic/rendermodelloadgeneric.h"
 #include "model/modeldiff.h"
 #include "model/rendermodel.h"
@@ -311,4 +314,39 @@ TEST(BurnEngine, SetUpFailsWithARecord)
     const BurnSummary summary = engine.Burn(FolderRequest("/tmp"), results);
     EXPECT_EQ(summary.filesMatched, 0u);
     EXPECT_EQ(results[1].text, "Error: BurnerImp -- The burner is not set up");
+}
+
+// A shared shader file of the generic form comes out in the final form, which the final reader
+// takes; a file of another kind under its name is an error record.
+TEST(BurnEngine, ShaderPluginWritesTheFinalSharedShader)
+{
+    BurnProject project(1, false);
+    project.Write("gen/_default.burn",
+                  "burn_version = 1\nburn_targets = { { name = 'shaders', wildcard = '.*\\\\.vds$', targets = {\n"
+                  "  { target = 'final', destination = 'DataFinal', plugin = 'shader' } } } }\n"
+                  "burn_params = { { name = 'shaders', targets = { { target = 'final', params = {\n"
+                  "  { 'dxtc', '0' }, { 'mips_to_skip', '0' } } } } } }\n");
+    project.Write("gen/shaders/bad.vds", "no shader");
+    BurnEngine engine;
+    BurnerResults results;
+    ASSERT_TRUE(engine.Setup(project.Ini().c_str(), results)) << Texts(results);
+    {
+        std::unique_ptr<RenderModel> pModel = ReadModel(project.Gen("units/u0/u0.sgm"), false);
+        ASSERT_TRUE(pModel && pModel->GetMeshGroup());
+        const Shader* pShader = pModel->GetMeshGroup()->GetShader(0).Get();
+        ASSERT_NE(pShader, nullptr);
+        fs::create_directories(project.Gen("shaders"));
+        ASSERT_TRUE(ShaderLoadGeneric::SaveSharedFile(("TOOL:" + project.Gen("shaders/skin.vds")).c_str(), *pShader));
+    }
+    const BurnSummary summary = engine.Burn(FolderRequest(project.Gen("shaders")), results);
+    EXPECT_EQ(summary.filesMatched, 2u);
+    EXPECT_EQ(summary.filesBurned, 1u) << Texts(results);
+    EXPECT_EQ(CountLevel(results, BurnerResults::LevelError, "shaders/bad.vds: does not load as a shared shader"), 1)
+        << Texts(results);
+    ASSERT_TRUE(project.Exists("final/shaders/skin.vds"));
+    EXPECT_NE(project.Read("final/shaders/skin.vds"), project.Read("gen/shaders/skin.vds"));
+    Inv::Warehouse::Get()->PushFrame("final shader");
+    std::unique_ptr<Shader> pFinal = ShaderLoadFinal::LoadSharedFile(("TOOL:" + project.Final("shaders/skin.vds")).c_str());
+    Inv::Warehouse::Get()->PopFrame();
+    EXPECT_NE(pFinal, nullptr);
 }
