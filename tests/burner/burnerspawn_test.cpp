@@ -1,93 +1,11 @@
 // The tool side of a burn against a test burner program that misbehaves as FAKE_BURNER_MODE says.
 // Each case checks the records and that no process, socket or local copy is left behind.
-#include "burner/burnerprocess.h"
-#include "burner/burnerspawn.h"
-#include "burner/namedpipe.h"
+#include "fakeburnerfixture.h"
 #include "support/logcapture.h"
-#include "support/tempfolder.h"
-
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <thread>
-#include <unistd.h>
-
-namespace fs = std::filesystem;
 
 namespace
 {
-const std::string s_error = "Error: Burner -- ";
-
-std::string HostFolder()
-{
-    return fs::read_symlink("/proc/self/exe").parent_path().string();
-}
-
-// Sockets of this process still in the runtime folder.
-int SocketsLeft()
-{
-    const fs::path socketPath = NamedPipe::LocalPath(NamedPipe::PipeName);
-    const std::string prefix = std::string(NamedPipe::PipeName) + "-" + std::to_string(::getpid()) + "-";
-    int count = 0;
-    for (const fs::directory_entry& entry : fs::directory_iterator(socketPath.parent_path()))
-        count += entry.path().filename().string().rfind(prefix, 0) == 0 ? 1 : 0;
-    return count;
-}
-
-class BurnerSpawnTest : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        m_burnerPath = m_temp / "share";
-        fs::create_directories(m_burnerPath);
-        fs::copy_file(FAKE_BURNER, m_burnerPath + "/" + BurnerProcess::ModuleName);
-    }
-
-    void UseMode(const char* mode)
-    {
-        m_mode.reset();
-        m_mode = std::make_unique<ScopedEnv>("FAKE_BURNER_MODE", mode);
-    }
-
-    // The burner's process id and file name, once it has written them.
-    bool Launched(int& pid, std::string& self, int waitMs = 0)
-    {
-        for (int waited = 0;; waited += 20)
-        {
-            std::istringstream in(TempFolder::Read(m_pidFile));
-            if (in >> pid >> self)
-                return true;
-            if (waited >= waitMs)
-                return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-    }
-
-    void ExpectNothingLeft()
-    {
-        EXPECT_FALSE(BurnerSpawn::IsBurnInProgress());
-        EXPECT_EQ(SocketsLeft(), 0);
-        int pid = 0;
-        std::string self;
-        if (!Launched(pid, self))
-            return;
-        EXPECT_EQ(::kill(pid, 0), -1) << "the burner " << pid << " still runs or was not reaped";
-        EXPECT_FALSE(fs::exists(self)) << self;
-        EXPECT_EQ(fs::path(self).parent_path().string(), HostFolder());
-        EXPECT_EQ(fs::path(self).filename().string().rfind(BurnerProcess::LocalCopyPrefix, 0), 0u) << self;
-    }
-
-    TempFolder m_temp;
-    std::string m_burnerPath;
-    std::string m_pidFile = m_temp / "burner.pid";
-    ScopedEnv m_pidEnv{"FAKE_BURNER_PIDFILE", m_pidFile.c_str()};
-    std::unique_ptr<ScopedEnv> m_mode;
-};
+using BurnerSpawnTest = FakeBurnerTest;
 
 struct FaultCase
 {
