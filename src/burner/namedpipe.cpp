@@ -20,7 +20,7 @@ namespace
 constexpr int ConnectPollMs = 50;
 // Each direction's socket buffer. The kernel caps it (net.core.wmem_max); a message must fit in it
 // whole, as one record.
-constexpr int SocketBuffer = 1 << 20;
+constexpr int SocketBuffer = 4 << 20;
 
 bool MakeAddress(const std::string& path, sockaddr_un& address)
 {

@@ -1,9 +1,17 @@
+// tq7z burn FILE|FOLDER: the burn of a file or folder of a generic tree by the burner program.
 // tq7z burn config|set|reset: the burn configuration of a file or folder of a generic tree, merged
 // from its ".burn" files, and changes of one parameter saved as the minimal ".burn" file through
 // revision control.
 #include "cli/command.h"
 
 #include "burnconfig/configload.h"
+#include "burner/burner.h"
+#include "foundation/debug.h"
+#include "inventory/warehouse.h"
+#include "render/device.h"
+#include "storage/bytestream.h"
+#include "storage/filepath.h"
+#include "storage/filepath_hd.h"
 #include "pipeline/fullpath.h"
 #include "pipeline/pipeline.h"
 #include "revcontrol/revcontrolapi.h"
@@ -15,7 +23,9 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace
@@ -264,6 +274,193 @@ int RunReset(const EditOptions& options)
         });
 }
 
+// The revision control of a burn command, from its set-up to its tear-down.
+std::unique_ptr<RevControlAPI> s_RevCtrl;
+
+// What a burn command sets up, taken down in the order the tools take it down: inventory,
+// device, burner, revision control, the aliases, the pipeline. Each failure of the set-up throws
+// the burner's text for it.
+class BurnerCommandScope
+{
+public:
+    BurnerCommandScope() = default;
+    ~BurnerCommandScope() { TearDown(); }
+    BurnerCommandScope(const BurnerCommandScope&) = delete;
+    BurnerCommandScope& operator=(const BurnerCommandScope&) = delete;
+
+    void SetUp(const std::string& file)
+    {
+        if (!dbAssert(s_RevCtrl == nullptr))
+            s_RevCtrl.reset();
+        // The result is not tested: a file outside every project fails at the next step.
+        Pipeline::Initialize(file.c_str());
+        m_pipeline = Pipeline::IsInitialized();
+        if (!m_pipeline || Pipeline::ProjectFromPath(file.c_str(), DataGeneric) == nullptr)
+            throw std::runtime_error("Burner: Unable to find associated project.\n");
+        m_tool = FilePath::AddAlias("TOOL", "HD", 99, std::make_shared<FilePathHDRaw>());
+        if (!m_tool)
+            throw std::runtime_error("Burner: Unable to add Tool alias\n");
+        char toolsData[FilePathUtil::MAXPATH];
+        if (!Pipeline::GetPath("Global", "ToolsData", toolsData, sizeof(toolsData)))
+            throw std::runtime_error("Burner: 'ToolsData' not listed under [Global] in pipeline.ini\n");
+        std::shared_ptr<FilePathHD> pToolsData = FilePathHD::Create(toolsData, ByteStream::Mode_Read, false, false);
+        m_data = pToolsData && FilePath::AddAlias("DATA", "Tools Data", 400, pToolsData);
+        if (!m_data)
+            throw std::runtime_error("Burner: Unable to add Tools Data alias\n");
+        char burnerPath[FilePathUtil::MAXPATH];
+        if (!Pipeline::GetPath("burner", "burnerPath", burnerPath, sizeof(burnerPath)))
+            throw std::runtime_error("Burner: 'burnerPath' not listed under [burner] in pipeline.ini\n");
+        char port[256];
+        if (!Pipeline::GetString("p4", "RevControlPort", port, sizeof(port)))
+            throw std::runtime_error("Burner: 'RevControlPort' not listed under [p4] in pipeline.ini\n");
+        s_RevCtrl = RevControlAPI::Create(port, RevisionControlP4OrLocal);
+        m_burner = Burner::Initialize(burnerPath);
+        if (!m_burner)
+            throw std::runtime_error("Burner: Unable to set up the burner.\n");
+        m_device = fr::Interface::CreateDevice({}) != nullptr;
+        m_inventory = Inv::Warehouse::Create();
+    }
+
+    void TearDown()
+    {
+        if (m_inventory)
+            Inv::Warehouse::Destroy();
+        if (m_device)
+            fr::Interface::DestroyDevice();
+        if (m_burner)
+            Burner::Shutdown();
+        s_RevCtrl.reset();
+        if (m_tool)
+            FilePath::RemoveAlias("TOOL", "HD");
+        if (m_data)
+            FilePath::RemoveAlias("DATA", "Tools Data");
+        if (m_pipeline)
+            Pipeline::Shutdown();
+        m_inventory = m_device = m_burner = m_tool = m_data = m_pipeline = false;
+    }
+
+private:
+    bool m_pipeline = false;
+    bool m_tool = false;
+    bool m_data = false;
+    bool m_burner = false;
+    bool m_device = false;
+    bool m_inventory = false;
+};
+
+// Progress of a burn on standard error, from the burner's "done/total name" records: a bar redrawn
+// in place on a terminal, a line per file otherwise.
+class BurnProgress
+{
+public:
+    BurnProgress() : m_terminal(::isatty(STDERR_FILENO) != 0) {}
+    ~BurnProgress() { End(); }
+    BurnProgress(const BurnProgress&) = delete;
+    BurnProgress& operator=(const BurnProgress&) = delete;
+
+    void Show(const BurnerResults::Record& record)
+    {
+        unsigned done = 0, total = 0;
+        int nameAt = 0;
+        if (record.level != BurnerResults::LevelInfo ||
+            std::sscanf(record.text.c_str(), "%u/%u %n", &done, &total, &nameAt) != 2 || nameAt == 0 ||
+            total == 0 || done > total)
+            return;
+        const char* name = record.text.c_str() + nameAt;
+        if (!m_terminal)
+        {
+            std::fprintf(stderr, "tq7z burn: %u/%u %s\n", done, total, name);
+            return;
+        }
+        constexpr unsigned width = 30;
+        const unsigned filled = unsigned(uint64(done) * width / total);
+        std::fprintf(stderr, "\r\x1b[K[%s%s] %u/%u %.60s", std::string(filled, '#').c_str(),
+                     std::string(width - filled, '.').c_str(), done, total, name);
+        std::fflush(stderr);
+        m_drawn = true;
+    }
+    void End()
+    {
+        if (m_drawn)
+            std::fputc('\n', stderr);
+        m_drawn = false;
+    }
+
+private:
+    bool m_terminal;
+    bool m_drawn = false;
+};
+
+// The burn itself, started and polled here so that its progress shows between the polls.
+bool BurnWithProgress(uint32 changelist, const std::string& file, bool force, uint32& filesBurned,
+                      BurnerResults& results)
+{
+    filesBurned = 0;
+    Burner* pBurner = Burner::Instance();
+    if (pBurner == nullptr || !pBurner->BurnAsync(changelist, file, force, false, true, results))
+        return false;
+    BurnProgress progress;
+    size_t shown = results.Count();
+    bool done = false;
+    while (!done)
+    {
+        if (!pBurner->Poll(done, filesBurned, results))
+            return false;
+        for (; shown < results.Count(); ++shown)
+            progress.Show(results[shown]);
+    }
+    return true;
+}
+
+int RunBurnCommand(const std::string& typed, bool force, bool json)
+{
+    const std::string file = FullName(typed);
+    BurnerResults results;
+    uint32 filesBurned = 0;
+    std::string failure;
+    BurnerCommandScope scope;
+    try
+    {
+        scope.SetUp(file);
+        int changelist = 0;
+        if (!s_RevCtrl || !s_RevCtrl->FindOrCreateChangelist(s_changelistDescription, changelist))
+            throw std::runtime_error("Burner: Unable to create changelist\n");
+        const bool burned = BurnWithProgress(uint32(changelist), file, force, filesBurned, results);
+        // The records come first, also after a failure.
+        if (!json)
+            for (const BurnerResults::Record& record : results)
+                std::printf("%s\n", record.text.c_str());
+        if (!burned || filesBurned == 0)
+            throw std::runtime_error("Burner: Burn failed, see log messages.'\n");
+    }
+    catch (const std::exception& e)
+    {
+        failure = e.what();
+    }
+    scope.TearDown();
+
+    if (json)
+    {
+        Json out;
+        out["path"] = typed;
+        out["filesBurned"] = filesBurned;
+        out["records"] = Json::array();
+        for (const BurnerResults::Record& record : results)
+            out["records"].push_back({{"level", record.level}, {"text", record.text}});
+        out["error"] = failure.empty() ? Json() : Json(failure.substr(0, failure.find_last_not_of('\n') + 1));
+        std::printf("%s\n", out.dump(2).c_str());
+    }
+    if (!failure.empty())
+    {
+        std::fprintf(stderr, "%s", failure.c_str());
+        return 1;
+    }
+    if (!json)
+        std::fprintf(stderr, "tq7z burn: %s: %u file%s burned\n", typed.c_str(), filesBurned,
+                     filesBurned == 1 ? "" : "s");
+    return std::fflush(stdout) == 0 ? 0 : 1;
+}
+
 void AddEditOptions(CLI::App* command, EditOptions& options)
 {
     command->add_option("PATH", options.path, "A file or folder of a project's generic tree")->required();
@@ -277,6 +474,43 @@ cli::CommandRegistrar s_burn(
     {
         CLI::App* burn =
             cli::GetOrAddSubcommand(app, "burn", "The burner and its configuration (.burn files)");
+
+        // tq7z burn FILE|FOLDER: the command's own action when no subcommand is named.
+        struct BurnOptions
+        {
+            std::string path;
+            bool force = false;
+            bool json = false;
+        };
+        auto burnOptions = std::make_shared<BurnOptions>();
+        burn->require_subcommand(0, 1);
+        burn->footer(
+            "tq7z burn FILE|FOLDER: burn a file or folder of a project's generic tree into the\n"
+            "project's final data. A file name may hold the wildcards * and ?; a folder burns every file\n"
+            "in it. The burner program is found in \"burnerPath\" under [burner] of the pipeline.ini;\n"
+            "outputs open in the pending changelist \"SGM Export Changes\". The burner's records go to\n"
+            "standard output, progress to standard error. Exit 1 when the burn fails or burns nothing.\n"
+            "A file named config, set or reset is given as ./config. The subcommands show and change\n"
+            "the burn configuration.");
+        burn->add_option("FILE|FOLDER", burnOptions->path, "A file (wildcards * and ?) or folder to burn");
+        burn->add_flag("--force", burnOptions->force,
+                       "Burn every file again, even when its inputs have not changed since its last burn");
+        burn->add_flag("--json", burnOptions->json,
+                       "One JSON object: path, filesBurned, records (level, text), error (null on success)");
+        burn->callback(
+            [burn, burnOptions, &exitCode]
+            {
+                if (!burn->get_subcommands().empty())
+                    return;
+                if (burnOptions->path.empty())
+                {
+                    std::fprintf(stderr, "tq7z burn: a FILE or FOLDER to burn, or a subcommand (config, set, "
+                                         "reset), is required; see tq7z burn --help\n");
+                    exitCode = 2;
+                    return;
+                }
+                exitCode = RunBurnCommand(burnOptions->path, burnOptions->force, burnOptions->json);
+            });
 
         struct ConfigOptions
         {

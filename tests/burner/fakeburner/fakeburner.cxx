@@ -126,6 +126,14 @@ int main()
         if (!SendMessage(pipe, big))
             return 6;
     }
+    if (mode == "progress")
+        for (const char* done : {"1/2 units/a.tqm", "2/2 units/b.tqm"})
+        {
+            BurnerUpdateMsg update;
+            update.results.AddText(0, done);
+            if (!SendMessage(pipe, update))
+                return 6;
+        }
     if (mode == "slow-result")
         SleepMs(400);
     if (mode == "refuse-request")

@@ -1,0 +1,126 @@
+// tq7z burn FILE|FOLDER run end to end, with the test burner as the burner program of a small tree.
+#include "support/runtool.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <sstream>
+
+namespace
+{
+namespace fs = std::filesystem;
+
+const char* const s_ini = "[Global]\r\nToolsData=tools\r\n[p4]\r\nRevControlPort=\r\n[burner]\r\nburnerPath=share\r\n"
+                          "[project:art]\r\nDataSource=src\r\nDataSourceShared=\r\nDataBurn=\r\n"
+                          "DataIntermediate=\r\nDataGeneric=gen\r\nDataFinal=final\r\nDataPreview=\r\n"
+                          "LocaleFolder=\r\nAttrLoc=\r\nParent=\r\n";
+
+bool Holds(const std::string& text, const std::string& part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+bool EndsWith(const std::string& text, const std::string& end)
+{
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+class CmdBurnRun : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_tree.Write("pipeline.ini", s_ini);
+        m_tree.Write("gen/units/a.sgm", "model");
+        m_tree.Write("tools/readme.txt", "tools");
+        m_tree.Write("elsewhere/b.sgm", "model");
+        fs::create_directories(m_tree / "share");
+        fs::copy_file(FAKE_BURNER, m_tree / "share/BurnerImp");
+    }
+    ToolRun Burn(const std::vector<std::string>& args, const std::string& mode) const
+    {
+        std::vector<std::string> all = {"burn"};
+        all.insert(all.end(), args.begin(), args.end());
+        return RunTool(all, {"FAKE_BURNER_MODE=" + mode, "FAKE_BURNER_PIDFILE=" + (m_tree / "pid")});
+    }
+
+    TempFolder m_tree;
+};
+} // namespace
+
+TEST_F(CmdBurnRun, RecordsOnStandardOutputProgressOnStandardError)
+{
+    const std::string folder = m_tree / "gen/units";
+    ToolRun run = Burn({folder, "--force"}, "progress");
+    ASSERT_EQ(0, run.status) << run.err;
+    EXPECT_TRUE(Holds(run.out, " v8\n")) << run.out;
+    std::string system = folder;
+    for (char& c : system)
+        c = c == '/' ? '\\' : c;
+    EXPECT_TRUE(Holds(run.out, "request 0 " + system + " .*$ 101\n")) << "--force is the first flag";
+    EXPECT_TRUE(Holds(run.out, "1/2 units/a.tqm\n2/2 units/b.tqm\nBurnerImp -- 2 files burned\n")) << run.out;
+    EXPECT_TRUE(Holds(run.err, "tq7z burn: 1/2 units/a.tqm\ntq7z burn: 2/2 units/b.tqm\n")) << run.err;
+    EXPECT_TRUE(EndsWith(run.err, "tq7z burn: " + folder + ": 2 files burned\n")) << run.err;
+
+    run = Burn({m_tree / "gen/units/a.sgm", "--json"}, "");
+    ASSERT_EQ(0, run.status) << run.err;
+    const nlohmann::json out = nlohmann::json::parse(run.out);
+    EXPECT_EQ(2, out["filesBurned"]);
+    EXPECT_TRUE(out["error"].is_null());
+    EXPECT_TRUE(Holds(out["records"][2]["text"].get<std::string>(), " a\\.sgm$ 001")) << run.out;
+}
+
+TEST_F(CmdBurnRun, FailuresGiveTheBurnerTexts)
+{
+    struct Case
+    {
+        const char* label;
+        std::string path;
+        const char* mode;
+        const char* iniFrom; // a line of pipeline.ini to take out, or null
+        std::string out;     // a part of standard output
+        std::string errEnd;
+    };
+    const Case cases[] = {
+        {"burner refuses", m_tree / "gen", "refuse-request", nullptr, "Error: BurnerImp -- no such folder\n",
+         "Burner: Burn failed, see log messages.'\n"},
+        {"burner dies", m_tree / "gen", "exit-during-burn", nullptr,
+         "Error: Burner -- Failed to read a post burn request message from the burner\n",
+         "Burner: Burn failed, see log messages.'\n"},
+        {"outside the generic tree", m_tree / "elsewhere/b.sgm", "", nullptr, "",
+         "Burner: Unable to find associated project.\n"},
+        {"no burner path", m_tree / "gen", "", "burnerPath=share\r\n", "",
+         "Burner: 'burnerPath' not listed under [burner] in pipeline.ini\n"},
+        {"no tools data", m_tree / "gen", "", "ToolsData=tools\r\n", "",
+         "Burner: 'ToolsData' not listed under [Global] in pipeline.ini\n"},
+        {"no port", m_tree / "gen", "", "RevControlPort=\r\n", "",
+         "Burner: 'RevControlPort' not listed under [p4] in pipeline.ini\n"},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.label);
+        std::string ini = s_ini;
+        if (c.iniFrom != nullptr)
+            ini.erase(ini.find(c.iniFrom), std::strlen(c.iniFrom));
+        m_tree.Write("pipeline.ini", ini);
+        const ToolRun run = Burn({c.path}, c.mode);
+        EXPECT_EQ(1, run.status);
+        EXPECT_TRUE(Holds(run.out, c.out)) << run.out;
+        EXPECT_TRUE(EndsWith(run.err, c.errEnd)) << run.err;
+        // The burner, when it ran, wrote its id and file name: neither is left.
+        std::istringstream launched(TempFolder::Read(m_tree / "pid"));
+        int pid = 0;
+        std::string self;
+        if (launched >> pid >> self)
+        {
+            EXPECT_EQ(-1, ::kill(pid, 0)) << pid;
+            EXPECT_FALSE(fs::exists(self)) << self;
+            EXPECT_EQ(fs::path(self).parent_path(), fs::path(TQ7Z_BINARY).parent_path());
+        }
+        fs::remove(m_tree / "pid");
+    }
+    EXPECT_EQ(2, Burn({}, "").status) << "a path or a subcommand is required";
+}
