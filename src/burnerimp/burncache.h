@@ -1,12 +1,14 @@
-// BurnCache: what the burner remembers of the outputs it made, so that a file whose inputs have not
-// changed is not burned again. One small text file per output target, named by the key of its
-// inputs (xxHash64 of the file, its ".ebp", every ".burn" of its chain, the burner's version, the
-// file's name and the target) in a folder that a second machine could share:
+// BurnCache: what the burner remembers of the files it burned, so that a file whose inputs have
+// not changed is not burned again. One small text file per source file, named by the key of its
+// inputs (xxHash64 of the burner's version, the file's name, its bytes, its ".ebp" and every ".burn"
+// of its chain), in a folder that a second machine could share. It lists the targets made and
+// their outputs; a record with no target says that no group of the configuration takes the file.
 //
 //   burnerimp record 1
 //   source units/scout/scout.sgm
 //   target models final
 //   output DataFinal units/scout/scout.tqm 48213
+//   output DataFinal units/scout/scout.tqe 2210
 //
 // Output names are relative to the project's data folder of the kind named before them, so the
 // record holds nothing that belongs to one machine.
@@ -50,11 +52,15 @@ public:
         std::string relative; // with '/' between the components
         uint64 size = 0;
     };
+    struct Target
+    {
+        std::string name; // "group target"
+        std::vector<Output> cOutputs;
+    };
     struct Record
     {
         std::string source;
-        std::string target; // "group target"
-        std::vector<Output> cOutputs;
+        std::vector<Target> cTargets;
     };
 
     // Records live in `nativeFolder`, made on the first store.

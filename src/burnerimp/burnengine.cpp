@@ -20,7 +20,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cctype>
 #include <filesystem>
+#include <map>
 #include <mutex>
 #include <regex>
 #include <thread>
@@ -72,14 +74,26 @@ struct BurnEngine::FileWork
         std::string destinationKind;   // the pipeline.ini key, "DataFinal"
         std::string destinationFolder; // native; empty when the project has none of the kind
     };
+    enum State
+    {
+        ToCheck,    // the records are to be looked at
+        ToLoad,     // its configuration is to be read
+        ToBurn,     // its targets are to be burned
+        UpToDate,   // every target's outputs are there, from the same inputs
+        NoTarget,   // no group takes it: not part of the burn
+        Failed,
+    };
 
     std::string native;
     std::string relative; // to the generic folder, '/' between components
-    std::vector<std::string> cChain;
+    // The ".burn" files it depends on: each one's name relative to the generic folder and the
+    // xxHash64 of its bytes (0 when it cannot be read).
+    std::vector<std::pair<std::string, uint64>> cChain;
+    uint64 inputKey = 0;
+    bool readable = true;
+    State state = ToCheck;
     std::vector<TargetWork> cTarget;
     BurnerResults records;
-    bool failed = false;
-    bool upToDate = true;
     std::string progressName;
 };
 
@@ -87,12 +101,68 @@ struct BurnEngine::Plan
 {
     std::string project;
     std::string genericFolder; // native
+    std::string cDataFolder[PipelineDataCount]; // native; empty for a kind the project lacks
     std::unique_ptr<BurnCache> pCache;
     Mapper generic;
     int32 changelist = 0;
     bool force = false;
     std::vector<FileWork> cFile;
 };
+
+namespace
+{
+// The ".burn" files of each folder by their lower-case names, each folder listed once: what the
+// configuration loader would find there, in any case.
+class BurnFiles
+{
+public:
+    // The file of `name` (any case) in `folder`; empty when there is none.
+    const std::string& Find(const std::string& folder, const std::string& name)
+    {
+        auto listed = m_cFolder.find(folder);
+        if (listed == m_cFolder.end())
+        {
+            listed = m_cFolder.emplace(folder, std::map<std::string, std::string>()).first;
+            std::error_code ec;
+            for (const fs::directory_entry& entry : fs::directory_iterator(folder, ec))
+                if (IsBurnFile(entry.path()) && entry.is_regular_file(ec))
+                    listed->second.emplace(Lower(entry.path().filename().string()), entry.path().string());
+        }
+        const auto found = listed->second.find(Lower(name));
+        return found != listed->second.end() ? found->second : m_none;
+    }
+
+    // The chain of `native`: its own "<name>.burn", then "_default.burn" of its folder and of each
+    // one above it up to the generic folder.
+    std::vector<std::string> Chain(const std::string& native, const std::string& generic)
+    {
+        std::vector<std::string> cChain;
+        fs::path folder = fs::path(native).parent_path();
+        if (const std::string& own = Find(folder.string(), fs::path(native).filename().string() + ".burn"); !own.empty())
+            cChain.push_back(own);
+        const size_t top = fs::path(generic).lexically_normal().string().size();
+        while (true)
+        {
+            if (const std::string& found = Find(folder.string(), ConfigLoad::k_DefaultBurnFilename); !found.empty())
+                cChain.push_back(found);
+            if (folder.string().size() <= top || !folder.has_parent_path() || folder.parent_path() == folder)
+                break;
+            folder = folder.parent_path();
+        }
+        return cChain;
+    }
+
+private:
+    static std::string Lower(std::string text)
+    {
+        std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+        return text;
+    }
+
+    std::map<std::string, std::map<std::string, std::string>> m_cFolder;
+    const std::string m_none;
+};
+} // namespace
 
 BurnEngine::BurnEngine(uint32 threads)
     : m_threads(threads != 0 ? threads : std::max(1u, std::thread::hardware_concurrency()))
@@ -216,9 +286,8 @@ bool BurnEngine::MakePlan(const BurnRequest& request, Plan& plan, BurnerResults&
                         request.folder.c_str(), ec.message().c_str());
             return false;
         }
-        plan.project = Pipeline::ProjectFromPath(SystemName(folder).c_str(), DataGeneric)
-                           ? Pipeline::ProjectFromPath(SystemName(folder).c_str(), DataGeneric)
-                           : "";
+        const char* project = Pipeline::ProjectFromPath(SystemName(folder).c_str(), DataGeneric);
+        plan.project = project != nullptr ? project : "";
         if (plan.project.empty())
         {
             results.Add(BurnerResults::LevelError, k_Module,
@@ -259,69 +328,142 @@ bool BurnEngine::MakePlan(const BurnRequest& request, Plan& plan, BurnerResults&
     cNative.erase(std::unique(cNative.begin(), cNative.end()), cNative.end());
 
     plan.genericFolder = NativeName(Pipeline::ProjectFolder(plan.project.c_str(), DataGeneric));
+    for (int kind = 0; kind < PipelineDataCount; ++kind)
+    {
+        const char* folder = Pipeline::ProjectFolder(plan.project.c_str(), PipelineData(kind));
+        if (folder != nullptr && *folder != '\0')
+            plan.cDataFolder[kind] = NativeName(folder);
+    }
     // Cross-references and shared shaders of the models are found under "GENERIC".
     plan.generic = Pipeline::CreateMapper(plan.project.c_str(), DataGeneric, false);
     plan.generic.Map(true);
-    const std::string burnFolder = Pipeline::ProjectFolder(plan.project.c_str(), DataBurn);
-    plan.pCache = std::make_unique<BurnCache>(
-        (burnFolder.empty() ? plan.genericFolder : NativeName(burnFolder)) + "/" + s_cacheFolder);
+    const std::string& burnFolder = plan.cDataFolder[DataBurn];
+    plan.pCache = std::make_unique<BurnCache>((burnFolder.empty() ? plan.genericFolder : burnFolder) + "/" +
+                                              s_cacheFolder);
 
+    // Each ".burn" file is hashed once, whatever number of files it configures.
+    BurnFiles burnFiles;
+    std::map<std::string, uint64> cBurnHash;
     for (const std::string& native : cNative)
     {
         FileWork work;
         work.native = native;
         work.relative = fs::path(native).lexically_relative(plan.genericFolder).generic_string();
         work.progressName = work.relative;
-        BurnerConfig config;
-        std::vector<std::string> cChain;
-        if (!ConfigLoad::LoadConfig(SystemName(native).c_str(), config, work.records, &cChain))
+        for (const std::string& burn : burnFiles.Chain(native, plan.genericFolder))
         {
-            work.records.Add(BurnerResults::LevelError, k_Module, "%s: its burn configuration cannot be loaded",
-                             work.relative.c_str());
-            work.failed = true;
-            plan.cFile.push_back(std::move(work));
-            continue;
+            auto hashed = cBurnHash.find(burn);
+            if (hashed == cBurnHash.end())
+            {
+                BurnHasher hasher;
+                hashed = cBurnHash.emplace(burn, hasher.AddFile(burn) ? hasher.Digest() : 0).first;
+            }
+            work.cChain.emplace_back(fs::path(burn).lexically_relative(plan.genericFolder).generic_string(),
+                                     hashed->second);
         }
-        for (const std::string& burn : cChain)
-            work.cChain.push_back(NativeName(burn));
-        const std::string name = fs::path(native).filename().string();
-        for (uint32 g = 0; g < config.TargetGroupCount(); ++g)
-        {
-            const BurnerConfig::TargetGroup& group = config.GetTargetGroup(g);
-            bool matches = false;
-            try
-            {
-                matches = !group.wildcard.empty() &&
-                          std::regex_match(name, std::regex(group.wildcard, std::regex::ECMAScript | std::regex::icase));
-            }
-            catch (const std::regex_error& e)
-            {
-                work.records.Add(BurnerResults::LevelError, k_Module,
-                                 "%s: the wildcard '%s' of group '%s' is no regular expression: %s",
-                                 work.relative.c_str(), group.wildcard.c_str(), group.name.c_str(), e.what());
-                work.failed = true;
-            }
-            if (!matches)
-                continue;
-            for (const BurnerConfig::Target& target : group.cTargets)
-            {
-                FileWork::TargetWork targetWork{group.name, target, target.destination, ""};
-                PipelineData kind;
-                if (PipelineDataFromName(target.destination.c_str(), kind))
-                {
-                    targetWork.destinationKind = PipelineDataName(kind);
-                    const char* folder = Pipeline::ProjectFolder(plan.project.c_str(), kind);
-                    if (folder != nullptr && *folder != '\0')
-                        targetWork.destinationFolder = NativeName(folder);
-                }
-                work.cTarget.push_back(std::move(targetWork));
-            }
-        }
-        // A file that no group takes is not part of the burn.
-        if (!work.cTarget.empty() || work.failed)
-            plan.cFile.push_back(std::move(work));
+        plan.cFile.push_back(std::move(work));
     }
     return true;
+}
+
+void BurnEngine::CheckRecord(const Plan& plan, FileWork& work)
+{
+    // Everything the outputs are made from; the targets come from the chain.
+    BurnHasher inputs;
+    inputs.AddText(k_Version);
+    inputs.AddText(work.relative);
+    work.readable = inputs.AddFile(work.native);
+    work.readable = inputs.AddFile(fs::path(work.native).replace_extension(".ebp").string()) && work.readable;
+    for (const auto& [burn, hash] : work.cChain)
+    {
+        inputs.AddText(burn);
+        inputs.AddText(std::to_string(hash));
+        work.readable = hash != 0 && work.readable;
+    }
+    work.inputKey = inputs.Digest();
+    work.state = FileWork::ToLoad;
+
+    BurnCache::Record record;
+    if (plan.force || !work.readable || !plan.pCache->Find(work.inputKey, record) || record.source != work.relative)
+        return;
+    for (const BurnCache::Target& target : record.cTargets)
+        for (const BurnCache::Output& output : target.cOutputs)
+        {
+            PipelineData kind;
+            if (!PipelineDataFromName(output.kind.c_str(), kind) || plan.cDataFolder[kind].empty())
+                return;
+            std::error_code ec;
+            if (fs::file_size(plan.cDataFolder[kind] + "/" + output.relative, ec) != output.size || ec)
+                return;
+        }
+    if (record.cTargets.empty())
+    {
+        work.state = FileWork::NoTarget;
+        return;
+    }
+    for (const BurnCache::Target& target : record.cTargets)
+    {
+        const size_t space = target.name.find(' ');
+        work.records.Add(BurnerResults::LevelInfo, k_Module, "%s: up to date (%s/%s)", work.relative.c_str(),
+                         target.name.substr(0, space).c_str(),
+                         space == std::string::npos ? "" : target.name.substr(space + 1).c_str());
+    }
+    work.progressName = record.cTargets.front().cOutputs.front().relative;
+    work.state = FileWork::UpToDate;
+}
+
+void BurnEngine::LoadTargets(const Plan& plan, FileWork& work)
+{
+    BurnerConfig config;
+    if (!ConfigLoad::LoadConfig(SystemName(work.native).c_str(), config, work.records))
+    {
+        work.records.Add(BurnerResults::LevelError, k_Module, "%s: its burn configuration cannot be loaded",
+                         work.relative.c_str());
+        work.state = FileWork::Failed;
+        return;
+    }
+    const std::string name = fs::path(work.native).filename().string();
+    for (uint32 g = 0; g < config.TargetGroupCount(); ++g)
+    {
+        const BurnerConfig::TargetGroup& group = config.GetTargetGroup(g);
+        bool matches = false;
+        try
+        {
+            matches = !group.wildcard.empty() &&
+                      std::regex_match(name, std::regex(group.wildcard, std::regex::ECMAScript | std::regex::icase));
+        }
+        catch (const std::regex_error& e)
+        {
+            work.records.Add(BurnerResults::LevelError, k_Module,
+                             "%s: the wildcard '%s' of group '%s' is no regular expression: %s",
+                             work.relative.c_str(), group.wildcard.c_str(), group.name.c_str(), e.what());
+            work.state = FileWork::Failed;
+        }
+        if (!matches)
+            continue;
+        for (const BurnerConfig::Target& target : group.cTargets)
+        {
+            FileWork::TargetWork targetWork{group.name, target, target.destination, ""};
+            PipelineData kind;
+            if (PipelineDataFromName(target.destination.c_str(), kind))
+            {
+                targetWork.destinationKind = PipelineDataName(kind);
+                targetWork.destinationFolder = plan.cDataFolder[kind];
+            }
+            work.cTarget.push_back(std::move(targetWork));
+        }
+    }
+    if (work.state == FileWork::Failed)
+        return;
+    if (!work.cTarget.empty())
+    {
+        work.state = FileWork::ToBurn;
+        return;
+    }
+    // Remembered, so that the next burn passes over it without reading the configuration.
+    work.state = FileWork::NoTarget;
+    if (work.readable)
+        plan.pCache->Store(work.inputKey, BurnCache::Record{work.relative, {}});
 }
 
 bool BurnEngine::WriteOutput(const Plan& plan, const std::string& path, const std::vector<uint8>& data,
@@ -370,19 +512,15 @@ bool BurnEngine::WriteOutput(const Plan& plan, const std::string& path, const st
 
 void BurnEngine::BurnFile(const Plan& plan, FileWork& work)
 {
-    if (work.failed)
-        return;
-    // Everything the outputs are made from, but the target's own name and plug-in.
-    BurnHasher inputs;
-    inputs.AddText(k_Version);
-    inputs.AddText(work.relative);
-    bool readable = inputs.AddFile(work.native);
-    readable = inputs.AddFile(fs::path(work.native).replace_extension(".ebp").string()) && readable;
-    for (const std::string& burn : work.cChain)
-        readable = inputs.AddFile(burn) && readable;
-    const uint64 inputKey = inputs.Digest();
     const char* relative = work.relative.c_str();
-
+    if (!work.readable)
+    {
+        work.records.Add(BurnerResults::LevelError, k_Module, "%s: cannot be read", relative);
+        work.state = FileWork::Failed;
+        return;
+    }
+    BurnCache::Record record{work.relative, {}};
+    bool failed = false;
     for (const FileWork::TargetWork& target : work.cTarget)
     {
         const char* group = target.group.c_str();
@@ -392,7 +530,7 @@ void BurnEngine::BurnFile(const Plan& plan, FileWork& work)
         {
             work.records.Add(BurnerResults::LevelError, k_Module, "%s: unknown plugin '%s' (group '%s', target '%s')",
                              relative, target.target.plugin.c_str(), group, name);
-            work.failed = true;
+            failed = true;
             continue;
         }
         if (target.destinationFolder.empty())
@@ -400,81 +538,84 @@ void BurnEngine::BurnFile(const Plan& plan, FileWork& work)
             work.records.Add(BurnerResults::LevelError, k_Module,
                              "%s: project '%s' has no data folder '%s' (group '%s', target '%s')", relative,
                              plan.project.c_str(), target.target.destination.c_str(), group, name);
-            work.failed = true;
+            failed = true;
             continue;
         }
-        if (!readable)
-        {
-            work.records.Add(BurnerResults::LevelError, k_Module, "%s: cannot be read", relative);
-            work.failed = true;
-            continue;
-        }
-        BurnHasher keyHash;
-        keyHash.AddText(std::to_string(inputKey));
-        keyHash.AddText(target.group);
-        keyHash.AddText(target.target.name);
-        keyHash.AddText(target.target.plugin);
-        keyHash.AddText(target.destinationKind);
-        const uint64 key = keyHash.Digest();
-
-        BurnCache::Record record;
-        if (!plan.force && plan.pCache->Find(key, record))
-        {
-            bool present = true;
-            for (const BurnCache::Output& output : record.cOutputs)
-            {
-                std::error_code ec;
-                const std::string path = target.destinationFolder + "/" + output.relative;
-                present = present && output.kind == target.destinationKind && fs::file_size(path, ec) == output.size && !ec;
-            }
-            if (present)
-            {
-                work.records.Add(BurnerResults::LevelInfo, k_Module, "%s: up to date (%s/%s)", relative, group, name);
-                work.progressName = record.cOutputs.front().relative;
-                continue;
-            }
-        }
-        work.upToDate = false;
-
         BurnJob job{work.native, work.relative, &target.target};
         std::vector<BurnOutput> cOutput;
         std::string error;
-        if (!plugin(job, cOutput, error))
+        if (!plugin(job, cOutput, error) || cOutput.empty())
         {
             work.records.Add(BurnerResults::LevelError, k_Module, "%s: %s (group '%s', target '%s')", relative,
-                             error.c_str(), group, name);
-            work.failed = true;
+                             error.empty() ? "made nothing" : error.c_str(), group, name);
+            failed = true;
             continue;
         }
         const bool readOnly = strcasecmp(BurnParam(target.target, "read_only", "no").c_str(), "yes") == 0;
-        record = BurnCache::Record{work.relative, target.group + " " + target.target.name, {}};
+        BurnCache::Target made{target.group + " " + target.target.name, {}};
         std::vector<std::string> cWritten;
-        bool written = true;
         for (const BurnOutput& output : cOutput)
         {
             if (!WriteOutput(plan, target.destinationFolder + "/" + output.relative, output.data, readOnly, error))
             {
                 work.records.Add(BurnerResults::LevelError, k_Module, "%s: %s (group '%s', target '%s')", relative,
                                  error.c_str(), group, name);
-                written = false;
+                failed = true;
                 break;
             }
-            record.cOutputs.push_back({target.destinationKind, output.relative, output.data.size()});
+            made.cOutputs.push_back({target.destinationKind, output.relative, output.data.size()});
             cWritten.push_back(output.relative);
         }
-        if (!written || cOutput.empty())
-        {
-            plan.pCache->Forget(key);
-            work.failed = true;
+        if (cWritten.size() != cOutput.size())
             continue;
-        }
-        if (!plan.pCache->Store(key, record))
-            work.records.Add(BurnerResults::LevelWarning, k_Module, "%s: the burn record '%s' cannot be written",
-                             relative, plan.pCache->RecordPath(key).c_str());
         work.records.Add(BurnerResults::LevelInfo, k_Module, "%s: burned to %s (%s/%s)", relative,
                          Join(cWritten).c_str(), group, name);
-        work.progressName = cWritten.front();
+        if (work.progressName == work.relative)
+            work.progressName = cWritten.front();
+        record.cTargets.push_back(std::move(made));
     }
+    // Only a file whose every target went well is remembered; the others burn again next time.
+    if (failed)
+    {
+        work.state = FileWork::Failed;
+        plan.pCache->Forget(work.inputKey);
+        return;
+    }
+    if (!plan.pCache->Store(work.inputKey, record))
+        work.records.Add(BurnerResults::LevelWarning, k_Module, "%s: the burn record '%s' cannot be written",
+                         relative, plan.pCache->RecordPath(work.inputKey).c_str());
+}
+
+template <class Wanted, class Fn> void BurnEngine::ForEachFile(Plan& plan, const Wanted& wanted, const Fn& fn)
+{
+    std::vector<FileWork*> cWork;
+    for (FileWork& work : plan.cFile)
+        if (wanted(work))
+            cWork.push_back(&work);
+    std::atomic<size_t> next{0};
+    auto worker = [&]()
+    {
+        for (size_t i = next++; i < cWork.size(); i = next++)
+        {
+            try
+            {
+                fn(*cWork[i]);
+            }
+            catch (const std::exception& e)
+            {
+                cWork[i]->records.Add(BurnerResults::LevelError, k_Module, "%s: %s", cWork[i]->relative.c_str(),
+                                      e.what());
+                cWork[i]->state = FileWork::Failed;
+            }
+        }
+    };
+    const size_t threads = std::min<size_t>(m_threads, std::max<size_t>(cWork.size(), 1));
+    std::vector<std::thread> cThread;
+    for (size_t t = 1; t < threads; ++t)
+        cThread.emplace_back(worker);
+    worker();
+    for (std::thread& thread : cThread)
+        thread.join();
 }
 
 BurnSummary BurnEngine::Burn(const BurnRequest& request, BurnerResults& results, const Progress& progress)
@@ -485,57 +626,67 @@ BurnSummary BurnEngine::Burn(const BurnRequest& request, BurnerResults& results,
         results.Add(BurnerResults::LevelError, k_Module, "The burner is not set up");
         return summary;
     }
+    // A base ".burn" changed since the last request is read again.
+    ConfigLoad::ClearBaseCache();
     Plan plan;
     if (!MakePlan(request, plan, results))
         return summary;
 
-    const uint32 total = uint32(plan.cFile.size());
-    std::atomic<uint32> next{0};
+    // The records first, on every thread; then the configurations of the files they do not cover,
+    // on this one (the loader keeps a cache); then the burn, on every thread.
+    ForEachFile(plan, [](const FileWork&) { return true; }, [&](FileWork& work) { CheckRecord(plan, work); });
+    for (FileWork& work : plan.cFile)
+        if (work.state == FileWork::ToLoad)
+            LoadTargets(plan, work);
+
+    uint32 total = 0;
+    for (const FileWork& work : plan.cFile)
+        total += work.state != FileWork::NoTarget ? 1 : 0;
     std::mutex progressLock;
     uint32 done = 0;
-    auto worker = [&]()
+    auto report = [&](const FileWork& work)
     {
-        for (uint32 i = next++; i < total; i = next++)
+        std::lock_guard<std::mutex> lock(progressLock);
+        ++done;
+        if (progress)
         {
-            FileWork& work = plan.cFile[i];
-            try
-            {
-                BurnFile(plan, work);
-            }
-            catch (const std::exception& e)
-            {
-                work.records.Add(BurnerResults::LevelError, k_Module, "%s: %s", work.relative.c_str(), e.what());
-                work.failed = true;
-            }
-            std::lock_guard<std::mutex> lock(progressLock);
-            ++done;
-            if (progress)
-            {
-                BurnerResults update;
-                update.AddText(BurnerResults::LevelInfo,
-                               (std::to_string(done) + "/" + std::to_string(total) + " " + work.progressName).c_str());
-                progress(update);
-            }
+            BurnerResults update;
+            update.AddText(BurnerResults::LevelInfo,
+                           (std::to_string(done) + "/" + std::to_string(total) + " " + work.progressName).c_str());
+            progress(update);
         }
     };
-    const uint32 threads = std::min(m_threads, std::max(total, 1u));
-    std::vector<std::thread> cThread;
-    for (uint32 t = 1; t < threads; ++t)
-        cThread.emplace_back(worker);
-    worker();
-    for (std::thread& thread : cThread)
-        thread.join();
+    for (const FileWork& work : plan.cFile)
+        if (work.state == FileWork::UpToDate || work.state == FileWork::Failed)
+            report(work);
+    ForEachFile(plan, [](const FileWork& work) { return work.state == FileWork::ToBurn; },
+                [&](FileWork& work)
+                {
+                    try
+                    {
+                        BurnFile(plan, work);
+                    }
+                    catch (const std::exception& e)
+                    {
+                        work.records.Add(BurnerResults::LevelError, k_Module, "%s: %s", work.relative.c_str(),
+                                         e.what());
+                        work.state = FileWork::Failed;
+                    }
+                    report(work);
+                });
 
     for (const FileWork& work : plan.cFile)
     {
+        if (work.state == FileWork::NoTarget)
+            continue;
         results.Append(work.records);
         ++summary.filesMatched;
-        if (work.failed)
+        if (work.state == FileWork::Failed)
             ++summary.filesFailed;
         else
         {
             ++summary.filesBurned;
-            summary.filesSkipped += work.upToDate ? 1 : 0;
+            summary.filesSkipped += work.state == FileWork::UpToDate ? 1 : 0;
         }
     }
     return summary;

@@ -81,6 +81,10 @@ private:
 
     void Teardown();
     bool MakePlan(const BurnRequest& request, Plan& plan, BurnerResults& results);
+    // Runs `fn(work)` for every file of the plan that `wanted` takes, on the engine's threads.
+    template <class Wanted, class Fn> void ForEachFile(Plan& plan, const Wanted& wanted, const Fn& fn);
+    void CheckRecord(const Plan& plan, FileWork& work);
+    void LoadTargets(const Plan& plan, FileWork& work);
     void BurnFile(const Plan& plan, FileWork& work);
     bool WriteOutput(const Plan& plan, const std::string& path, const std::vector<uint8>& data, bool readOnly,
                      std::string& error);

@@ -9,20 +9,26 @@ TEST(BurnCache, RecordsGoRoundTheirText)
 {
     BurnCache::Record record;
     record.source = "units/scout guard/scout.sgm";
-    record.target = "models final";
-    record.cOutputs = {{"DataFinal", "units/scout guard/scout.tqm", 48213}, {"DataFinal", "units/scout guard/scout.tqe", 0}};
+    record.cTargets = {{"models final",
+                        {{"DataFinal", "units/scout guard/scout.tqm", 48213},
+                         {"DataFinal", "units/scout guard/scout.tqe", 0}}},
+                       {"models preview", {{"DataPreview", "units/scout guard/scout.tqm", 7}}}};
     const std::string text = BurnCache::Text(record);
     EXPECT_EQ(text, "burnerimp record 1\nsource units/scout guard/scout.sgm\ntarget models final\n"
                     "output DataFinal units/scout guard/scout.tqm 48213\n"
-                    "output DataFinal units/scout guard/scout.tqe 0\n");
+                    "output DataFinal units/scout guard/scout.tqe 0\n"
+                    "target models preview\noutput DataPreview units/scout guard/scout.tqm 7\n");
     BurnCache::Record read;
     ASSERT_TRUE(BurnCache::Parse(text, read));
-    EXPECT_EQ(read.source, record.source);
-    EXPECT_EQ(read.target, record.target);
-    ASSERT_EQ(read.cOutputs.size(), 2u);
-    EXPECT_EQ(read.cOutputs[0].relative, "units/scout guard/scout.tqm");
-    EXPECT_EQ(read.cOutputs[0].size, 48213u);
-    EXPECT_EQ(read.cOutputs[1].kind, "DataFinal");
+    EXPECT_EQ(BurnCache::Text(read), text);
+    ASSERT_EQ(read.cTargets.size(), 2u);
+    EXPECT_EQ(read.cTargets[0].cOutputs[0].relative, "units/scout guard/scout.tqm");
+    EXPECT_EQ(read.cTargets[0].cOutputs[0].size, 48213u);
+    EXPECT_EQ(read.cTargets[1].cOutputs[0].kind, "DataPreview");
+
+    // A file that no group takes: a record with no target.
+    ASSERT_TRUE(BurnCache::Parse("burnerimp record 1\nsource a.ebp\n", read));
+    EXPECT_TRUE(read.cTargets.empty());
 
     TempFolder folder;
     const BurnCache cache(folder / "cache");
@@ -31,7 +37,7 @@ TEST(BurnCache, RecordsGoRoundTheirText)
     EXPECT_EQ(cache.RecordPath(0x1234), folder / "cache/0000000000001234.rec");
     EXPECT_EQ(TempFolder::Read(cache.RecordPath(0x1234)), text);
     ASSERT_TRUE(cache.Find(0x1234, read));
-    EXPECT_EQ(read.cOutputs.size(), 2u);
+    EXPECT_EQ(read.cTargets.size(), 2u);
     EXPECT_TRUE(cache.Forget(0x1234));
     EXPECT_FALSE(cache.Find(0x1234, read));
 }
@@ -47,6 +53,7 @@ TEST(BurnCache, RefusesTextsThatAreNoRecord)
         "burnerimp record 1\nsource a\ntarget g t\noutput DataFinal a\n",
         "burnerimp record 1\nsource a\ntarget g t\noutput DataFinal a -1\n",
         "burnerimp record 1\nsource a\ntarget g t\noutput DataFinal a 12x\n",
+        "burnerimp record 1\nsource a\ntarget g t\noutput DataFinal a 99999999999999999999999\n",
         "burnerimp record 1\nsource a\ntarget g t\noutput DataFinal a 1\nwhatever\n",
     };
     for (const char* text : cText)
