@@ -88,10 +88,11 @@ bool Burner::Burn(uint32 changelist, const std::string& path, bool flagA, uint32
     return Burn(changelist, folder, pattern, flagA, false, true, filesBurned, results);
 }
 
-bool Burner::Burn(uint32 changelist, const std::string& folder, const std::string& pattern, bool flagA, bool flagB,
-                  bool flagC, uint32& filesBurned, BurnerResults& results)
+bool Burner::Burn(uint32 changelist, const std::string& folder, const std::string& pattern, bool flagA,
+                  bool flagB, bool flagC, uint32& filesBurned, BurnerResults& results)
 {
-    return BurnerSpawn::RunBurn(m_burnerPath, changelist, folder, pattern, flagA, flagB, flagC, filesBurned, results);
+    return BurnerSpawn::RunBurn(m_burnerPath, changelist, folder, pattern, flagA, flagB, flagC, filesBurned,
+                                results);
 }
 
 bool Burner::BurnAsync(uint32 changelist, const std::string& path, bool flagA, bool flagB, bool flagC,
@@ -144,7 +145,8 @@ bool Burner::OpenForBurn(uint32& changelist, const char* filename)
 bool Burner::BurnOne(const std::string& path, uint32 changelist)
 {
     char burnerPath[FilePathUtil::MAXPATH];
-    if (!Pipeline::IsInitialized() || !Pipeline::GetPath("burner", "burnerPath", burnerPath, sizeof(burnerPath)) || !Initialize(burnerPath))
+    if (!Pipeline::IsInitialized() ||
+        !Pipeline::GetPath("burner", "burnerPath", burnerPath, sizeof(burnerPath)) || !Initialize(burnerPath))
         return false;
     uint32 filesBurned = 0;
     BurnerResults results;

@@ -31,14 +31,15 @@ public:
     static std::string FilePatternToRegex(const std::string& filePattern);
 
     // Burns the files `path` names with flags flagA, 0 and 1, and waits for the end.
-    bool Burn(uint32 changelist, const std::string& path, bool flagA, uint32& filesBurned, BurnerResults& results);
-    bool Burn(uint32 changelist, const std::string& folder, const std::string& pattern, bool flagA, bool flagB,
-              bool flagC, uint32& filesBurned, BurnerResults& results);
+    bool Burn(uint32 changelist, const std::string& path, bool flagA, uint32& filesBurned,
+              BurnerResults& results);
+    bool Burn(uint32 changelist, const std::string& folder, const std::string& pattern, bool flagA,
+              bool flagB, bool flagC, uint32& filesBurned, BurnerResults& results);
     // Starts the burn; Poll then steps it until `done`.
     bool BurnAsync(uint32 changelist, const std::string& path, bool flagA, bool flagB, bool flagC,
                    BurnerResults& results);
-    bool BurnAsync(uint32 changelist, const std::string& folder, const std::string& pattern, bool flagA, bool flagB,
-                   bool flagC, BurnerResults& results);
+    bool BurnAsync(uint32 changelist, const std::string& folder, const std::string& pattern, bool flagA,
+                   bool flagB, bool flagC, BurnerResults& results);
     bool Poll(bool& done, uint32& filesBurned, BurnerResults& results);
 
     // Opens `filename` for the burn's output in the pending changelist "SGM Export Changes"

@@ -51,14 +51,11 @@ public:
         // Each string takes at least its 4-byte length.
         if (!U32(count) || count > m_left / 4)
             return false;
-        out.clear();
-        out.reserve(count);
-        for (uint32 i = 0; i < count; ++i)
-        {
-            out.emplace_back();
-            if (!String(out.back()))
+        std::vector<std::string> read(count);
+        for (std::string& s : read)
+            if (!String(s))
                 return false;
-        }
+        out = std::move(read);
         return true;
     }
     bool Results(BurnerResults& out)
@@ -122,6 +119,32 @@ bool SetText(char (&field)[BurnerProtocol::MaxPath], const std::string& text)
 }
 } // namespace
 
+namespace BurnerProtocol
+{
+bool WriteResultsPayload(ByteStreamAdapter& out, const BurnerResults& results)
+{
+    return WriteResults(out, results);
+}
+
+bool ReadResultsPayload(const uint8* payload, uint32 size, BurnerResults& results)
+{
+    PayloadReader in(payload, size);
+    return in.Results(results) && in.AtEnd();
+}
+
+bool WriteFileListPayload(ByteStreamAdapter& out, uint32 changelist, const std::vector<std::string>& cFiles)
+{
+    return out.WriteValue(changelist) && WriteStrings(out, cFiles);
+}
+
+bool ReadFileListPayload(const uint8* payload, uint32 size, uint32& changelist,
+                         std::vector<std::string>& cFiles)
+{
+    PayloadReader in(payload, size);
+    return in.U32(changelist) && in.Strings(cFiles) && in.AtEnd();
+}
+} // namespace BurnerProtocol
+
 bool BurnerSetupMsg::SetConfigPath(const std::string& path)
 {
     return SetText(configPath, path);
@@ -156,17 +179,6 @@ bool BurnerReadyMsg::ReadPayload(const uint8* payload, uint32 size)
     return in.U32(reserved);
 }
 
-bool BurnerErrorMsg::WritePayload(ByteStreamAdapter& out) const
-{
-    return WriteResults(out, results);
-}
-
-bool BurnerErrorMsg::ReadPayload(const uint8* payload, uint32 size)
-{
-    PayloadReader in(payload, size);
-    return in.Results(results) && in.AtEnd();
-}
-
 bool BurnRequestMsg::SetFolder(const std::string& text)
 {
     return SetText(folder, text);
@@ -188,45 +200,12 @@ bool BurnRequestMsg::ReadPayload(const uint8* payload, uint32 size)
 {
     PayloadReader in(payload, size);
     BurnRequestMsg read;
-    if (size != sizeof(BurnRequestMsg) || !in.U32(read.changelist) || !in.Text(read.folder, sizeof(read.folder)) ||
-        !in.Text(read.pattern, sizeof(read.pattern)) || !in.U8(read.flagA) || !in.U8(read.flagB) ||
-        !in.U8(read.flagC) || !in.U8(read.pad))
+    if (size != sizeof(BurnRequestMsg) || !in.U32(read.changelist) ||
+        !in.Text(read.folder, sizeof(read.folder)) || !in.Text(read.pattern, sizeof(read.pattern)) ||
+        !in.U8(read.flagA) || !in.U8(read.flagB) || !in.U8(read.flagC) || !in.U8(read.pad))
         return false;
     *this = read;
     return true;
-}
-
-bool BurnFileListMsg::WritePayload(ByteStreamAdapter& out) const
-{
-    return out.WriteValue(changelist) && WriteStrings(out, cFiles);
-}
-
-bool BurnFileListMsg::ReadPayload(const uint8* payload, uint32 size)
-{
-    PayloadReader in(payload, size);
-    return in.U32(changelist) && in.Strings(cFiles) && in.AtEnd();
-}
-
-bool BurnUpdateFileListMsg::WritePayload(ByteStreamAdapter& out) const
-{
-    return out.WriteValue(changelist) && WriteStrings(out, cFiles);
-}
-
-bool BurnUpdateFileListMsg::ReadPayload(const uint8* payload, uint32 size)
-{
-    PayloadReader in(payload, size);
-    return in.U32(changelist) && in.Strings(cFiles) && in.AtEnd();
-}
-
-bool BurnerUpdateMsg::WritePayload(ByteStreamAdapter& out) const
-{
-    return WriteResults(out, results);
-}
-
-bool BurnerUpdateMsg::ReadPayload(const uint8* payload, uint32 size)
-{
-    PayloadReader in(payload, size);
-    return in.Results(results) && in.AtEnd();
 }
 
 bool BurnerResultMsg::WritePayload(ByteStreamAdapter& out) const

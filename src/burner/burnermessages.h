@@ -60,14 +60,43 @@ struct BurnerReadyMsg
 };
 static_assert(sizeof(BurnerReadyMsg) == 4);
 
-// The burner's refusal of a setup or a request: its records.
-struct BurnerErrorMsg
+namespace BurnerProtocol
 {
-    static constexpr uint32 MSG_TYPE = FourCC("BERR");
+// The payload codecs that messages of one shape share.
+bool WriteResultsPayload(ByteStreamAdapter& out, const BurnerResults& results);
+bool ReadResultsPayload(const uint8* payload, uint32 size, BurnerResults& results);
+bool WriteFileListPayload(ByteStreamAdapter& out, uint32 changelist, const std::vector<std::string>& cFiles);
+bool ReadFileListPayload(const uint8* payload, uint32 size, uint32& changelist,
+                         std::vector<std::string>& cFiles);
+
+// A message whose payload is a results list alone.
+template <uint32 Type> struct ResultsListMsg
+{
+    static constexpr uint32 MSG_TYPE = Type;
     BurnerResults results;
 
-    bool WritePayload(ByteStreamAdapter& out) const;
-    bool ReadPayload(const uint8* payload, uint32 size);
+    bool WritePayload(ByteStreamAdapter& out) const { return WriteResultsPayload(out, results); }
+    bool ReadPayload(const uint8* payload, uint32 size) { return ReadResultsPayload(payload, size, results); }
+};
+
+// A message of a changelist and a list of files.
+template <uint32 Type> struct FileListMsg
+{
+    static constexpr uint32 MSG_TYPE = Type;
+    uint32 changelist = 0;
+    std::vector<std::string> cFiles;
+
+    bool WritePayload(ByteStreamAdapter& out) const { return WriteFileListPayload(out, changelist, cFiles); }
+    bool ReadPayload(const uint8* payload, uint32 size)
+    {
+        return ReadFileListPayload(payload, size, changelist, cFiles);
+    }
+};
+} // namespace BurnerProtocol
+
+// The burner's refusal of a setup or a request: its records.
+struct BurnerErrorMsg : BurnerProtocol::ResultsListMsg<FourCC("BERR")>
+{
 };
 
 // A burn of every file of `folder` whose name matches the regular expression `pattern`, into
@@ -93,35 +122,18 @@ struct BurnRequestMsg
 static_assert(sizeof(BurnRequestMsg) == 528);
 
 // A burn of the listed files into `changelist`.
-struct BurnFileListMsg
+struct BurnFileListMsg : BurnerProtocol::FileListMsg<FourCC("BFLL")>
 {
-    static constexpr uint32 MSG_TYPE = FourCC("BFLL");
-    uint32 changelist = 0;
-    std::vector<std::string> cFiles;
-
-    bool WritePayload(ByteStreamAdapter& out) const;
-    bool ReadPayload(const uint8* payload, uint32 size);
 };
 
 // As BurnFileListMsg; the burner decides what an update burn does differently.
-struct BurnUpdateFileListMsg
+struct BurnUpdateFileListMsg : BurnerProtocol::FileListMsg<FourCC("BUFL")>
 {
-    static constexpr uint32 MSG_TYPE = FourCC("BUFL");
-    uint32 changelist = 0;
-    std::vector<std::string> cFiles;
-
-    bool WritePayload(ByteStreamAdapter& out) const;
-    bool ReadPayload(const uint8* payload, uint32 size);
 };
 
 // Progress of a burn: records to add to the caller's list, any number before the result.
-struct BurnerUpdateMsg
+struct BurnerUpdateMsg : BurnerProtocol::ResultsListMsg<FourCC("BUPD")>
 {
-    static constexpr uint32 MSG_TYPE = FourCC("BUPD");
-    BurnerResults results;
-
-    bool WritePayload(ByteStreamAdapter& out) const;
-    bool ReadPayload(const uint8* payload, uint32 size);
 };
 
 // The end of a burn: the files burned, a flag of the burner's own and the last records.
@@ -174,7 +186,8 @@ private:
 
 template <class T> bool BurnerMessage::Set(const T& msg)
 {
-    return SetPayload(T::MSG_TYPE, &msg, [](const void* p, ByteStreamAdapter& out)
+    return SetPayload(T::MSG_TYPE, &msg,
+                      [](const void* p, ByteStreamAdapter& out)
                       { return static_cast<const T*>(p)->WritePayload(out); });
 }
 

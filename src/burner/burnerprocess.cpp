@@ -46,7 +46,8 @@ bool AskLocalBurn()
 {
     if (!::isatty(STDIN_FILENO))
         return false;
-    std::fprintf(stderr, "Local Burn?\nWould you like to use the local %s? [y/n] ", BurnerProcess::ModuleName);
+    std::fprintf(stderr, "Local Burn?\nWould you like to use the local %s? [y/n] ",
+                 BurnerProcess::ModuleName);
     char answer[16] = {};
     return std::fgets(answer, sizeof(answer), stdin) != nullptr && (answer[0] == 'y' || answer[0] == 'Y');
 }
@@ -121,7 +122,8 @@ bool BurnerProcess::Start(const std::string& burnerPath)
             break;
         if (OSFile::FileAttr(local.c_str()) != 0 && OSFile::FileAttr(source.c_str()) != 0)
             continue;
-        m_lastError = "Failed to copy network file to local drive: src '" + source + "' -> dest '" + local + "'.";
+        m_lastError =
+            "Failed to copy network file to local drive: src '" + source + "' -> dest '" + local + "'.";
         m_modulePath.clear();
         return false;
     }
@@ -165,7 +167,8 @@ bool BurnerProcess::Start(const std::string& burnerPath)
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addchdir_np(&actions, hostFolder.c_str());
     pid_t pid = 0;
-    const int spawned = ::posix_spawn(&pid, m_modulePath.c_str(), &actions, nullptr, argv.data(), envp.data());
+    const int spawned =
+        ::posix_spawn(&pid, m_modulePath.c_str(), &actions, nullptr, argv.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
     if (spawned != 0)
     {

@@ -47,72 +47,53 @@ bool Connect(const std::string& burnerPath, BurnerResults& results)
     }
     auto pPipe = std::make_unique<NamedPipe>(NamedPipe::LocalPath(NamedPipe::PipeName), NamedPipe::Server);
     std::unique_ptr<BurnerProcess> pProc;
-    if (!pPipe->Create())
+    const auto fail = [&](const char* text)
     {
-        AddError(results, "Failed to create Pipe for communication");
+        AddError(results, text);
+        Free(pProc, pPipe);
         return false;
-    }
+    };
+    if (!pPipe->Create())
+        return fail("Failed to create Pipe for communication");
     pProc = std::make_unique<BurnerProcess>();
     pProc->SetEnvironment(NamedPipe::EnvironmentVariable, pPipe->GetPath());
     if (!pProc->Start(burnerPath))
-    {
-        AddError(results, pProc->GetLastError().c_str());
-        Free(pProc, pPipe);
-        return false;
-    }
+        return fail(pProc->GetLastError().c_str());
     // The wait for the client has no time limit, but it ends when the burner does: a burner that
     // dies before it connects is a failure, not a hang.
     BurnerProcess& proc = *pProc;
     if (!pPipe->Connect([&proc] { return proc.IsRunning(); }))
-    {
-        AddError(results, "Burner failed to connect to the Burner Process");
-        Free(pProc, pPipe);
-        return false;
-    }
+        return fail("Burner failed to connect to the Burner Process");
     BurnerSetupMsg setup;
-    if (!setup.SetConfigPath(Pipeline::IsInitialized() ? Pipeline::FileName() : "") || !SendMessage(*pPipe, setup))
-    {
-        AddError(results, "Failed to Send the Setup Message to the burner");
-        Free(pProc, pPipe);
-        return false;
-    }
+    if (!setup.SetConfigPath(Pipeline::IsInitialized() ? Pipeline::FileName() : "") ||
+        !SendMessage(*pPipe, setup))
+        return fail("Failed to Send the Setup Message to the burner");
     BurnerMessage msg;
     if (!ReadMessage(*pPipe, msg))
-    {
-        AddError(results, "Failed to read a Message from the Burner Process");
-        Free(pProc, pPipe);
-        return false;
-    }
+        return fail("Failed to read a Message from the Burner Process");
     switch (msg.GetType())
     {
     case BurnerErrorMsg::MSG_TYPE:
     {
         BurnerErrorMsg error;
-        if (msg.Get(error))
-            results.Append(error.results);
-        else
-            AddError(results, "Failed to read a Message from the Burner Process");
+        if (!msg.Get(error))
+            return fail("Failed to read a Message from the Burner Process");
+        results.Append(error.results);
         Free(pProc, pPipe);
         return false;
     }
     case BurnerReadyMsg::MSG_TYPE:
     {
-        // A ready message of another size asserts; the burner speaks another protocol.
+        // A ready message of another size asserts: the burner speaks another protocol.
         BurnerReadyMsg ready;
         if (!msg.Get(ready))
-        {
-            AddError(results, "Failed to read a Message from the Burner Process");
-            Free(pProc, pPipe);
-            return false;
-        }
+            return fail("Failed to read a Message from the Burner Process");
         s_pAsycnPipe = std::move(pPipe);
         s_pBurnerProc = std::move(pProc);
         return true;
     }
     default:
-        AddError(results, "Unknown message read from the burner");
-        Free(pProc, pPipe);
-        return false;
+        return fail("Unknown message read from the burner");
     }
 }
 
@@ -173,15 +154,19 @@ bool PollBurn(bool& done, uint32& filesBurned, BurnerResults& results)
     dbAssert(s_pAsycnPipe);
     dbAssert(s_pBurnerProc);
 
+    const auto fail = [&results](const char* text)
+    {
+        AddError(results, text);
+        FreeRunning();
+        return false;
+    };
+    const char* const readFailure = "Failed to read a post burn request message from the burner";
+
     // A burner that has ended is a failure even when a message of it still waits: it must stay
     // until the tool has read its last word.
     bool hasData = false;
     if (!s_pAsycnPipe->Peek(hasData) || !s_pBurnerProc->IsRunning())
-    {
-        AddError(results, "Failed to read a post burn request message from the burner");
-        FreeRunning();
-        return false;
-    }
+        return fail(readFailure);
     if (!hasData)
     {
         std::this_thread::sleep_for(std::chrono::milliseconds(PollSleepMs));
@@ -189,20 +174,15 @@ bool PollBurn(bool& done, uint32& filesBurned, BurnerResults& results)
     }
     BurnerMessage msg;
     if (!ReadMessage(*s_pAsycnPipe, msg))
-    {
-        AddError(results, "Failed to read a post burn request message from the burner");
-        FreeRunning();
-        return false;
-    }
+        return fail(readFailure);
     switch (msg.GetType())
     {
     case BurnerErrorMsg::MSG_TYPE:
     {
         BurnerErrorMsg error;
-        if (msg.Get(error))
-            results.Append(error.results);
-        else
-            AddError(results, "Failed to read a post burn request message from the burner");
+        if (!msg.Get(error))
+            return fail(readFailure);
+        results.Append(error.results);
         FreeRunning();
         return false;
     }
@@ -210,11 +190,7 @@ bool PollBurn(bool& done, uint32& filesBurned, BurnerResults& results)
     {
         BurnerUpdateMsg update;
         if (!msg.Get(update))
-        {
-            AddError(results, "Failed to read a post burn request message from the burner");
-            FreeRunning();
-            return false;
-        }
+            return fail(readFailure);
         results.Append(update.results);
         return true;
     }
@@ -222,11 +198,7 @@ bool PollBurn(bool& done, uint32& filesBurned, BurnerResults& results)
     {
         BurnerResultMsg result;
         if (!msg.Get(result))
-        {
-            AddError(results, "Failed to read a post burn request message from the burner");
-            FreeRunning();
-            return false;
-        }
+            return fail(readFailure);
         filesBurned = result.filesBurned;
         results.Append(result.results);
         FreeRunning();
@@ -234,9 +206,7 @@ bool PollBurn(bool& done, uint32& filesBurned, BurnerResults& results)
         return true;
     }
     default:
-        AddError(results, "Post burn Request message received is Unknown");
-        FreeRunning();
-        return false;
+        return fail("Post burn Request message received is Unknown");
     }
 }
 
@@ -260,8 +230,8 @@ bool RunFileList(const std::string& burnerPath, uint32 changelist, const std::ve
     return SendList<BurnFileListMsg>(burnerPath, changelist, files, filesBurned, results);
 }
 
-bool RunUpdateFileList(const std::string& burnerPath, uint32 changelist, const std::vector<std::string>& files,
-                       uint32& filesBurned, BurnerResults& results)
+bool RunUpdateFileList(const std::string& burnerPath, uint32 changelist,
+                       const std::vector<std::string>& files, uint32& filesBurned, BurnerResults& results)
 {
     return SendList<BurnUpdateFileListMsg>(burnerPath, changelist, files, filesBurned, results);
 }

@@ -40,8 +40,8 @@ bool RunBurn(const std::string& burnerPath, uint32 changelist, const std::string
 // Connect, send the list as BurnFileListMsg or BurnUpdateFileListMsg, poll until done.
 bool RunFileList(const std::string& burnerPath, uint32 changelist, const std::vector<std::string>& files,
                  uint32& filesBurned, BurnerResults& results);
-bool RunUpdateFileList(const std::string& burnerPath, uint32 changelist, const std::vector<std::string>& files,
-                       uint32& filesBurned, BurnerResults& results);
+bool RunUpdateFileList(const std::string& burnerPath, uint32 changelist,
+                       const std::vector<std::string>& files, uint32& filesBurned, BurnerResults& results);
 
 // True while a burn runs.
 bool IsBurnInProgress();

@@ -8,13 +8,13 @@
 #include "burner/burner.h"
 #include "foundation/debug.h"
 #include "inventory/warehouse.h"
+#include "pipeline/fullpath.h"
+#include "pipeline/pipeline.h"
 #include "render/device.h"
+#include "revcontrol/revcontrolapi.h"
 #include "storage/bytestream.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
-#include "pipeline/fullpath.h"
-#include "pipeline/pipeline.h"
-#include "revcontrol/revcontrolapi.h"
 #include "storage/filepathutil.h"
 #include "storage/osfile.h"
 
@@ -303,7 +303,8 @@ public:
         char toolsData[FilePathUtil::MAXPATH];
         if (!Pipeline::GetPath("Global", "ToolsData", toolsData, sizeof(toolsData)))
             throw std::runtime_error("Burner: 'ToolsData' not listed under [Global] in pipeline.ini\n");
-        std::shared_ptr<FilePathHD> pToolsData = FilePathHD::Create(toolsData, ByteStream::Mode_Read, false, false);
+        std::shared_ptr<FilePathHD> pToolsData =
+            FilePathHD::Create(toolsData, ByteStream::Mode_Read, false, false);
         m_data = pToolsData && FilePath::AddAlias("DATA", "Tools Data", 400, pToolsData);
         if (!m_data)
             throw std::runtime_error("Burner: Unable to add Tools Data alias\n");

@@ -21,7 +21,8 @@ const FaultCase s_faults[] = {
     {"ready-of-8-bytes", "Error: Burner -- Failed to read a Message from the Burner Process",
      "sizeof(BurnerReadyMsg) == size"},
     {"refuse-setup", "Error: BurnerImp -- protocol 8 not spoken", nullptr},
-    {"exit-during-burn", "Error: Burner -- Failed to read a post burn request message from the burner", nullptr},
+    {"exit-during-burn", "Error: Burner -- Failed to read a post burn request message from the burner",
+     nullptr},
     {"unknown-update", "Error: Burner -- Post burn Request message received is Unknown", nullptr},
     {"refuse-request", "Error: BurnerImp -- no such folder", nullptr},
 };
@@ -38,7 +39,8 @@ TEST_F(BurnerSpawnTest, EachFaultGivesItsRecordAndLeavesNothing)
         LogCapture log;
         BurnerResults results;
         uint32 filesBurned = 99;
-        EXPECT_FALSE(BurnerSpawn::RunBurn(m_burnerPath, 1, "/f", ".*$", false, false, true, filesBurned, results));
+        EXPECT_FALSE(
+            BurnerSpawn::RunBurn(m_burnerPath, 1, "/f", ".*$", false, false, true, filesBurned, results));
         EXPECT_EQ(filesBurned, 0u);
         ASSERT_FALSE(results.IsEmpty());
         EXPECT_EQ(results[results.Count() - 1].text, c.lastRecord);

@@ -13,10 +13,11 @@ namespace
 {
 namespace fs = std::filesystem;
 
-const char* const s_ini = "[Global]\r\nToolsData=tools\r\n[p4]\r\nRevControlPort=\r\n[burner]\r\nburnerPath=share\r\n"
-                          "[project:art]\r\nDataSource=src\r\nDataSourceShared=\r\nDataBurn=\r\n"
-                          "DataIntermediate=\r\nDataGeneric=gen\r\nDataFinal=final\r\nDataPreview=\r\n"
-                          "LocaleFolder=\r\nAttrLoc=\r\nParent=\r\n";
+const char* const s_ini =
+    "[Global]\r\nToolsData=tools\r\n[p4]\r\nRevControlPort=\r\n[burner]\r\nburnerPath=share\r\n"
+    "[project:art]\r\nDataSource=src\r\nDataSourceShared=\r\nDataBurn=\r\n"
+    "DataIntermediate=\r\nDataGeneric=gen\r\nDataFinal=final\r\nDataPreview=\r\n"
+    "LocaleFolder=\r\nAttrLoc=\r\nParent=\r\n";
 
 bool Holds(const std::string& text, const std::string& part)
 {

@@ -84,7 +84,8 @@ int main()
     if (mode == "refuse-setup")
     {
         BurnerErrorMsg error;
-        error.results.Add(BurnerResults::LevelError, "BurnerImp", "protocol %u not spoken", setup.protocolVersion);
+        error.results.Add(BurnerResults::LevelError, "BurnerImp", "protocol %u not spoken",
+                          setup.protocolVersion);
         return SendMessage(pipe, error) ? (WaitForHangUp(pipe), 0) : 6;
     }
     if (!SendMessage(pipe, BurnerReadyMsg{}))
@@ -100,14 +101,16 @@ int main()
 
     // The request as records, so that the tests see what arrived.
     BurnerUpdateMsg echo;
-    echo.results.AddText(0, ("setup " + std::string(setup.configPath) + " v" + std::to_string(setup.protocolVersion)).c_str());
+    echo.results.AddText(
+        0, ("setup " + std::string(setup.configPath) + " v" + std::to_string(setup.protocolVersion)).c_str());
     echo.results.AddText(0, ("self " + SelfName()).c_str());
     BurnRequestMsg burn;
     BurnFileListMsg list;
     BurnUpdateFileListMsg updateList;
     if (request.GetType() == BurnRequestMsg::MSG_TYPE && request.Get(burn))
-        echo.results.AddText(0, ("request " + std::to_string(burn.changelist) + " " + burn.folder + " " + burn.pattern +
-                                 " " + std::to_string(burn.flagA) + std::to_string(burn.flagB) + std::to_string(burn.flagC))
+        echo.results.AddText(0, ("request " + std::to_string(burn.changelist) + " " + burn.folder + " " +
+                                 burn.pattern + " " + std::to_string(burn.flagA) +
+                                 std::to_string(burn.flagB) + std::to_string(burn.flagC))
                                     .c_str());
     else if (request.GetType() == BurnFileListMsg::MSG_TYPE && request.Get(list))
         for (const std::string& file : list.cFiles)
