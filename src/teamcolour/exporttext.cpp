@@ -1,6 +1,9 @@
 #include "teamcolour/exporttext.h"
 
+#include "storage/filepathutil.h"
+
 #include <cstdio>
+#include <cstring>
 
 namespace TeamColour
 {
@@ -14,6 +17,13 @@ std::string FormatV(const char* format, va_list args)
     if (length > 0)
         std::vsnprintf(text.data(), text.size() + 1, format, args);
     return text;
+}
+
+std::string NormalizedPath(std::string path)
+{
+    FilePathUtil::Normalize(path.data());
+    path.resize(std::strlen(path.c_str()));
+    return path;
 }
 
 std::string Format(const char* format, ...)

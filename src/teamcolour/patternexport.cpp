@@ -164,7 +164,7 @@ bool ExportTeamPattern(const char* projectName, const char* textureName)
     const char* sourcePath = Pipeline::ProjectFolder(projectName, DataSource);
     if (!dbAssert(sourcePath))
         return false;
-    const std::string source = std::string("TOOL:") + sourcePath + "\\" + textureName + ".tga";
+    const std::string source = NormalizedPath(std::string("TOOL:") + sourcePath + "\\" + textureName + ".tga");
     std::unique_ptr<Pattern> pPattern = BuildPattern(source.c_str(), scheme);
     if (!pPattern)
         return true;
@@ -172,7 +172,7 @@ bool ExportTeamPattern(const char* projectName, const char* textureName)
     const char* genericPath = Pipeline::ProjectFolder(projectName, DataGeneric);
     if (!dbAssert(genericPath))
         return false;
-    const std::string target = std::string(genericPath) + "\\" + textureName + "_" + scheme + ".tqp";
+    const std::string target = NormalizedPath(std::string(genericPath) + "\\" + textureName + "_" + scheme + ".tqp");
 
     uint32 changelist = 0;
     if (!GetBurnSteps().open(changelist, target.c_str()))

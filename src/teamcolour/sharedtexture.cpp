@@ -99,7 +99,8 @@ bool ExportSharedShader(const char* projectName, Shader* pShader)
     const char* genericPath = Pipeline::ProjectFolder(projectName, DataGeneric);
     if (!dbAssert(genericPath))
         return false;
-    const std::string target = std::string(genericPath) + "\\" + ShaderName(*pShader) + ".vds";
+    // Shader names come from the inventory with '/' between folders.
+    const std::string target = NormalizedPath(std::string(genericPath) + "\\" + ShaderName(*pShader) + ".vds");
 
     uint32 changelist = 0;
     if (!GetBurnSteps().open(changelist, target.c_str()))
