@@ -35,6 +35,17 @@ template <size_t N> std::string FieldText(const char (&field)[N])
     return std::string(field, length);
 }
 
+// The changelist and files of either file list message.
+template <class ListMsg> bool ListRequest(const BurnerMessage& message, BurnRequest& request)
+{
+    ListMsg msg;
+    if (!message.Get(msg))
+        return false;
+    request.changelist = int32(msg.changelist);
+    request.cFiles = msg.cFiles;
+    return true;
+}
+
 bool Serve(NamedPipe& pipe, BurnEngine& engine, BurnRequest& request)
 {
     BurnerResults results;
@@ -110,26 +121,12 @@ int RunBurnerSession(NamedPipe& pipe, uint32 threads)
             break;
         }
         case BurnFileListMsg::MSG_TYPE:
-        {
-            BurnFileListMsg msg;
-            if ((served = message.Get(msg)))
-            {
-                request.changelist = int32(msg.changelist);
-                request.cFiles = msg.cFiles;
-                request.force = true;
-            }
+            served = ListRequest<BurnFileListMsg>(message, request);
+            request.force = true;
             break;
-        }
         case BurnUpdateFileListMsg::MSG_TYPE:
-        {
-            BurnUpdateFileListMsg msg;
-            if ((served = message.Get(msg)))
-            {
-                request.changelist = int32(msg.changelist);
-                request.cFiles = msg.cFiles;
-            }
+            served = ListRequest<BurnUpdateFileListMsg>(message, request);
             break;
-        }
         default:
             served = false;
             break;

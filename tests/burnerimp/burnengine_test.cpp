@@ -191,13 +191,7 @@ INSTANTIATE_TEST_SUITE_P(
                         {"teams/red.tqp"}},
         IncrementalCase{"the records removed", [](BurnProject& p) { fs::remove_all(p.Root() + "/burn/.burncache"); },
                         false, s_allGood}),
-    [](const ::testing::TestParamInfo<IncrementalCase>& info)
-    {
-        std::string name;
-        for (const char c : std::string(info.param.label))
-            name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-        return name;
-    });
+    LabelName<IncrementalCase>);
 
 TEST(BurnEngine, OneThreadAndManyMakeTheSameBytesAndRecords)
 {
@@ -294,13 +288,7 @@ INSTANTIATE_TEST_SUITE_P(
                                  {"readme.txt", "units/u9/u9.sgm"},
                                  1,
                                  "u9.sgm: no such file"}),
-    [](const ::testing::TestParamInfo<SelectCase>& info)
-    {
-        std::string name;
-        for (const char c : std::string(info.param.label))
-            name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-        return name;
-    });
+    LabelName<SelectCase>);
 
 TEST(BurnEngine, SetUpFailsWithARecord)
 {

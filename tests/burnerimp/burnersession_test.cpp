@@ -83,6 +83,18 @@ protected:
             StopSession();
     }
 
+    // Sends the set-up of the project and expects the burner ready.
+    void ExpectReady(NamedPipe& server)
+    {
+        BurnerSetupMsg setup;
+        ASSERT_TRUE(setup.SetConfigPath(m_project.Ini()));
+        ASSERT_TRUE(SendMessage(server, setup));
+        BurnerMessage message;
+        ASSERT_TRUE(ReadMessage(server, message));
+        EXPECT_EQ(message.GetType(), BurnerReadyMsg::MSG_TYPE);
+        EXPECT_EQ(message.GetMessageSize(), 4u);
+    }
+
     BurnProject m_project;
     std::unique_ptr<NamedPipe> m_pServer;
     std::thread m_session;
@@ -93,13 +105,7 @@ protected:
 TEST_F(SessionTest, SetsUpBurnsWithProgressAndEndsWhenTheToolCloses)
 {
     StartSession();
-    BurnerSetupMsg setup;
-    ASSERT_TRUE(setup.SetConfigPath(m_project.Ini()));
-    ASSERT_TRUE(SendMessage(*m_pServer, setup));
-    BurnerMessage message;
-    ASSERT_TRUE(ReadMessage(*m_pServer, message));
-    EXPECT_EQ(message.GetType(), BurnerReadyMsg::MSG_TYPE);
-    EXPECT_EQ(message.GetMessageSize(), 4u);
+    ExpectReady(*m_pServer);
 
     // The models of "units", then the same again: all up to date.
     for (const int pass : {1, 2})
@@ -190,12 +196,7 @@ TEST_F(SessionTest, TheProgramBurnsOverThePipe)
     pid_t pid = 0;
     ASSERT_EQ(posix_spawn(&pid, BURNERIMP_BINARY, nullptr, nullptr, const_cast<char**>(argv), environ), 0);
     ASSERT_TRUE(m_pServer->Connect());
-    BurnerSetupMsg setup;
-    ASSERT_TRUE(setup.SetConfigPath(m_project.Ini()));
-    ASSERT_TRUE(SendMessage(*m_pServer, setup));
-    BurnerMessage message;
-    ASSERT_TRUE(ReadMessage(*m_pServer, message));
-    EXPECT_EQ(message.GetType(), BurnerReadyMsg::MSG_TYPE);
+    ExpectReady(*m_pServer);
     BurnRequestMsg request;
     ASSERT_TRUE(request.SetFolder(m_project.Gen()));
     ASSERT_TRUE(request.SetPattern("u1\\.sgm$"));

@@ -7,7 +7,10 @@
 #include "burnconfig/burnerresults.h"
 #include "support/tempfolder.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -89,6 +92,15 @@ public:
 private:
     TempFolder m_root;
 };
+
+// A test name from a case's label: its letters and digits, others as '_'.
+template <class Case> std::string LabelName(const ::testing::TestParamInfo<Case>& info)
+{
+    std::string name;
+    for (const char c : std::string(info.param.label))
+        name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+    return name;
+}
 
 // The texts of a results list, one a line.
 inline std::string Texts(const BurnerResults& results)
