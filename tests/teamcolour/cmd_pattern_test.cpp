@@ -11,7 +11,7 @@
 
 namespace
 {
-const std::string s_shared = std::string(TQ7Z_SAMPLES) + "/project/art/source/texture_share/scout_share.tga";
+const std::string s_shared = std::string(TQ7Z_SAMPLES) + "/project/art/source/texture_share_scout.tga";
 
 TEST(PatternCommand, SampleTextureBuildsAndReadsBack)
 {
@@ -45,7 +45,7 @@ TEST(PatternCommand, FailuresExitWithTheirMessages)
     TempFolder temp;
     const std::string texture = temp.Write("art/crate.tga", "");
     std::filesystem::copy_file(s_shared, texture, std::filesystem::copy_options::overwrite_existing);
-    const std::string layer = std::string(TQ7Z_SAMPLES) + "/project/art/source/texture_share/scout_share_default_badge.tga";
+    const std::string layer = std::string(TQ7Z_SAMPLES) + "/project/art/source/texture_share_scout_default_badge.tga";
     const std::string out = temp / "crate.tqp";
 
     // No layer image: a note, exit 0, no file.
@@ -103,9 +103,9 @@ TEST(PatternCommand, BadgeMarkerMustLeaveRoomForTheBadge)
 {
     TempFolder temp;
     const std::string texture = temp / "crate.tga";
-    const std::string folder = std::string(TQ7Z_SAMPLES) + "/project/art/source/texture_share/";
+    const std::string folder = std::string(TQ7Z_SAMPLES) + "/project/art/source/";
     std::filesystem::copy_file(s_shared, texture);
-    std::filesystem::copy_file(folder + "scout_share_default_primary.tga", temp / "crate_default_primary.tga");
+    std::filesystem::copy_file(folder + "texture_share_scout_default_primary.tga", temp / "crate_default_primary.tga");
     struct Case
     {
         uint32 column;

@@ -30,11 +30,15 @@ struct Pixel
 class ExportTree
 {
 public:
-    ExportTree()
+    // With `projectCopy`, a copy of that tree with its own pipeline.ini instead.
+    explicit ExportTree(const std::string& projectCopy = "")
     {
-        m_temp.Write("pipeline.ini", "[p4]\r\nRevControlPort=\r\n[project:art]\r\nDataSource=src\r\n"
-                                     "DataSourceShared=\r\nDataBurn=\r\nDataIntermediate=\r\nDataGeneric=gen\r\n"
-                                     "DataFinal=final\r\nDataPreview=\r\nLocaleFolder=\r\nAttrLoc=\r\nParent=\r\n");
+        if (!projectCopy.empty())
+            std::filesystem::copy(projectCopy, m_temp.Path(), std::filesystem::copy_options::recursive);
+        else
+            m_temp.Write("pipeline.ini", "[p4]\r\nRevControlPort=\r\n[project:art]\r\nDataSource=src\r\n"
+                                         "DataSourceShared=\r\nDataBurn=\r\nDataIntermediate=\r\nDataGeneric=gen\r\n"
+                                         "DataFinal=final\r\nDataPreview=\r\nLocaleFolder=\r\nAttrLoc=\r\nParent=\r\n");
         std::filesystem::create_directories(m_temp / "src");
         std::filesystem::create_directories(m_temp / "gen");
         FilePath::AddAlias("TOOL", "HD", 99, std::make_shared<FilePathHDRaw>());

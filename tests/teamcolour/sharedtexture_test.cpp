@@ -8,6 +8,7 @@
 #include "model/rendermodel.h"
 #include "support/logcapture.h"
 #include "teamcolour/exporttree.h"
+#include "teamcolour/pattern.h"
 
 #include <gtest/gtest.h>
 
@@ -145,6 +146,36 @@ TEST_F(SharedShaderTest, FailuresKeepTheSharedFlag)
     }
     EXPECT_TRUE(m_crate->IsShared());
     EXPECT_TRUE(m_tree.Exists("gen/texture_share/crate.vds")) << "written before the burn";
+}
+
+TEST(SampleSharedTexture, ScoutsSharedShaderExportsItsPatternAndShader)
+{
+    // The scout's head material uses the sample project's shared texture; its shader bears the
+    // texture's name, as the exporter gives it.
+    model_test::Env env;
+    ExportTree tree(std::string(TQ7Z_SAMPLES) + "/project");
+    ASSERT_TRUE(tree.IsReady());
+    Inv::Reference<Shader> shader = model_test::AddShader("texture_share_scout");
+    auto pGroup = std::make_unique<ra::MeshGroup>();
+    pGroup->AddShader(shader, true);
+    RenderModel model("scout");
+    model.SetMeshGroup(std::move(pGroup));
+    TeamColour::MarkSharedTextures(model);
+    ASSERT_TRUE(shader->IsShared());
+
+    ASSERT_TRUE(TeamColour::ExportSharedShaders(tree.Tool("art/generic/units/scout/scout.sgm").c_str(), model));
+    EXPECT_EQ(tree.m_cCalls, (std::vector<std::string>{"open art/generic/texture_share_scout_default.tqp",
+                                                        "burn art/generic/texture_share_scout_default.tqp 42",
+                                                        "open art/generic/texture_share_scout.vds",
+                                                        "burn art/generic/texture_share_scout.vds 42"}));
+    std::unique_ptr<TeamColour::Pattern> pPattern =
+        TeamColour::Pattern::Load(tree.Tool("art/generic/texture_share_scout_default.tqp").c_str());
+    ASSERT_NE(pPattern, nullptr);
+    EXPECT_NE(pPattern->GetLayer(0), nullptr);
+    EXPECT_NE(pPattern->GetDirtImage(), nullptr);
+    EXPECT_TRUE(pPattern->HasBadge());
+    EXPECT_TRUE(pPattern->HasBanner());
+    EXPECT_TRUE(tree.Exists("art/generic/texture_share_scout.vds"));
 }
 
 TEST_F(SharedShaderTest, MergeFileOutsideEveryProjectIsRefused)
