@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <regex>
@@ -134,6 +135,10 @@ TEST_P(BurnEngineIncremental, BurnsAgainWhatChanged)
     ASSERT_TRUE(engine.Setup(project.Ini().c_str(), results)) << Texts(results);
     ASSERT_EQ(engine.Burn(FolderRequest(project.Gen()), results).filesBurned, 5u) << Texts(results);
     const std::string before = project.Read("final/units/u0/u0.tqm");
+    // Outputs dated back, so that one written again shows.
+    const auto past = fs::file_time_type::clock::now() - std::chrono::hours(24);
+    for (const char* output : {"units/u0/u0.tqm", "units/u1/u1.tqm", "units/u2/u2.tqm", "teams/red.tqp"})
+        fs::last_write_time(project.Final(output), past);
 
     param.change(project);
     BurnerResults again;
@@ -145,6 +150,15 @@ TEST_P(BurnEngineIncremental, BurnsAgainWhatChanged)
         << Texts(again);
     // The failures are no records to trust: they fail again.
     EXPECT_EQ(summary.filesFailed, 2u);
+    const std::pair<const char*, const char*> cOutput[] = {{"units/u0/u0.sgm", "units/u0/u0.tqm"},
+                                                          {"units/u1/u1.sgm", "units/u1/u1.tqm"},
+                                                          {"units/u2/u2.sgm", "units/u2/u2.tqm"},
+                                                          {"teams/red.tqp", "teams/red.tqp"}};
+    for (const auto& [source, output] : cOutput)
+    {
+        ASSERT_TRUE(project.Exists(std::string("final/") + output));
+        EXPECT_EQ(fs::last_write_time(project.Final(output)) == past, param.burned.count(source) == 0) << output;
+    }
     // Burned again with the same settings, a model comes out the same.
     if (!param.burned.count("units/u0/u0.sgm") || param.force)
     {
@@ -337,4 +351,36 @@ TEST(BurnEngine, ShaderPluginWritesTheFinalSharedShader)
     std::unique_ptr<Shader> pFinal = ShaderLoadFinal::LoadSharedFile(("TOOL:" + project.Final("shaders/skin.vds")).c_str());
     Inv::Warehouse::Get()->PopFrame();
     EXPECT_NE(pFinal, nullptr);
+}
+
+// Through a stand-in Perforce client on PATH: every output is opened in the request's changelist,
+// a new one after it is written (add), one already there before it is written again.
+TEST(BurnEngine, OpensEachOutputInTheChangelist)
+{
+    TempFolder bin;
+    bin.Write("p4",
+              "#!/bin/sh\necho \"$*\" >> '" + bin / "calls.log" +
+                  "'\ncase \"$*\" in\n"
+                  "  *' info') echo 'info: User name: artist';;\n"
+                  "  *' add '*) echo 'info: //depot/x#1 - opened for add';;\n"
+                  "esac\necho 'exit: 0'\n",
+              fs::perms(0755));
+    ScopedEnv path("PATH", (bin.Path() + ":/usr/bin:/bin").c_str());
+    ScopedEnv client("P4CLIENT", "artist-ws");
+    ScopedEnv user("P4USER", "artist");
+    BurnProject project(1, false);
+    std::string ini = project.Read("pipeline.ini");
+    ini.replace(ini.find("RevControlPort="), 15, "RevControlPort=fake:1666");
+    project.Write("pipeline.ini", ini);
+
+    BurnEngine engine;
+    BurnerResults results;
+    ASSERT_TRUE(engine.Setup(project.Ini().c_str(), results)) << Texts(results);
+    BurnRequest request = FolderRequest(project.Gen("units"));
+    request.changelist = 7;
+    ASSERT_EQ(engine.Burn(request, results).filesBurned, 1u) << Texts(results);
+    const std::string calls = TempFolder::Read(bin / "calls.log");
+    for (const char* output : {"units/u0/u0.tqm", "units/u0/u0.tqe"})
+        EXPECT_NE(calls.find("add -c 7 " + project.Final(output)), std::string::npos) << calls;
+    EXPECT_EQ(calls.find("-c 0"), std::string::npos) << calls;
 }
