@@ -244,10 +244,29 @@ std::unique_ptr<Pattern> Pattern::Load(const char* name)
     char fileName[FilePath::MAXPATH];
     if (!TqpName(fileName, name))
         return nullptr;
-    auto pPattern = std::make_unique<Pattern>();
-    if (!ra::WithChunkFile(fileName, ByteStream::Mode_Read, [&](Chunky& chunky, ByteStreamAdapter& adapter)
-                           { ReadPattern(chunky, adapter, *pPattern); }))
+    std::shared_ptr<ByteStream> pStream = FilePath::Open(fileName, ByteStream::Mode_Read);
+    if (!pStream)
+    {
+        dbWarningf("'%s': Unable to open file!", fileName);
         return nullptr;
+    }
+    ByteStreamAdapter adapter(*pStream);
+    return Load(adapter, fileName);
+}
+
+std::unique_ptr<Pattern> Pattern::Load(ByteStreamAdapter& adapter, const char* name)
+{
+    auto pPattern = std::make_unique<Pattern>();
+    try
+    {
+        Chunky chunky(adapter);
+        ReadPattern(chunky, adapter, *pPattern);
+    }
+    catch (const std::exception& e)
+    {
+        dbWarningf("'%s': %s", name != nullptr ? name : "", e.what());
+        return nullptr;
+    }
     return pPattern;
 }
 

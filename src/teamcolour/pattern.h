@@ -31,6 +31,8 @@
 #include <memory>
 #include <string>
 
+class ByteStreamAdapter;
+
 namespace TeamColour
 {
 class Pattern
@@ -60,6 +62,8 @@ public:
 
     // The file at `name` with its extension made ".tqp"; null when it cannot be opened or read.
     static std::unique_ptr<Pattern> Load(const char* name);
+    // The file on an open stream, from its start; `name` is for messages. Null, logged, on any fault.
+    static std::unique_ptr<Pattern> Load(ByteStreamAdapter& adapter, const char* name);
     // Writes the file at `name` with its extension made ".tqp", whole or not at all.
     static bool Save(const char* name, const Pattern& pattern);
 
