@@ -12,6 +12,8 @@
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
 #include "storage/filesave.h"
+#include "storage/ramstream.h"
+#include "teamcolour/pattern.h"
 
 #include <strings.h>
 
@@ -227,6 +229,32 @@ bool BurnShader(const BurnJob& job, std::vector<BurnOutput>& cOutput, std::strin
     return true;
 }
 
+// A team pattern goes to the final data as the pattern export wrote it, once it reads as one.
+bool BurnPattern(const BurnJob& job, std::vector<BurnOutput>& cOutput, std::string& error)
+{
+    BurnOutput output{job.relative, {}};
+    if (!ReadWhole(job.nativeSource, output.data, error))
+        return false;
+    {
+        // The pattern reader logs its faults: the library's, so under its lock.
+        LibraryScope scope;
+        RamStream stream;
+        if (!stream.Attach(output.data.data(), uint32(output.data.size()), false, ByteStream::Mode_Read))
+        {
+            error = "is no team pattern: it is empty";
+            return false;
+        }
+        ByteStreamAdapter adapter(stream);
+        if (!TeamColour::Pattern::Load(adapter, job.relative.c_str()))
+        {
+            error = scope.Reason("is no team pattern");
+            return false;
+        }
+    }
+    cOutput.push_back(std::move(output));
+    return true;
+}
+
 bool BurnCopy(const BurnJob& job, std::vector<BurnOutput>& cOutput, std::string& error)
 {
     BurnOutput output{job.relative, {}};
@@ -242,11 +270,10 @@ struct NamedPlugin
     BurnPlugin plugin;
 };
 
-// A team pattern goes to the final data as the pattern export wrote it.
 const NamedPlugin s_cPlugin[] = {
     {"model", &BurnModel},
     {"shader", &BurnShader},
-    {"pattern", &BurnCopy},
+    {"pattern", &BurnPattern},
     {"copy", &BurnCopy},
 };
 } // namespace

@@ -6,12 +6,12 @@
 //   "model"    .sgm (with the .ebp beside it) -> .tqm, and .tqe when the model has an entity part;
 //              parameters dxtc (0, 1, 3, 5), mips_to_skip (0 or more), write_all_mips (yes/no)
 //   "shader"   .vds shared shader, generic -> final form; dxtc, mips_to_skip
-//   "pattern"  .tqp team pattern, copied as it is
+//   "pattern"  .tqp team pattern, copied as it is once it reads as a pattern
 //   "copy"     any file, copied as it is
 //
 // The model library (inventory, path table, log, texture writer settings) is single-threaded:
-// "model" and "shader" hold ModelLibraryLock() for their whole run; "pattern" and "copy" touch
-// only the disk and run on any thread without it.
+// "model" and "shader" hold ModelLibraryLock() for their whole run, "pattern" for its check of the
+// file; "copy" touches only the disk and runs on any thread without it.
 #pragma once
 
 #include "burnconfig/burnerconfig.h"

@@ -98,7 +98,7 @@ TEST(BurnEngine, BurnsEachTargetAndRecordsTheFilesThatFail)
     EXPECT_TRUE(std::is_sorted(cOrder.begin(), cOrder.end())) << Texts(results);
 
     // Copies are the same bytes; "read_only" makes the text read-only.
-    EXPECT_EQ(project.Read("final/teams/red.tqp"), std::string("pattern\0bytes", 13));
+    EXPECT_EQ(project.Read("final/teams/red.tqp"), BurnProject::PatternBytes());
     EXPECT_EQ(project.Read("final/readme.txt"), "read me\n");
     EXPECT_EQ(fs::status(project.Final("readme.txt")).permissions() & fs::perms::owner_write, fs::perms::none);
 
@@ -383,4 +383,22 @@ TEST(BurnEngine, OpensEachOutputInTheChangelist)
     for (const char* output : {"units/u0/u0.tqm", "units/u0/u0.tqe"})
         EXPECT_NE(calls.find("add -c 7 " + project.Final(output)), std::string::npos) << calls;
     EXPECT_EQ(calls.find("-c 0"), std::string::npos) << calls;
+}
+
+// A team pattern is copied once it reads as one; a damaged one is an error record.
+TEST(BurnEngine, PatternPluginRefusesAFileThatIsNoPattern)
+{
+    BurnProject project(0, false);
+    project.Write("gen/teams/red.tqp", BurnProject::PatternBytes());
+    const std::string bytes = BurnProject::PatternBytes();
+    project.Write("gen/teams/cut.tqp", bytes.substr(0, bytes.size() - 3));
+    BurnEngine engine;
+    BurnerResults results;
+    ASSERT_TRUE(engine.Setup(project.Ini().c_str(), results)) << Texts(results);
+    const BurnSummary summary = engine.Burn(FolderRequest(project.Gen("teams")), results);
+    EXPECT_EQ(summary.filesMatched, 2u);
+    EXPECT_EQ(summary.filesBurned, 1u) << Texts(results);
+    EXPECT_EQ(CountLevel(results, BurnerResults::LevelError, "teams/cut.tqp: is no team pattern"), 1) << Texts(results);
+    EXPECT_EQ(project.Read("final/teams/red.tqp"), bytes);
+    EXPECT_FALSE(project.Exists("final/teams/cut.tqp"));
 }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "burnconfig/burnerresults.h"
+#include "support/chunkmemory.h"
 #include "support/tempfolder.h"
 
 #include <gtest/gtest.h>
@@ -56,11 +57,29 @@ public:
         }
         if (extras)
         {
-            m_root.Write("gen/teams/red.tqp", std::string("pattern\0bytes", 13));
+            m_root.Write("gen/teams/red.tqp", PatternBytes());
             m_root.Write("gen/readme.txt", "read me\n");
             m_root.Write("gen/rock.ore", "ore");
             m_root.Write("gen/units/broken/broken.sgm", "this is no chunk file");
         }
+    }
+
+    // A team pattern file of 2 x 2 pixels with one layer, as the pattern export writes it.
+    static std::string PatternBytes()
+    {
+        ChunkWriter file;
+        file.m_pChunky->OpenFolderChunk(FourCC("TPAT"), 3, "red");
+        file.m_pChunky->OpenDataChunk(FourCC("INFO"), 1, nullptr);
+        file.m_adapter.WriteValue(uint32(2));
+        file.m_adapter.WriteValue(uint32(2));
+        file.m_pChunky->CloseChunk();
+        file.m_pChunky->OpenDataChunk(FourCC("PTLD"), 1, nullptr);
+        file.m_adapter.WriteValue(int32(0));
+        file.m_adapter.WriteValue(uint32(4));
+        file.m_adapter.WriteValue(uint32(0x80FF40FF));
+        file.m_pChunky->CloseChunk();
+        file.m_pChunky->CloseChunk();
+        return file.Bytes();
     }
 
     std::string Ini() const { return m_root / "pipeline.ini"; }
