@@ -1,14 +1,20 @@
-// The formatted texts of pattern and export messages.
+// The texts of pattern and export messages.
 #pragma once
 
-#include <cstdarg>
+#include "names/stlexstring.h"
+
 #include <string>
 
 namespace TeamColour
 {
-// printf into a string of any length.
-std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
-std::string FormatV(const char* format, va_list args);
+// printf into a new string.
+template <class... Args> std::string Format(const char* format, Args... args)
+{
+    std::string text;
+    StlExString::Printf(text, format, args...);
+    return text;
+}
+
 // A path with '\\' between its parts, as the path layer makes it (FilePathUtil::Normalize).
 std::string NormalizedPath(std::string path);
 } // namespace TeamColour

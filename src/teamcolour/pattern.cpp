@@ -8,7 +8,6 @@
 #include "storage/filepathutil.h"
 #include "teamcolour/exporttext.h"
 
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
@@ -34,14 +33,10 @@ constexpr uint32 PTINVersion = 2;
 const char* const s_LayerNames[Pattern::LAYER_PATTERN_COUNT] = {"primary", "secondary", "trim",
                                                                 "weapons", "eyes",      "dirt"};
 
-[[noreturn]] void Fail(const char* format, ...) __attribute__((format(printf, 1, 2)));
-void Fail(const char* format, ...)
+// A malformed file: the load fails with this text.
+template <class... Args> [[noreturn]] void Fail(const char* format, Args... args)
 {
-    va_list args;
-    va_start(args, format);
-    std::string text = FormatV(format, args);
-    va_end(args);
-    throw std::runtime_error(text);
+    throw std::runtime_error(Format(format, args...));
 }
 
 // The file name with its own extension made ".tqp".
