@@ -46,11 +46,12 @@ public:
                   "[p4]\r\nRevControlPort=\r\n[project:art]\r\nDataSource=src\r\nDataSourceShared=\r\n"
                   "DataBurn=burn\r\nDataIntermediate=\r\nDataGeneric=gen\r\nDataFinal=final\r\n"
                   "DataPreview=\r\nLocaleFolder=\r\nAttrLoc=\r\nParent=\r\n");
-        WriteFile(m_root / "gen/_default.burn",
-                  "burn_version = 1\nburn_targets = { { name = 'models', wildcard = '.*\\\\.sgm$', targets = {\n"
-                  "  { target = 'final', destination = 'DataFinal', plugin = 'model' } } } }\n"
-                  "burn_params = { { name = 'models', targets = { { target = 'final', params = {\n"
-                  "  { 'dxtc', '5' }, { 'mips_to_skip', '0' }, { 'write_all_mips', 'yes' } } } } } }\n");
+        WriteFile(
+            m_root / "gen/_default.burn",
+            "burn_version = 1\nburn_targets = { { name = 'models', wildcard = '.*\\\\.sgm$', targets = {\n"
+            "  { target = 'final', destination = 'DataFinal', plugin = 'model' } } } }\n"
+            "burn_params = { { name = 'models', targets = { { target = 'final', params = {\n"
+            "  { 'dxtc', '5' }, { 'mips_to_skip', '0' }, { 'write_all_mips', 'yes' } } } } } }\n");
         const std::string sgm = ReadFile(std::string(TQ7Z_SAMPLES) + "/models/walker.sgm");
         const std::string ebp = ReadFile(std::string(TQ7Z_SAMPLES) + "/models/walker.ebp");
         for (int i = 0; i < s_modelCount; ++i)
@@ -134,7 +135,8 @@ void BM_BurnFull(benchmark::State& state)
             state.SkipWithError("not every model burned");
     }
     state.counters["threads"] = engine.ThreadCount();
-    state.counters["files/s"] = benchmark::Counter(double(s_modelCount), benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["files/s"] =
+        benchmark::Counter(double(s_modelCount), benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_BurnFull)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime();
 
@@ -156,7 +158,8 @@ void BM_BurnIncremental(benchmark::State& state)
         if (summary.filesSkipped != s_modelCount)
             state.SkipWithError("a model was burned again");
     }
-    state.counters["files/s"] = benchmark::Counter(double(s_modelCount), benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["files/s"] =
+        benchmark::Counter(double(s_modelCount), benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_BurnIncremental)->Unit(benchmark::kMillisecond)->UseRealTime();
 } // namespace

@@ -121,7 +121,8 @@ std::string BurnCache::Text(const Record& record)
     {
         text += "target " + target.name + "\n";
         for (const Output& output : target.cOutputs)
-            text += "output " + output.kind + " " + output.relative + " " + std::to_string(output.size) + "\n";
+            text +=
+                "output " + output.kind + " " + output.relative + " " + std::to_string(output.size) + "\n";
     }
     return text;
 }

@@ -76,11 +76,11 @@ struct BurnEngine::FileWork
     };
     enum State
     {
-        ToCheck,    // the records are to be looked at
-        ToLoad,     // its configuration is to be read
-        ToBurn,     // its targets are to be burned
-        UpToDate,   // every target's outputs are there, from the same inputs
-        NoTarget,   // no group takes it: not part of the burn
+        ToCheck,  // the records are to be looked at
+        ToLoad,   // its configuration is to be read
+        ToBurn,   // its targets are to be burned
+        UpToDate, // every target's outputs are there, from the same inputs
+        NoTarget, // no group takes it: not part of the burn
         Failed,
     };
 
@@ -100,7 +100,7 @@ struct BurnEngine::FileWork
 struct BurnEngine::Plan
 {
     std::string project;
-    std::string genericFolder; // native
+    std::string genericFolder;                  // native
     std::string cDataFolder[PipelineDataCount]; // native; empty for a kind the project lacks
     std::unique_ptr<BurnCache> pCache;
     Mapper generic;
@@ -138,12 +138,14 @@ public:
     {
         std::vector<std::string> cChain;
         fs::path folder = fs::path(native).parent_path();
-        if (const std::string& own = Find(folder.string(), fs::path(native).filename().string() + ".burn"); !own.empty())
+        if (const std::string& own = Find(folder.string(), fs::path(native).filename().string() + ".burn");
+            !own.empty())
             cChain.push_back(own);
         const size_t top = fs::path(generic).lexically_normal().string().size();
         while (true)
         {
-            if (const std::string& found = Find(folder.string(), ConfigLoad::k_DefaultBurnFilename); !found.empty())
+            if (const std::string& found = Find(folder.string(), ConfigLoad::k_DefaultBurnFilename);
+                !found.empty())
                 cChain.push_back(found);
             if (folder.string().size() <= top || !folder.has_parent_path() || folder.parent_path() == folder)
                 break;
@@ -155,7 +157,8 @@ public:
 private:
     static std::string Lower(std::string text)
     {
-        std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+        std::transform(text.begin(), text.end(), text.begin(),
+                       [](unsigned char c) { return char(std::tolower(c)); });
         return text;
     }
 
@@ -198,7 +201,8 @@ bool BurnEngine::Setup(const char* pipelineIni, BurnerResults& results)
     m_pRevControl = RevControlAPI::Create(port.c_str(), RevisionControlP4OrLocal);
     if (!m_pRevControl)
     {
-        results.Add(BurnerResults::LevelError, k_Module, "Unable to reach revision control at '%s'", port.c_str());
+        results.Add(BurnerResults::LevelError, k_Module, "Unable to reach revision control at '%s'",
+                    port.c_str());
         Teardown();
         return false;
     }
@@ -206,7 +210,8 @@ bool BurnEngine::Setup(const char* pipelineIni, BurnerResults& results)
     m_inventory = m_device && Inv::Warehouse::Create();
     if (!m_inventory)
     {
-        results.Add(BurnerResults::LevelError, k_Module, "Unable to make the render device and the inventory");
+        results.Add(BurnerResults::LevelError, k_Module,
+                    "Unable to make the render device and the inventory");
         Teardown();
         return false;
     }
@@ -246,7 +251,8 @@ bool BurnEngine::MakePlan(const BurnRequest& request, Plan& plan, BurnerResults&
         std::error_code ec;
         if (folder.empty() || !fs::is_directory(folder, ec))
         {
-            results.Add(BurnerResults::LevelError, k_Module, "No folder '%s' to burn", request.folder.c_str());
+            results.Add(BurnerResults::LevelError, k_Module, "No folder '%s' to burn",
+                        request.folder.c_str());
             return false;
         }
         std::regex pattern;
@@ -267,8 +273,8 @@ bool BurnEngine::MakePlan(const BurnRequest& request, Plan& plan, BurnerResults&
         };
         if (request.recurse)
         {
-            for (auto it = fs::recursive_directory_iterator(folder, ec); !ec && it != fs::recursive_directory_iterator();
-                 it.increment(ec))
+            for (auto it = fs::recursive_directory_iterator(folder, ec);
+                 !ec && it != fs::recursive_directory_iterator(); it.increment(ec))
             {
                 if (it->is_directory() && IsHidden(it->path()))
                     it.disable_recursion_pending();
@@ -315,8 +321,8 @@ bool BurnEngine::MakePlan(const BurnRequest& request, Plan& plan, BurnerResults&
             if (strcasecmp(plan.project.c_str(), project) != 0)
             {
                 results.Add(BurnerResults::LevelError, k_Module,
-                            "%s: in project '%s', not '%s' as the first file of the list", file.c_str(), project,
-                            plan.project.c_str());
+                            "%s: in project '%s', not '%s' as the first file of the list", file.c_str(),
+                            project, plan.project.c_str());
                 continue;
             }
             cNative.push_back(native);
@@ -384,7 +390,8 @@ void BurnEngine::CheckRecord(const Plan& plan, FileWork& work)
     work.state = FileWork::ToLoad;
 
     BurnCache::Record record;
-    if (plan.force || !work.readable || !plan.pCache->Find(work.inputKey, record) || record.source != work.relative)
+    if (plan.force || !work.readable || !plan.pCache->Find(work.inputKey, record) ||
+        record.source != work.relative)
         return;
     for (const BurnCache::Target& target : record.cTargets)
         for (const BurnCache::Output& output : target.cOutputs)
@@ -430,7 +437,8 @@ void BurnEngine::LoadTargets(const Plan& plan, FileWork& work)
         try
         {
             matches = !group.wildcard.empty() &&
-                      std::regex_match(name, std::regex(group.wildcard, std::regex::ECMAScript | std::regex::icase));
+                      std::regex_match(
+                          name, std::regex(group.wildcard, std::regex::ECMAScript | std::regex::icase));
         }
         catch (const std::regex_error& e)
         {
@@ -528,8 +536,9 @@ void BurnEngine::BurnFile(const Plan& plan, FileWork& work)
         const BurnPlugin plugin = FindBurnPlugin(target.target.plugin);
         if (plugin == nullptr)
         {
-            work.records.Add(BurnerResults::LevelError, k_Module, "%s: unknown plugin '%s' (group '%s', target '%s')",
-                             relative, target.target.plugin.c_str(), group, name);
+            work.records.Add(BurnerResults::LevelError, k_Module,
+                             "%s: unknown plugin '%s' (group '%s', target '%s')", relative,
+                             target.target.plugin.c_str(), group, name);
             failed = true;
             continue;
         }
@@ -546,8 +555,8 @@ void BurnEngine::BurnFile(const Plan& plan, FileWork& work)
         std::string error;
         if (!plugin(job, cOutput, error) || cOutput.empty())
         {
-            work.records.Add(BurnerResults::LevelError, k_Module, "%s: %s (group '%s', target '%s')", relative,
-                             error.empty() ? "made nothing" : error.c_str(), group, name);
+            work.records.Add(BurnerResults::LevelError, k_Module, "%s: %s (group '%s', target '%s')",
+                             relative, error.empty() ? "made nothing" : error.c_str(), group, name);
             failed = true;
             continue;
         }
@@ -556,10 +565,11 @@ void BurnEngine::BurnFile(const Plan& plan, FileWork& work)
         std::vector<std::string> cWritten;
         for (const BurnOutput& output : cOutput)
         {
-            if (!WriteOutput(plan, target.destinationFolder + "/" + output.relative, output.data, readOnly, error))
+            if (!WriteOutput(plan, target.destinationFolder + "/" + output.relative, output.data, readOnly,
+                             error))
             {
-                work.records.Add(BurnerResults::LevelError, k_Module, "%s: %s (group '%s', target '%s')", relative,
-                                 error.c_str(), group, name);
+                work.records.Add(BurnerResults::LevelError, k_Module, "%s: %s (group '%s', target '%s')",
+                                 relative, error.c_str(), group, name);
                 failed = true;
                 break;
             }
@@ -603,8 +613,8 @@ template <class Wanted, class Fn> void BurnEngine::ForEachFile(Plan& plan, const
             }
             catch (const std::exception& e)
             {
-                cWork[i]->records.Add(BurnerResults::LevelError, k_Module, "%s: %s", cWork[i]->relative.c_str(),
-                                      e.what());
+                cWork[i]->records.Add(BurnerResults::LevelError, k_Module, "%s: %s",
+                                      cWork[i]->relative.c_str(), e.what());
                 cWork[i]->state = FileWork::Failed;
             }
         }
@@ -634,7 +644,8 @@ BurnSummary BurnEngine::Burn(const BurnRequest& request, BurnerResults& results,
 
     // The records first, on every thread; then the configurations of the files they do not cover,
     // on this one (the loader keeps a cache); then the burn, on every thread.
-    ForEachFile(plan, [](const FileWork&) { return true; }, [&](FileWork& work) { CheckRecord(plan, work); });
+    ForEachFile(
+        plan, [](const FileWork&) { return true; }, [&](FileWork& work) { CheckRecord(plan, work); });
     for (FileWork& work : plan.cFile)
         if (work.state == FileWork::ToLoad)
             LoadTargets(plan, work);
@@ -651,29 +662,31 @@ BurnSummary BurnEngine::Burn(const BurnRequest& request, BurnerResults& results,
         if (progress)
         {
             BurnerResults update;
-            update.AddText(BurnerResults::LevelInfo,
-                           (std::to_string(done) + "/" + std::to_string(total) + " " + work.progressName).c_str());
+            update.AddText(
+                BurnerResults::LevelInfo,
+                (std::to_string(done) + "/" + std::to_string(total) + " " + work.progressName).c_str());
             progress(update);
         }
     };
     for (const FileWork& work : plan.cFile)
         if (work.state == FileWork::UpToDate || work.state == FileWork::Failed)
             report(work);
-    ForEachFile(plan, [](const FileWork& work) { return work.state == FileWork::ToBurn; },
-                [&](FileWork& work)
-                {
-                    try
-                    {
-                        BurnFile(plan, work);
-                    }
-                    catch (const std::exception& e)
-                    {
-                        work.records.Add(BurnerResults::LevelError, k_Module, "%s: %s", work.relative.c_str(),
-                                         e.what());
-                        work.state = FileWork::Failed;
-                    }
-                    report(work);
-                });
+    ForEachFile(
+        plan, [](const FileWork& work) { return work.state == FileWork::ToBurn; },
+        [&](FileWork& work)
+        {
+            try
+            {
+                BurnFile(plan, work);
+            }
+            catch (const std::exception& e)
+            {
+                work.records.Add(BurnerResults::LevelError, k_Module, "%s: %s", work.relative.c_str(),
+                                 e.what());
+                work.state = FileWork::Failed;
+            }
+            report(work);
+        });
 
     for (const FileWork& work : plan.cFile)
     {

@@ -119,7 +119,8 @@ struct TextureSettings
 
     bool Read(const BurnerConfig::Target& target, std::string& error)
     {
-        if (!IntParam(target, "dxtc", "0", dxtc, error) || !IntParam(target, "mips_to_skip", "0", mipsToSkip, error))
+        if (!IntParam(target, "dxtc", "0", dxtc, error) ||
+            !IntParam(target, "mips_to_skip", "0", mipsToSkip, error))
             return false;
         if (dxtc != 0 && dxtc != 1 && dxtc != 3 && dxtc != 5)
         {
@@ -156,7 +157,8 @@ bool BurnModel(const BurnJob& job, std::vector<BurnOutput>& cOutput, std::string
     LibraryScope scope;
     try
     {
-        std::unique_ptr<RenderModel> pModel = RenderModelLoadGeneric::Load(ToolName(job.nativeSource).c_str(), true);
+        std::unique_ptr<RenderModel> pModel =
+            RenderModelLoadGeneric::Load(ToolName(job.nativeSource).c_str(), true);
         if (!pModel)
         {
             error = scope.Reason("does not load as a model");
@@ -175,7 +177,8 @@ bool BurnModel(const BurnJob& job, std::vector<BurnOutput>& cOutput, std::string
                 return false;
             }
         }
-        cOutput.push_back({WithExtension(job.relative, RenderModelLoadFinal::FileExtension), model.GetData()});
+        cOutput.push_back(
+            {WithExtension(job.relative, RenderModelLoadFinal::FileExtension), model.GetData()});
         if (RenderModelLoadFinal::HasEntity(*pModel))
         {
             FileSave entity("");
@@ -212,7 +215,8 @@ bool BurnShader(const BurnJob& job, std::vector<BurnOutput>& cOutput, std::strin
     // The shared shader file is written by name only: it goes to a scratch file of this process,
     // whose bytes become the output.
     const std::string scratch =
-        (std::filesystem::temp_directory_path() / ("burnerimp-" + std::to_string(getpid()) + ".vds")).string();
+        (std::filesystem::temp_directory_path() / ("burnerimp-" + std::to_string(getpid()) + ".vds"))
+            .string();
     const bool saved = ShaderLoadFinal::SaveSharedFile(ToolName(scratch).c_str(), *pShader);
     BurnOutput output{job.relative, {}};
     const bool read = saved && ReadWhole(scratch, output.data, error);

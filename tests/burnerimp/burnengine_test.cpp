@@ -6,11 +6,11 @@
 #include "inventory/warehouse.h"
 #include "model/file/final/rendermodelloadfinal.h"
 #include "model/file/final/shaderloadfinal.h"
-#include "model/file/generic/shaderloadgeneric.h"
-#include "model/shader/shader.h"
 #include "model/file/generic/rendermodelloadgeneric.h"
+#include "model/file/generic/shaderloadgeneric.h"
 #include "model/modeldiff.h"
 #include "model/rendermodel.h"
+#include "model/shader/shader.h"
 
 #include <gtest/gtest.h>
 
@@ -80,11 +80,13 @@ TEST(BurnEngine, BurnsEachTargetAndRecordsTheFilesThatFail)
     EXPECT_EQ(summary.filesFailed, 2u);
     EXPECT_EQ(summary.filesSkipped, 0u);
     EXPECT_EQ(CountLevel(results, BurnerResults::LevelError), 2) << Texts(results);
-    EXPECT_EQ(CountLevel(results, BurnerResults::LevelError,
-                         "Error: BurnerImp -- rock.ore: unknown plugin 'smelter' (group 'smelt', target 'final')"),
-              1)
+    EXPECT_EQ(
+        CountLevel(results, BurnerResults::LevelError,
+                   "Error: BurnerImp -- rock.ore: unknown plugin 'smelter' (group 'smelt', target 'final')"),
+        1)
         << Texts(results);
-    EXPECT_EQ(CountLevel(results, BurnerResults::LevelError, "Error: BurnerImp -- units/broken/broken.sgm: does not load"),
+    EXPECT_EQ(CountLevel(results, BurnerResults::LevelError,
+                         "Error: BurnerImp -- units/broken/broken.sgm: does not load"),
               1)
         << Texts(results);
     EXPECT_EQ(Burned(results), (std::set<std::string>{"readme.txt", "teams/red.tqp", "units/u0/u0.sgm",
@@ -100,7 +102,8 @@ TEST(BurnEngine, BurnsEachTargetAndRecordsTheFilesThatFail)
     // Copies are the same bytes; "read_only" makes the text read-only.
     EXPECT_EQ(project.Read("final/teams/red.tqp"), BurnProject::PatternBytes());
     EXPECT_EQ(project.Read("final/readme.txt"), "read me\n");
-    EXPECT_EQ(fs::status(project.Final("readme.txt")).permissions() & fs::perms::owner_write, fs::perms::none);
+    EXPECT_EQ(fs::status(project.Final("readme.txt")).permissions() & fs::perms::owner_write,
+              fs::perms::none);
 
     // The final model reads back as the game reads it and holds its source's model (DXT5 textures
     // are compared by size).
@@ -151,13 +154,14 @@ TEST_P(BurnEngineIncremental, BurnsAgainWhatChanged)
     // The failures are no records to trust: they fail again.
     EXPECT_EQ(summary.filesFailed, 2u);
     const std::pair<const char*, const char*> cOutput[] = {{"units/u0/u0.sgm", "units/u0/u0.tqm"},
-                                                          {"units/u1/u1.sgm", "units/u1/u1.tqm"},
-                                                          {"units/u2/u2.sgm", "units/u2/u2.tqm"},
-                                                          {"teams/red.tqp", "teams/red.tqp"}};
+                                                           {"units/u1/u1.sgm", "units/u1/u1.tqm"},
+                                                           {"units/u2/u2.sgm", "units/u2/u2.tqm"},
+                                                           {"teams/red.tqp", "teams/red.tqp"}};
     for (const auto& [source, output] : cOutput)
     {
         ASSERT_TRUE(project.Exists(std::string("final/") + output));
-        EXPECT_EQ(fs::last_write_time(project.Final(output)) == past, param.burned.count(source) == 0) << output;
+        EXPECT_EQ(fs::last_write_time(project.Final(output)) == past, param.burned.count(source) == 0)
+            << output;
     }
     // Burned again with the same settings, a model comes out the same.
     if (!param.burned.count("units/u0/u0.sgm") || param.force)
@@ -177,34 +181,43 @@ INSTANTIATE_TEST_SUITE_P(
         IncrementalCase{"a file's own burn file",
                         [](BurnProject& p)
                         {
-                            p.Write("gen/units/u1/u1.sgm.burn",
-                                    "burn_params = { { name = 'models', targets = { { target = 'final', params "
-                                    "= { { 'dxtc', '1' } } } } } }\n");
+                            p.Write(
+                                "gen/units/u1/u1.sgm.burn",
+                                "burn_params = { { name = 'models', targets = { { target = 'final', params "
+                                "= { { 'dxtc', '1' } } } } } }\n");
                         },
                         false,
                         {"units/u1/u1.sgm"}},
         IncrementalCase{"a folder's burn file",
                         [](BurnProject& p)
                         {
-                            p.Write("gen/units/_default.burn",
-                                    "burn_params = { { name = 'models', targets = { { target = 'final', params "
-                                    "= { { 'mips_to_skip', '1' } } } } } }\n");
+                            p.Write(
+                                "gen/units/_default.burn",
+                                "burn_params = { { name = 'models', targets = { { target = 'final', params "
+                                "= { { 'mips_to_skip', '1' } } } } } }\n");
                         },
                         false,
                         {"units/u0/u0.sgm", "units/u1/u1.sgm", "units/u2/u2.sgm"}},
         IncrementalCase{"an ebp written again with the same bytes",
-                        [](BurnProject& p) { p.Write("gen/units/u2/u2.ebp", p.Read("gen/units/u0/u0.ebp") + ""); },
+                        [](BurnProject& p)
+                        { p.Write("gen/units/u2/u2.ebp", p.Read("gen/units/u0/u0.ebp") + ""); },
                         false,
                         {}},
-        IncrementalCase{"a text file", [](BurnProject& p) { p.Write("gen/readme.txt", "read me again\n"); }, false,
+        IncrementalCase{"a text file",
+                        [](BurnProject& p) { p.Write("gen/readme.txt", "read me again\n"); },
+                        false,
                         {"readme.txt"}},
-        IncrementalCase{"an output removed", [](BurnProject& p) { fs::remove(p.Final("units/u2/u2.tqe")); },
-                        false, {"units/u2/u2.sgm"}},
+        IncrementalCase{"an output removed",
+                        [](BurnProject& p) { fs::remove(p.Final("units/u2/u2.tqe")); },
+                        false,
+                        {"units/u2/u2.sgm"}},
         IncrementalCase{"an output cut short",
-                        [](BurnProject& p) { fs::resize_file(p.Final("teams/red.tqp"), 3); }, false,
+                        [](BurnProject& p) { fs::resize_file(p.Final("teams/red.tqp"), 3); },
+                        false,
                         {"teams/red.tqp"}},
-        IncrementalCase{"the records removed", [](BurnProject& p) { fs::remove_all(p.Root() + "/burn/.burncache"); },
-                        false, s_allGood}),
+        IncrementalCase{"the records removed",
+                        [](BurnProject& p) { fs::remove_all(p.Root() + "/burn/.burncache"); }, false,
+                        s_allGood}),
     LabelName<IncrementalCase>);
 
 TEST(BurnEngine, OneThreadAndManyMakeTheSameBytesAndRecords)
@@ -323,11 +336,12 @@ TEST(BurnEngine, SetUpFailsWithARecord)
 TEST(BurnEngine, ShaderPluginWritesTheFinalSharedShader)
 {
     BurnProject project(1, false);
-    project.Write("gen/_default.burn",
-                  "burn_version = 1\nburn_targets = { { name = 'shaders', wildcard = '.*\\\\.vds$', targets = {\n"
-                  "  { target = 'final', destination = 'DataFinal', plugin = 'shader' } } } }\n"
-                  "burn_params = { { name = 'shaders', targets = { { target = 'final', params = {\n"
-                  "  { 'dxtc', '0' }, { 'mips_to_skip', '0' } } } } } }\n");
+    project.Write(
+        "gen/_default.burn",
+        "burn_version = 1\nburn_targets = { { name = 'shaders', wildcard = '.*\\\\.vds$', targets = {\n"
+        "  { target = 'final', destination = 'DataFinal', plugin = 'shader' } } } }\n"
+        "burn_params = { { name = 'shaders', targets = { { target = 'final', params = {\n"
+        "  { 'dxtc', '0' }, { 'mips_to_skip', '0' } } } } } }\n");
     project.Write("gen/shaders/bad.vds", "no shader");
     BurnEngine engine;
     BurnerResults results;
@@ -338,17 +352,21 @@ TEST(BurnEngine, ShaderPluginWritesTheFinalSharedShader)
         const Shader* pShader = pModel->GetMeshGroup()->GetShader(0).Get();
         ASSERT_NE(pShader, nullptr);
         fs::create_directories(project.Gen("shaders"));
-        ASSERT_TRUE(ShaderLoadGeneric::SaveSharedFile(("TOOL:" + project.Gen("shaders/skin.vds")).c_str(), *pShader));
+        ASSERT_TRUE(
+            ShaderLoadGeneric::SaveSharedFile(("TOOL:" + project.Gen("shaders/skin.vds")).c_str(), *pShader));
     }
     const BurnSummary summary = engine.Burn(FolderRequest(project.Gen("shaders")), results);
     EXPECT_EQ(summary.filesMatched, 2u);
     EXPECT_EQ(summary.filesBurned, 1u) << Texts(results);
-    EXPECT_EQ(CountLevel(results, BurnerResults::LevelError, "shaders/bad.vds: does not load as a shared shader"), 1)
+    EXPECT_EQ(
+        CountLevel(results, BurnerResults::LevelError, "shaders/bad.vds: does not load as a shared shader"),
+        1)
         << Texts(results);
     ASSERT_TRUE(project.Exists("final/shaders/skin.vds"));
     EXPECT_NE(project.Read("final/shaders/skin.vds"), project.Read("gen/shaders/skin.vds"));
     Inv::Warehouse::Get()->PushFrame("final shader");
-    std::unique_ptr<Shader> pFinal = ShaderLoadFinal::LoadSharedFile(("TOOL:" + project.Final("shaders/skin.vds")).c_str());
+    std::unique_ptr<Shader> pFinal =
+        ShaderLoadFinal::LoadSharedFile(("TOOL:" + project.Final("shaders/skin.vds")).c_str());
     Inv::Warehouse::Get()->PopFrame();
     EXPECT_NE(pFinal, nullptr);
 }
@@ -398,7 +416,8 @@ TEST(BurnEngine, PatternPluginRefusesAFileThatIsNoPattern)
     const BurnSummary summary = engine.Burn(FolderRequest(project.Gen("teams")), results);
     EXPECT_EQ(summary.filesMatched, 2u);
     EXPECT_EQ(summary.filesBurned, 1u) << Texts(results);
-    EXPECT_EQ(CountLevel(results, BurnerResults::LevelError, "teams/cut.tqp: is no team pattern"), 1) << Texts(results);
+    EXPECT_EQ(CountLevel(results, BurnerResults::LevelError, "teams/cut.tqp: is no team pattern"), 1)
+        << Texts(results);
     EXPECT_EQ(project.Read("final/teams/red.tqp"), bytes);
     EXPECT_FALSE(project.Exists("final/teams/cut.tqp"));
 }

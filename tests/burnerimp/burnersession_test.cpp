@@ -121,9 +121,11 @@ TEST_F(SessionTest, SetsUpBurnsWithProgressAndEndsWhenTheToolCloses)
         EXPECT_EQ(reply.result.filesBurned, 3u);
         EXPECT_EQ(reply.result.flag, 0) << "the broken model failed";
         const std::string texts = Texts(reply.result.results);
-        EXPECT_NE(texts.find("Error: BurnerImp -- units/broken/broken.sgm: does not load"), std::string::npos);
-        EXPECT_NE(texts.find(pass == 1 ? "BurnerImp -- units/u2/u2.sgm: burned to units/u2/u2.tqm, units/u2/u2.tqe"
-                                       : "BurnerImp -- units/u2/u2.sgm: up to date (models/final)"),
+        EXPECT_NE(texts.find("Error: BurnerImp -- units/broken/broken.sgm: does not load"),
+                  std::string::npos);
+        EXPECT_NE(texts.find(pass == 1
+                                 ? "BurnerImp -- units/u2/u2.sgm: burned to units/u2/u2.tqm, units/u2/u2.tqe"
+                                 : "BurnerImp -- units/u2/u2.sgm: up to date (models/final)"),
                   std::string::npos)
             << texts;
         EXPECT_EQ(reply.result.results[reply.result.results.Count() - 1].text,
