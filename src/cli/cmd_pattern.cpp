@@ -63,10 +63,12 @@ Json PatternJson(const Pattern& pattern)
         size_t nonzero = 0;
         for (size_t i = 0; i < pattern.GetMaskSize(); ++i)
             nonzero += pMask[i] != 0 ? 1 : 0;
-        info["layers"].push_back({{"index", layer}, {"name", Pattern::LayerName(layer)}, {"nonzero", nonzero}});
+        info["layers"].push_back(
+            {{"index", layer}, {"name", Pattern::LayerName(layer)}, {"nonzero", nonzero}});
     }
     const Image* pDirt = pattern.GetDirtImage();
-    info["dirt"] = pDirt != nullptr ? Json{{"width", pDirt->GetWidth()}, {"height", pDirt->GetHeight()}} : Json(nullptr);
+    info["dirt"] =
+        pDirt != nullptr ? Json{{"width", pDirt->GetWidth()}, {"height", pDirt->GetHeight()}} : Json(nullptr);
     info["badge"] = RectJson(pattern.HasBadge(), pattern.GetBadge());
     info["banner"] = RectJson(pattern.HasBanner(), pattern.GetBanner());
     return info;
@@ -88,8 +90,8 @@ void PrintText(const Json& info)
     std::printf("size: %u x %u\n", info["width"].get<uint32>(), info["height"].get<uint32>());
     std::printf("layers: %zu\n", info["layers"].size());
     for (const Json& layer : info["layers"])
-        std::printf("  %d %s: %zu non-zero\n", layer["index"].get<int>(), layer["name"].get<std::string>().c_str(),
-                    layer["nonzero"].get<size_t>());
+        std::printf("  %d %s: %zu non-zero\n", layer["index"].get<int>(),
+                    layer["name"].get<std::string>().c_str(), layer["nonzero"].get<size_t>());
     const Json& dirt = info["dirt"];
     if (dirt.is_null())
         std::printf("dirt image: none\n");
@@ -115,7 +117,8 @@ int RunInfo(const std::string& file, bool json)
     std::unique_ptr<Pattern> pPattern = Pattern::Load(PatternSession::Name(file).c_str());
     if (!pPattern)
     {
-        std::fprintf(stderr, "tq7z pattern info: '%s' does not load as a team colour pattern\n", file.c_str());
+        std::fprintf(stderr, "tq7z pattern info: '%s' does not load as a team colour pattern\n",
+                     file.c_str());
         return 1;
     }
     const Json info = PatternJson(*pPattern);
@@ -133,9 +136,11 @@ int RunBuild(const std::string& texture, const std::string& scheme, const std::s
         std::fprintf(stderr, "tq7z pattern build: the output '%s' must end in .tqp\n", out.c_str());
         return 2;
     }
-    if (scheme.empty() || scheme.size() >= Pattern::SCHEME_LENGTH || scheme.find_first_of("\\/:") != std::string::npos)
+    if (scheme.empty() || scheme.size() >= Pattern::SCHEME_LENGTH ||
+        scheme.find_first_of("\\/:") != std::string::npos)
     {
-        std::fprintf(stderr, "tq7z pattern build: the scheme '%s' must be 1 to %zu characters, without \\ / or :\n",
+        std::fprintf(stderr,
+                     "tq7z pattern build: the scheme '%s' must be 1 to %zu characters, without \\ / or :\n",
                      scheme.c_str(), Pattern::SCHEME_LENGTH - 1);
         return 2;
     }
@@ -181,21 +186,24 @@ int RunBuild(const std::string& texture, const std::string& scheme, const std::s
 cli::CommandRegistrar s_pattern(
     [](CLI::App& app, int& exitCode)
     {
-        CLI::App* pattern = cli::GetOrAddSubcommand(app, "pattern", "Inspect and build team colour patterns (.tqp)");
+        CLI::App* pattern =
+            cli::GetOrAddSubcommand(app, "pattern", "Inspect and build team colour patterns (.tqp)");
 
         CLI::App* info = pattern->add_subcommand("info", "Print what a team colour pattern file holds");
-        info->footer("Prints the scheme, the size, each layer present with its count of non-zero mask bytes,\n"
-                     "the dirt image's size and the badge and banner rectangles (x, y, width, height).\n"
-                     "--json prints one object with the keys scheme, width, height, layers (index, name,\n"
-                     "nonzero), dirt (null or width, height), badge and banner (null or [x, y, width, height]).\n"
-                     "A file that does not load exits 1.\n");
+        info->footer(
+            "Prints the scheme, the size, each layer present with its count of non-zero mask bytes,\n"
+            "the dirt image's size and the badge and banner rectangles (x, y, width, height).\n"
+            "--json prints one object with the keys scheme, width, height, layers (index, name,\n"
+            "nonzero), dirt (null or width, height), badge and banner (null or [x, y, width, height]).\n"
+            "A file that does not load exits 1.\n");
         static std::string s_infoFile;
         static bool s_json = false;
         info->add_option("FILE", s_infoFile, "The .tqp file")->required();
         info->add_flag("--json", s_json, "Print one JSON object");
         info->callback([&exitCode] { exitCode = RunInfo(s_infoFile, s_json); });
 
-        CLI::App* build = pattern->add_subcommand("build", "Build a team colour pattern from a texture's companion images");
+        CLI::App* build =
+            pattern->add_subcommand("build", "Build a team colour pattern from a texture's companion images");
         build->footer(
             "The companion images lie beside TEXTURE, with its extension, named after its base name and\n"
             "the scheme: for units/scout.tga and the scheme default, scout_default_primary.tga, _secondary,\n"

@@ -7,7 +7,11 @@
 
 namespace TeamColour
 {
-// printf into a new string.
+// printf into a new string. A text without arguments is taken as it stands.
+inline std::string Format(const char* text)
+{
+    return text;
+}
 template <class... Args> std::string Format(const char* format, Args... args)
 {
     std::string text;

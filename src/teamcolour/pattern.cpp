@@ -270,7 +270,8 @@ bool Pattern::Save(const char* name, const Pattern& pattern)
     char fileName[FilePath::MAXPATH];
     if (!TqpName(fileName, name))
         return false;
-    return ra::WithChunkFile(fileName, ByteStream::Mode_Write, [&](Chunky& chunky, ByteStreamAdapter& adapter)
+    return ra::WithChunkFile(fileName, ByteStream::Mode_Write,
+                             [&](Chunky& chunky, ByteStreamAdapter& adapter)
                              { WritePattern(chunky, adapter, pattern); });
 }
 
@@ -352,6 +353,7 @@ bool PatternFileName(char* out, const char* textureName, const char* schemeName)
 bool PatternExists(const char* textureName, const char* schemeName)
 {
     char name[FilePath::MAXPATH];
-    return PatternFileName(name, textureName, schemeName) && FilePath::Open(name, ByteStream::Mode_Read) != nullptr;
+    return PatternFileName(name, textureName, schemeName) &&
+           FilePath::Open(name, ByteStream::Mode_Read) != nullptr;
 }
 } // namespace TeamColour

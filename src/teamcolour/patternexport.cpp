@@ -35,7 +35,8 @@ std::unique_ptr<Image> LoadCompanion(const SourceParts& parts, const std::string
 {
     char path[FilePath::MAXPATH];
     const std::string name = layerBase + part;
-    if (name.size() >= FilePath::MAXPATH || !FilePathUtil::MakePath(path, parts.alias, parts.folder, name.c_str(), parts.ext))
+    if (name.size() >= FilePath::MAXPATH ||
+        !FilePathUtil::MakePath(path, parts.alias, parts.folder, name.c_str(), parts.ext))
         return nullptr;
     if (FilePath::FileType(path) != 1) // a file, not a folder
         return nullptr;
@@ -50,8 +51,8 @@ std::unique_ptr<Image> LoadCompanion(const SourceParts& parts, const std::string
 void ExtractLayer(Pattern& pattern, int layer, const Image& image, const char* textureFile)
 {
     if (image.GetWidth() != pattern.GetWidth() || image.GetHeight() != pattern.GetHeight())
-        throw std::runtime_error(
-            Format("Merge: Layer '%s' does not match texture '%s' dimensions!", image.GetNameText(), textureFile));
+        throw std::runtime_error(Format("Merge: Layer '%s' does not match texture '%s' dimensions!",
+                                        image.GetNameText(), textureFile));
     const size_t count = pattern.GetMaskSize();
     const uint8* pPixels = image.GetData();
     std::unique_ptr<uint8[]> mask(new uint8[count]);
@@ -84,9 +85,10 @@ Pattern::Rect LocateRect(const Image* pImage, uint32 width, uint32 height)
             rect.height = float(height);
             if (int64(i % imageWidth) > int64(imageWidth) - int64(width) ||
                 int64(i / imageWidth) > int64(imageHeight) - int64(height))
-                throw std::runtime_error(Format("Merge: Invalid Badge or Banner Coordinates for '%s'!  The area "
-                                                "must fit completely inside the image!\n",
-                                                pImage->GetNameText()));
+                throw std::runtime_error(
+                    Format("Merge: Invalid Badge or Banner Coordinates for '%s'!  The area "
+                           "must fit completely inside the image!\n",
+                           pImage->GetNameText()));
             return rect;
         }
     }
@@ -130,7 +132,8 @@ std::unique_ptr<Pattern> BuildPattern(const char* textureFile, const char* schem
         if (rect.width > 0 && rect.height > 0)
             pPattern->SetBanner(rect);
     }
-    if (std::unique_ptr<Image> pDirt = LoadCompanion(parts, layerBase, Pattern::LayerName(Pattern::LAYER_DIRT)))
+    if (std::unique_ptr<Image> pDirt =
+            LoadCompanion(parts, layerBase, Pattern::LayerName(Pattern::LAYER_DIRT)))
     {
         // The dirt mask is the dirt image's own alpha; the image kept carries the texture's alpha.
         ExtractLayer(*pPattern, Pattern::LAYER_DIRT, *pDirt, textureFile);
@@ -145,14 +148,14 @@ std::unique_ptr<Pattern> BuildPattern(const char* textureFile, const char* schem
         return nullptr;
 
     if (pPattern->GetLayer(0) == nullptr)
-        dbTagf(ChannelArt, "Team Pattern Export -- Unable to find '%s' primary team colour layer for '%s'!", schemeName,
-               textureFile);
+        dbTagf(ChannelArt, "Team Pattern Export -- Unable to find '%s' primary team colour layer for '%s'!",
+               schemeName, textureFile);
     if (pPattern->GetLayer(Pattern::LAYER_DIRT) == nullptr)
-        dbTagf(ChannelArt, "Team Pattern Export -- Unable to find '%s' dirt team colour layer for '%s'!", schemeName,
-               textureFile);
+        dbTagf(ChannelArt, "Team Pattern Export -- Unable to find '%s' dirt team colour layer for '%s'!",
+               schemeName, textureFile);
     if (pPattern->GetDirtImage() == nullptr)
-        dbTagf(ChannelArt, "Team Pattern Export -- Unable to find '%s' dirt team colour image for '%s'!", schemeName,
-               textureFile);
+        dbTagf(ChannelArt, "Team Pattern Export -- Unable to find '%s' dirt team colour image for '%s'!",
+               schemeName, textureFile);
     return pPattern;
 }
 
@@ -164,7 +167,8 @@ bool ExportTeamPattern(const char* projectName, const char* textureName)
     const char* sourcePath = Pipeline::ProjectFolder(projectName, DataSource);
     if (!dbAssert(sourcePath))
         return false;
-    const std::string source = NormalizedPath(std::string("TOOL:") + sourcePath + "\\" + textureName + ".tga");
+    const std::string source =
+        NormalizedPath(std::string("TOOL:") + sourcePath + "\\" + textureName + ".tga");
     std::unique_ptr<Pattern> pPattern = BuildPattern(source.c_str(), scheme);
     if (!pPattern)
         return true;
@@ -172,20 +176,23 @@ bool ExportTeamPattern(const char* projectName, const char* textureName)
     const char* genericPath = Pipeline::ProjectFolder(projectName, DataGeneric);
     if (!dbAssert(genericPath))
         return false;
-    const std::string target = NormalizedPath(std::string(genericPath) + "\\" + textureName + "_" + scheme + ".tqp");
+    const std::string target =
+        NormalizedPath(std::string(genericPath) + "\\" + textureName + "_" + scheme + ".tqp");
 
     uint32 changelist = 0;
     if (!GetBurnSteps().open(changelist, target.c_str()))
-        throw std::runtime_error(Format("Merge: Unable to open team colour pattern '%s' in P4!  Please make sure no one "
-                                        "else has it checked-out in P4 (Data Generic / Data Final)!\n",
-                                        target.c_str()));
+        throw std::runtime_error(
+            Format("Merge: Unable to open team colour pattern '%s' in P4!  Please make sure no one "
+                   "else has it checked-out in P4 (Data Generic / Data Final)!\n",
+                   target.c_str()));
     const std::string toolTarget = "TOOL:" + target;
     if (!FilePathHDRaw::MakeFolders(target.c_str()) || !Pattern::Save(toolTarget.c_str(), *pPattern))
         return false;
     if (!GetBurnSteps().burn(target, changelist))
-        throw Format("Merge: Unable to burn team colour pattern '%s' pattern in P4!  Please make sure no one else has "
-                     "it checked-out in P4 (Data Generic / Data Final)!\n",
-                     target.c_str());
+        throw Format(
+            "Merge: Unable to burn team colour pattern '%s' pattern in P4!  Please make sure no one else has "
+            "it checked-out in P4 (Data Generic / Data Final)!\n",
+            target.c_str());
     return true;
 }
 } // namespace TeamColour

@@ -33,7 +33,10 @@ const char* ShaderName(const Shader& shader)
 class UnsharedWhile
 {
 public:
-    explicit UnsharedWhile(Shader& shader) : m_shader(shader), m_shared(shader.IsShared()) { shader.SetShared(false); }
+    explicit UnsharedWhile(Shader& shader) : m_shader(shader), m_shared(shader.IsShared())
+    {
+        shader.SetShared(false);
+    }
     ~UnsharedWhile() { m_shader.SetShared(m_shared); }
     UnsharedWhile(const UnsharedWhile&) = delete;
     UnsharedWhile& operator=(const UnsharedWhile&) = delete;
@@ -100,13 +103,15 @@ bool ExportSharedShader(const char* projectName, Shader* pShader)
     if (!dbAssert(genericPath))
         return false;
     // Shader names come from the inventory with '/' between folders.
-    const std::string target = NormalizedPath(std::string(genericPath) + "\\" + ShaderName(*pShader) + ".vds");
+    const std::string target =
+        NormalizedPath(std::string(genericPath) + "\\" + ShaderName(*pShader) + ".vds");
 
     uint32 changelist = 0;
     if (!GetBurnSteps().open(changelist, target.c_str()))
-        throw std::runtime_error(Format("Merge: Unable to open shared texture '%s' in P4!  Please make sure no one "
-                                        "else has it checked-out in P4 (Data Generic / Data Final)!\n",
-                                        target.c_str()));
+        throw std::runtime_error(
+            Format("Merge: Unable to open shared texture '%s' in P4!  Please make sure no one "
+                   "else has it checked-out in P4 (Data Generic / Data Final)!\n",
+                   target.c_str()));
     if (!FilePathHDRaw::MakeFolders(target.c_str()))
         return false;
     bool saved = false;
@@ -117,9 +122,10 @@ bool ExportSharedShader(const char* projectName, Shader* pShader)
     if (!saved)
         return false;
     if (!GetBurnSteps().burn(target, changelist))
-        throw Format("Merge: Unable to burn shared texture '%s' pattern in P4!  Please make sure no one else has it "
-                     "checked-out in P4 (Data Generic / Data Final)!\n",
-                     target.c_str());
+        throw Format(
+            "Merge: Unable to burn shared texture '%s' pattern in P4!  Please make sure no one else has it "
+            "checked-out in P4 (Data Generic / Data Final)!\n",
+            target.c_str());
     return true;
 }
 } // namespace TeamColour

@@ -19,7 +19,8 @@ TEST(PatternCommand, SampleTextureBuildsAndReadsBack)
     const std::string out = temp / "scout_share_default.tqp";
     const ToolRun build = RunTool({"pattern", "build", s_shared, out});
     ASSERT_EQ(build.status, 0) << build.err;
-    EXPECT_NE(build.out.find("4 layers, dirt image yes, badge yes, banner yes"), std::string::npos) << build.out;
+    EXPECT_NE(build.out.find("4 layers, dirt image yes, badge yes, banner yes"), std::string::npos)
+        << build.out;
 
     const ToolRun info = RunTool({"pattern", "info", out, "--json"});
     ASSERT_EQ(info.status, 0) << info.err;
@@ -45,7 +46,8 @@ TEST(PatternCommand, FailuresExitWithTheirMessages)
     TempFolder temp;
     const std::string texture = temp.Write("art/crate.tga", "");
     std::filesystem::copy_file(s_shared, texture, std::filesystem::copy_options::overwrite_existing);
-    const std::string layer = std::string(TQ7Z_SAMPLES) + "/project/art/source/texture_share_scout_default_badge.tga";
+    const std::string layer =
+        std::string(TQ7Z_SAMPLES) + "/project/art/source/texture_share_scout_default_badge.tga";
     const std::string out = temp / "crate.tqp";
 
     // No layer image: a note, exit 0, no file.
@@ -91,11 +93,13 @@ TEST(PatternCommand, FailuresExitWithTheirMessages)
 std::string MarkerTga(uint16 w, uint16 h, uint32 markerX, uint32 markerY)
 {
     std::string tga = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0};
-    tga += std::string(reinterpret_cast<const char*>(&w), 2) + std::string(reinterpret_cast<const char*>(&h), 2);
+    tga +=
+        std::string(reinterpret_cast<const char*>(&w), 2) + std::string(reinterpret_cast<const char*>(&h), 2);
     tga += {32, 0x28};
     for (uint32 y = 0; y < h; ++y)
         for (uint32 x = 0; x < w; ++x)
-            tga += x == markerX && y == markerY ? std::string("\xff\x00\xff\xff", 4) : std::string("\0\0\0\xff", 4);
+            tga += x == markerX && y == markerY ? std::string("\xff\x00\xff\xff", 4)
+                                                : std::string("\0\0\0\xff", 4);
     return tga;
 }
 
@@ -105,7 +109,8 @@ TEST(PatternCommand, BadgeMarkerMustLeaveRoomForTheBadge)
     const std::string texture = temp / "crate.tga";
     const std::string folder = std::string(TQ7Z_SAMPLES) + "/project/art/source/";
     std::filesystem::copy_file(s_shared, texture);
-    std::filesystem::copy_file(folder + "texture_share_scout_default_primary.tga", temp / "crate_default_primary.tga");
+    std::filesystem::copy_file(folder + "texture_share_scout_default_primary.tga",
+                               temp / "crate_default_primary.tga");
     struct Case
     {
         uint32 column;
@@ -122,9 +127,12 @@ TEST(PatternCommand, BadgeMarkerMustLeaveRoomForTheBadge)
         }
         else
         {
-            EXPECT_NE(run.err.find("Merge: Invalid Badge or Banner Coordinates for '"), std::string::npos) << run.err;
-            EXPECT_NE(run.err.find("crate_default_badge.tga'!  The area must fit completely inside the image!\n"),
-                      std::string::npos) << run.err;
+            EXPECT_NE(run.err.find("Merge: Invalid Badge or Banner Coordinates for '"), std::string::npos)
+                << run.err;
+            EXPECT_NE(
+                run.err.find("crate_default_badge.tga'!  The area must fit completely inside the image!\n"),
+                std::string::npos)
+                << run.err;
         }
     }
 }

@@ -36,9 +36,10 @@ public:
         if (!projectCopy.empty())
             std::filesystem::copy(projectCopy, m_temp.Path(), std::filesystem::copy_options::recursive);
         else
-            m_temp.Write("pipeline.ini", "[p4]\r\nRevControlPort=\r\n[project:art]\r\nDataSource=src\r\n"
-                                         "DataSourceShared=\r\nDataBurn=\r\nDataIntermediate=\r\nDataGeneric=gen\r\n"
-                                         "DataFinal=final\r\nDataPreview=\r\nLocaleFolder=\r\nAttrLoc=\r\nParent=\r\n");
+            m_temp.Write("pipeline.ini",
+                         "[p4]\r\nRevControlPort=\r\n[project:art]\r\nDataSource=src\r\n"
+                         "DataSourceShared=\r\nDataBurn=\r\nDataIntermediate=\r\nDataGeneric=gen\r\n"
+                         "DataFinal=final\r\nDataPreview=\r\nLocaleFolder=\r\nAttrLoc=\r\nParent=\r\n");
         std::filesystem::create_directories(m_temp / "src");
         std::filesystem::create_directories(m_temp / "gen");
         FilePath::AddAlias("TOOL", "HD", 99, std::make_shared<FilePathHDRaw>());
@@ -80,7 +81,8 @@ public:
     bool Exists(const std::string& name) const { return std::filesystem::exists(m_temp / name); }
 
     // A TGA file of w by h pixels, each from `pixel(x, y)`.
-    void WriteImage(const std::string& name, uint32 w, uint32 h, const std::function<Pixel(uint32, uint32)>& pixel)
+    void WriteImage(const std::string& name, uint32 w, uint32 h,
+                    const std::function<Pixel(uint32, uint32)>& pixel)
     {
         Image_RGBA32 image;
         image.Allocate(w, h);

@@ -8,9 +8,9 @@
 
 #include <gtest/gtest.h>
 
+using TeamColour::Pattern;
 using teamcolour_test::ExportTree;
 using teamcolour_test::Pixel;
-using TeamColour::Pattern;
 
 namespace
 {
@@ -34,10 +34,16 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(m_tree.IsReady());
-        m_tree.WriteImage("src/crate.tga", 256, 256, [](uint32 x, uint32 y) { return Pixel{1, 2, 3, uint8(x ^ y)}; });
+        m_tree.WriteImage("src/crate.tga", 256, 256,
+                          [](uint32 x, uint32 y) {
+                              return Pixel{1, 2, 3, uint8(x ^ y)};
+                          });
     }
     std::unique_ptr<Pattern> Build() { return TeamColour::BuildPattern(m_texture.c_str(), "default"); }
-    std::string Companion(const char* part) const { return std::string("src/crate_default_") + part + ".tga"; }
+    std::string Companion(const char* part) const
+    {
+        return std::string("src/crate_default_") + part + ".tga";
+    }
     // A marker image w by h with marker pixels at the given places.
     void WriteMarkers(const char* part, uint32 w, uint32 h, std::vector<std::pair<uint32, uint32>> cAt,
                       Pixel marker = {255, 0, 255, 255})
@@ -76,7 +82,8 @@ TEST_F(BuildPatternTest, NoLayerImageMakesNoPattern)
         EXPECT_EQ(Build(), nullptr);
         EXPECT_EQ(log.Count("Team Pattern Export"), 0) << "nothing reported for a texture without a pattern";
     }
-    EXPECT_EQ(TeamColour::BuildPattern(m_tree.Tool("src/none.tga").c_str(), "default"), nullptr) << "no texture";
+    EXPECT_EQ(TeamColour::BuildPattern(m_tree.Tool("src/none.tga").c_str(), "default"), nullptr)
+        << "no texture";
 }
 
 TEST_F(BuildPatternTest, MarkersPlaceTheBadgeAndBannerOrEndTheMerge)
@@ -94,7 +101,14 @@ TEST_F(BuildPatternTest, MarkersPlaceTheBadgeAndBannerOrEndTheMerge)
         bool fits;
         Pattern::Rect rect; // all zero: none set
     } cases[] = {
-        {"column 192 of 256 for a 64-wide badge", "badge", 256, 128, {{192, 10}}, {255, 0, 255, 255}, true, {192, 10, 64, 64}},
+        {"column 192 of 256 for a 64-wide badge",
+         "badge",
+         256,
+         128,
+         {{192, 10}},
+         {255, 0, 255, 255},
+         true,
+         {192, 10, 64, 64}},
         {"column 193", "badge", 256, 128, {{193, 10}}, {255, 0, 255, 255}, false, {}},
         {"row 64 of 128", "badge", 256, 128, {{0, 64}}, {255, 0, 255, 255}, true, {0, 64, 64, 64}},
         {"row 65 of 128", "badge", 256, 128, {{0, 65}}, {255, 0, 255, 255}, false, {}},
@@ -102,8 +116,22 @@ TEST_F(BuildPatternTest, MarkersPlaceTheBadgeAndBannerOrEndTheMerge)
         {"alpha 0 counts", "badge", 256, 128, {{5, 6}}, {255, 0, 255, 0}, true, {5, 6, 64, 64}},
         {"red 254 is no marker", "badge", 256, 128, {{5, 6}}, {255, 0, 254, 255}, true, {}},
         {"blue 254 is no marker", "badge", 256, 128, {{5, 6}}, {254, 0, 255, 255}, true, {}},
-        {"the first marker by rows wins", "badge", 256, 128, {{200, 9}, {7, 8}, {1, 20}}, {255, 0, 255, 255}, true, {7, 8, 64, 64}},
-        {"a banner is 64 by 96: row 32 of 128", "banner", 128, 128, {{64, 32}}, {255, 0, 255, 255}, true, {64, 32, 64, 96}},
+        {"the first marker by rows wins",
+         "badge",
+         256,
+         128,
+         {{200, 9}, {7, 8}, {1, 20}},
+         {255, 0, 255, 255},
+         true,
+         {7, 8, 64, 64}},
+        {"a banner is 64 by 96: row 32 of 128",
+         "banner",
+         128,
+         128,
+         {{64, 32}},
+         {255, 0, 255, 255},
+         true,
+         {64, 32, 64, 96}},
         {"row 33 of 128 for a banner", "banner", 128, 128, {{64, 33}}, {255, 0, 255, 255}, false, {}},
         {"an image smaller than a banner", "banner", 32, 32, {{0, 0}}, {255, 0, 255, 255}, false, {}},
     };
@@ -143,7 +171,8 @@ TEST_F(BuildPatternTest, LayerOfAnotherSizeEndsTheMerge)
     {
         SCOPED_TRACE(part);
         m_tree.WriteMask(Companion(part), 128, 255);
-        EXPECT_EQ(ErrorOf([&] { Build(); }), "Merge: Layer '" + ExportTree::Backslashed(m_tree.Tool(Companion(part))) +
+        EXPECT_EQ(ErrorOf([&] { Build(); }), "Merge: Layer '" +
+                                                 ExportTree::Backslashed(m_tree.Tool(Companion(part))) +
                                                  "' does not match texture '" + m_texture + "' dimensions!");
         std::filesystem::remove(m_tree.Path(Companion(part)));
     }
@@ -151,8 +180,14 @@ TEST_F(BuildPatternTest, LayerOfAnotherSizeEndsTheMerge)
 
 TEST_F(BuildPatternTest, LayersAreTheImagesAlphaAndTheDirtImageTakesTheTexturesAlpha)
 {
-    m_tree.WriteImage(Companion("trim"), 256, 256, [](uint32 x, uint32 y) { return Pixel{0, 0, 0, uint8(x + y)}; });
-    m_tree.WriteImage(Companion("dirt"), 256, 256, [](uint32 x, uint32 y) { return Pixel{9, 8, 7, uint8(x * 3)}; });
+    m_tree.WriteImage(Companion("trim"), 256, 256,
+                      [](uint32 x, uint32 y) {
+                          return Pixel{0, 0, 0, uint8(x + y)};
+                      });
+    m_tree.WriteImage(Companion("dirt"), 256, 256,
+                      [](uint32 x, uint32 y) {
+                          return Pixel{9, 8, 7, uint8(x * 3)};
+                      });
     std::unique_ptr<Pattern> pPattern = Build();
     ASSERT_NE(pPattern, nullptr);
     EXPECT_STREQ(pPattern->GetScheme(), "default");
@@ -200,8 +235,8 @@ TEST_F(BuildPatternTest, MissingPrimaryAndDirtAreReportedOnTheArtChannel)
         ASSERT_EQ(lines.size(), c.reported.size()) << c.parts[0];
         for (size_t i = 0; i < lines.size(); ++i)
         {
-            EXPECT_EQ(lines[i], std::string("Team Pattern Export -- Unable to find 'default' ") + c.reported[i] +
-                                    " for '" + m_texture + "'!");
+            EXPECT_EQ(lines[i], std::string("Team Pattern Export -- Unable to find 'default' ") +
+                                    c.reported[i] + " for '" + m_texture + "'!");
             EXPECT_EQ(log.FindLine(lines[i])->channel, 0x415254u);
         }
     }
@@ -213,7 +248,10 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(m_tree.IsReady());
-        m_tree.WriteImage("src/texture_share/crate.tga", 32, 32, [](uint32 x, uint32) { return Pixel{1, 2, 3, uint8(x)}; });
+        m_tree.WriteImage("src/texture_share/crate.tga", 32, 32,
+                          [](uint32 x, uint32) {
+                              return Pixel{1, 2, 3, uint8(x)};
+                          });
     }
     ExportTree m_tree;
     const char* const m_target = "gen/texture_share/crate_default.tqp";
@@ -231,7 +269,7 @@ TEST_F(ExportTeamPatternTest, PatternIsOpenedWrittenAndBurned)
     m_tree.WriteMask("src/texture_share/crate_default_weapons.tga", 32, 9);
     EXPECT_TRUE(TeamColour::ExportTeamPattern("art", "texture_share\\crate"));
     EXPECT_EQ(m_tree.m_cCalls, (std::vector<std::string>{std::string("open ") + m_target,
-                                                          std::string("burn ") + m_target + " 42"}));
+                                                         std::string("burn ") + m_target + " 42"}));
     std::unique_ptr<Pattern> pRead = Pattern::Load(m_tree.Tool(m_target).c_str());
     ASSERT_NE(pRead, nullptr);
     ASSERT_NE(pRead->GetLayer(3), nullptr);
@@ -244,9 +282,10 @@ TEST_F(ExportTeamPatternTest, OpenAndBurnFailuresThrowTheirTexts)
     const std::string target = ExportTree::Backslashed(m_tree.Path(m_target));
 
     m_tree.m_openResult = false;
-    EXPECT_EQ(ErrorOf([] { TeamColour::ExportTeamPattern("art", "texture_share\\crate"); }),
-              "Merge: Unable to open team colour pattern '" + target +
-                  "' in P4!  Please make sure no one else has it checked-out in P4 (Data Generic / Data Final)!\n");
+    EXPECT_EQ(
+        ErrorOf([] { TeamColour::ExportTeamPattern("art", "texture_share\\crate"); }),
+        "Merge: Unable to open team colour pattern '" + target +
+            "' in P4!  Please make sure no one else has it checked-out in P4 (Data Generic / Data Final)!\n");
     EXPECT_FALSE(m_tree.Exists(m_target)) << "nothing written when the open fails";
     EXPECT_EQ(m_tree.m_cCalls.size(), 1u);
 
@@ -265,8 +304,9 @@ TEST_F(ExportTeamPatternTest, OpenAndBurnFailuresThrowTheirTexts)
     {
         bare = text;
     }
-    EXPECT_EQ(bare, "Merge: Unable to burn team colour pattern '" + target +
-                        "' pattern in P4!  Please make sure no one else has it checked-out in P4 (Data Generic / "
-                        "Data Final)!\n");
+    EXPECT_EQ(bare,
+              "Merge: Unable to burn team colour pattern '" + target +
+                  "' pattern in P4!  Please make sure no one else has it checked-out in P4 (Data Generic / "
+                  "Data Final)!\n");
 }
 } // namespace

@@ -24,10 +24,10 @@ TEST(IsSharedTexture, LooksForTextureShareInAnyCase)
         const char* name;
         bool shared;
     } cases[] = {
-        {"art\\texture_share\\crate", true},  {"ART\\Texture_Share\\crate", true},
+        {"art\\texture_share\\crate", true},   {"ART\\Texture_Share\\crate", true},
         {"art/TEXTURE_SHARE_old/x.tga", true}, {"mytexture_shares", true},
-        {"art\\texture-share\\crate", false}, {"art\\texture_shar\\e", false},
-        {"art\\texture\\share", false},       {"", false},
+        {"art\\texture-share\\crate", false},  {"art\\texture_shar\\e", false},
+        {"art\\texture\\share", false},        {"", false},
     };
     for (const Case& c : cases)
         EXPECT_EQ(TeamColour::IsSharedTexture(c.name), c.shared) << c.name;
@@ -45,7 +45,8 @@ protected:
         // Two meshes use the crate.
         auto pGroup = std::make_unique<ra::MeshGroup>();
         pGroup->SetMeshCount(3);
-        const std::vector<std::vector<Inv::Reference<Shader>>> cUse = {{m_crate, m_body}, {m_crate}, {m_barrel}};
+        const std::vector<std::vector<Inv::Reference<Shader>>> cUse = {
+            {m_crate, m_body}, {m_crate}, {m_barrel}};
         for (int32 i = 0; i < 3; ++i)
         {
             const std::string name = "mesh" + std::to_string(i);
@@ -98,7 +99,8 @@ TEST_F(SharedShaderTest, EachSharedShaderGoesOutOnceAfterItsPattern)
     EXPECT_FALSE(m_body->IsShared());
 
     // The file holds the shader whole, not a reference to itself.
-    std::unique_ptr<Shader> pRead = ShaderLoadGeneric::LoadSharedFile(m_tree.Tool("gen/texture_share/crate.vds").c_str());
+    std::unique_ptr<Shader> pRead =
+        ShaderLoadGeneric::LoadSharedFile(m_tree.Tool("gen/texture_share/crate.vds").c_str());
     ASSERT_NE(pRead, nullptr);
     EXPECT_EQ(pRead->GetColour(Shader::CN_Diffuse), 0xFF102030u);
     EXPECT_FALSE(pRead->IsShared());
@@ -125,9 +127,10 @@ TEST_F(SharedShaderTest, FailuresKeepTheSharedFlag)
     }
     catch (const std::runtime_error& e)
     {
-        EXPECT_EQ(std::string(e.what()), "Merge: Unable to open shared texture '" + target +
-                                             "' in P4!  Please make sure no one else has it checked-out in P4 (Data "
-                                             "Generic / Data Final)!\n");
+        EXPECT_EQ(std::string(e.what()),
+                  "Merge: Unable to open shared texture '" + target +
+                      "' in P4!  Please make sure no one else has it checked-out in P4 (Data "
+                      "Generic / Data Final)!\n");
     }
     EXPECT_FALSE(m_tree.Exists("gen/texture_share/crate.vds"));
 
@@ -140,9 +143,11 @@ TEST_F(SharedShaderTest, FailuresKeepTheSharedFlag)
     }
     catch (const std::string& text)
     {
-        EXPECT_EQ(text, "Merge: Unable to burn shared texture '" + target +
-                            "' pattern in P4!  Please make sure no one else has it checked-out in P4 (Data Generic / "
-                            "Data Final)!\n");
+        EXPECT_EQ(
+            text,
+            "Merge: Unable to burn shared texture '" + target +
+                "' pattern in P4!  Please make sure no one else has it checked-out in P4 (Data Generic / "
+                "Data Final)!\n");
     }
     EXPECT_TRUE(m_crate->IsShared());
     EXPECT_TRUE(m_tree.Exists("gen/texture_share/crate.vds")) << "written before the burn";
@@ -163,11 +168,12 @@ TEST(SampleSharedTexture, ScoutsSharedShaderExportsItsPatternAndShader)
     TeamColour::MarkSharedTextures(model);
     ASSERT_TRUE(shader->IsShared());
 
-    ASSERT_TRUE(TeamColour::ExportSharedShaders(tree.Tool("art/generic/units/scout/scout.sgm").c_str(), model));
+    ASSERT_TRUE(
+        TeamColour::ExportSharedShaders(tree.Tool("art/generic/units/scout/scout.sgm").c_str(), model));
     EXPECT_EQ(tree.m_cCalls, (std::vector<std::string>{"open art/generic/texture_share_scout_default.tqp",
-                                                        "burn art/generic/texture_share_scout_default.tqp 42",
-                                                        "open art/generic/texture_share_scout.vds",
-                                                        "burn art/generic/texture_share_scout.vds 42"}));
+                                                       "burn art/generic/texture_share_scout_default.tqp 42",
+                                                       "open art/generic/texture_share_scout.vds",
+                                                       "burn art/generic/texture_share_scout.vds 42"}));
     std::unique_ptr<TeamColour::Pattern> pPattern =
         TeamColour::Pattern::Load(tree.Tool("art/generic/texture_share_scout_default.tqp").c_str());
     ASSERT_NE(pPattern, nullptr);
