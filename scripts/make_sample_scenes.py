@@ -202,7 +202,10 @@ def scene(anim, frames, texture_folder):
         "textures": [
             {"name": "ScoutBodyMap", "class": "bitmap", "file": texture_folder + "scout_body.tga",
              "uvGen": {"uMode": "wrap", "vMode": "wrap"}},
-            {"name": "ScoutHeadMap", "class": "bitmap", "file": texture_folder + "scout_head.tga"},
+            # The head wears the project's shared texture, whose team colour pattern and shared
+            # shader the merge exports.
+            {"name": "ScoutHeadMap", "class": "bitmap",
+             "file": texture_folder.replace("textures/", "") + "../../texture_share_scout.tga"},
         ],
         "materials": [
             {"name": "ScoutMulti", "class": "multi", "subMaterials": ["ScoutBody", "ScoutHead"]},

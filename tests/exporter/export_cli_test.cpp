@@ -61,7 +61,7 @@ TEST(ExportCommand, ReferenceSceneWritesMeshesSkeletonAndShadersWithItsLog)
     EXPECT_EQ(info["meshes"][0].value("bone", 0), 2);
     EXPECT_EQ(info["meshes"][1].value("bone", 0), -1);
     EXPECT_EQ(info["meshes"][1]["skin"].size(), 4u);
-    EXPECT_EQ(Names(info["shaders"]), (std::vector<std::string>{"scouthead", "scoutbody"}));
+    EXPECT_EQ(Names(info["shaders"]), (std::vector<std::string>{"texture_share_scout", "scoutbody"}));
     EXPECT_EQ(Names(info["markers"]), std::vector<std::string>{"muzzle"});
     EXPECT_EQ(info["markers"][0].value("parent", ""), "spine");
     EXPECT_EQ(Names(info["cameras"]), (std::vector<std::string>{"portraitcam", "viewcam"}));
