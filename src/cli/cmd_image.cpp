@@ -2,6 +2,7 @@
 // file holds, and conversion between image files and the chunk form, DXT encoding and decoding
 // included.
 #include "cli/command.h"
+#include "cli/toolalias.h"
 
 #include "image/imageload.h"
 #include "storage/bytestream.h"
@@ -15,6 +16,8 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+
+using cli::ToolAlias;
 
 namespace
 {
@@ -67,29 +70,6 @@ const char* SourceFormatName(int sourceFormat)
         return "other";
     }
 }
-
-// The plain disk under the alias "TOOL" for the length of one command: files on the command line
-// are made absolute and named "TOOL:/full/path".
-class ToolAlias
-{
-public:
-    ToolAlias() { m_added = FilePath::AddAlias("TOOL", "HD", 99, std::make_shared<FilePathHDRaw>()); }
-    ~ToolAlias()
-    {
-        if (m_added)
-            FilePath::RemoveAlias("TOOL", "HD");
-    }
-    ToolAlias(const ToolAlias&) = delete;
-    ToolAlias& operator=(const ToolAlias&) = delete;
-
-    static std::string Name(const std::string& file)
-    {
-        return "TOOL:" + std::filesystem::absolute(file).lexically_normal().string();
-    }
-
-private:
-    bool m_added = false;
-};
 
 bool IsChunkFile(const std::string& file)
 {

@@ -3,6 +3,7 @@
 // a shared shader file .vds), writing a model again in the generic, intermediate or final form, and
 // comparing two models by content.
 #include "cli/command.h"
+#include "cli/toolalias.h"
 
 #include "inventory/warehouse.h"
 #include "model/anim/animlist.h"
@@ -300,7 +301,6 @@ class ModelSession
 public:
     explicit ModelSession(const std::string& genericFolder)
     {
-        m_tool = FilePath::AddAlias("TOOL", "HD", 99, std::make_shared<FilePathHDRaw>());
         if (!genericFolder.empty())
         {
             const std::string root = std::filesystem::absolute(genericFolder).lexically_normal().string();
@@ -321,22 +321,17 @@ public:
             fr::Interface::DestroyDevice();
         if (m_generic)
             FilePath::RemoveAlias("GENERIC", "Command Line");
-        if (m_tool)
-            FilePath::RemoveAlias("TOOL", "HD");
     }
     ModelSession(const ModelSession&) = delete;
     ModelSession& operator=(const ModelSession&) = delete;
 
-    bool IsReady() const { return m_tool && m_device && m_inventory; }
+    bool IsReady() const { return m_tool.IsAdded() && m_device && m_inventory; }
 
-    // A command-line file as a name of the path table.
-    static std::string Name(const std::string& file)
-    {
-        return "TOOL:" + std::filesystem::absolute(file).lexically_normal().string();
-    }
+    static std::string Name(const std::string& file) { return cli::ToolAlias::Name(file); }
 
 private:
-    bool m_tool = false;
+    // First, so that it goes last.
+    cli::ToolAlias m_tool;
     bool m_generic = false;
     bool m_device = false;
     bool m_inventory = false;

@@ -1,6 +1,7 @@
 // tq7z pattern info FILE.tqp [--json] and tq7z pattern build TEXTURE [--scheme NAME] OUT.tqp: what a
 // team colour pattern holds, and a pattern made from the companion images of a texture.
 #include "cli/command.h"
+#include "cli/toolalias.h"
 #include "storage/bytestream.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
@@ -21,27 +22,7 @@ namespace
 using Json = nlohmann::ordered_json;
 using TeamColour::Pattern;
 
-// Files of the command line as "TOOL:/full/path", with the plain disk under "TOOL" meanwhile.
-class PatternSession
-{
-public:
-    PatternSession() { m_tool = FilePath::AddAlias("TOOL", "HD", 99, std::make_shared<FilePathHDRaw>()); }
-    ~PatternSession()
-    {
-        if (m_tool)
-            FilePath::RemoveAlias("TOOL", "HD");
-    }
-    PatternSession(const PatternSession&) = delete;
-    PatternSession& operator=(const PatternSession&) = delete;
-
-    static std::string Name(const std::string& file)
-    {
-        return "TOOL:" + std::filesystem::absolute(file).lexically_normal().string();
-    }
-
-private:
-    bool m_tool = false;
-};
+using PatternSession = cli::ToolAlias;
 
 Json RectJson(bool present, const Pattern::Rect& rect)
 {

@@ -2,6 +2,7 @@
 // from its start, advances it to the given time, poses the model, and prints each bone's
 // model-space matrix, each shader's values and each mesh's visibility.
 #include "cli/command.h"
+#include "cli/toolalias.h"
 
 #include "inventory/warehouse.h"
 #include "model/anim/animlist.h"
@@ -43,7 +44,6 @@ class PoseSession
 public:
     PoseSession()
     {
-        m_tool = FilePath::AddAlias("TOOL", "HD", 99, std::make_shared<FilePathHDRaw>());
         m_device = fr::Interface::CreateDevice({}) != nullptr;
         m_inventory = Inv::Warehouse::Create();
         RenderModelLoadGeneric::Register();
@@ -55,16 +55,15 @@ public:
             Inv::Warehouse::Destroy();
         if (m_device)
             fr::Interface::DestroyDevice();
-        if (m_tool)
-            FilePath::RemoveAlias("TOOL", "HD");
     }
     PoseSession(const PoseSession&) = delete;
     PoseSession& operator=(const PoseSession&) = delete;
 
-    bool IsReady() const { return m_tool && m_device && m_inventory; }
+    bool IsReady() const { return m_tool.IsAdded() && m_device && m_inventory; }
 
 private:
-    bool m_tool = false;
+    // First, so that it goes last.
+    cli::ToolAlias m_tool;
     bool m_device = false;
     bool m_inventory = false;
 };
@@ -76,7 +75,7 @@ std::unique_ptr<RenderModel> LoadModel(const std::string& file)
         std::fprintf(stderr, "tq7z model pose: %s: no such file\n", file.c_str());
         return nullptr;
     }
-    const std::string name = "TOOL:" + std::filesystem::absolute(file).lexically_normal().string();
+    const std::string name = cli::ToolAlias::Name(file);
     try
     {
         std::unique_ptr<RenderModel> pModel = RenderModelLoadGeneric::Load(name.c_str(), true);

@@ -4,6 +4,7 @@
 #include "foundation/output.h"
 #include "inventory/warehouse.h"
 #include "model/file/modelchunk.h"
+#include "model/file/modelparts.h"
 #include "model/shader/shaderimp.h"
 #include "storage/bytestream.h"
 #include "storage/bytestreamadapter.h"
@@ -73,19 +74,6 @@ void ReadChannel(Payload& payload, const ChunkInfo& info, Shader& shader, const 
         SetChannelTextureByName(shader, n, texture, modelName, warnChannel);
 }
 
-// The textures of a shared shader file go into the inventory unless a texture of that name is
-// there already.
-void AddTexture(std::unique_ptr<Texture> pTexture)
-{
-    Inv::Warehouse* pWarehouse = Inv::Warehouse::Get();
-    if (!pTexture || !pWarehouse)
-        return;
-    Inv::Resource* pFound = nullptr;
-    if (pWarehouse->Find(&pFound, pTexture->GetName(), Texture::GetTypeInfo()))
-        return;
-    if (pWarehouse->Add(pTexture.get()).IsValid())
-        pTexture.release();
-}
 } // namespace
 
 namespace ShaderChunk
@@ -223,7 +211,9 @@ std::unique_ptr<Shader> LoadSharedFile(const char* path, const TextureReader& lo
                     dbWarningf("SHADER -- '%s': a texture of the file did not load!", path);
                     return nullptr;
                 }
-                AddTexture(std::move(pTexture));
+                // The textures go into the inventory unless one of that name is there already.
+                if (pTexture)
+                    ModelParts::AddTexture(std::move(pTexture));
             }
             else if (info.kind == Chunky::CT_Folder && info.id == ID_SHDR)
                 pShader = Load(chunky, adapter, adapter.GetName(), warnChannel);
