@@ -13,7 +13,6 @@
 #include "teamcolour/exporttext.h"
 #include "teamcolour/patternexport.h"
 
-#include <set>
 #include <stdexcept>
 #include <string>
 
@@ -80,11 +79,11 @@ bool ExportSharedShaders(const char* mergeFile, const RenderModel& model)
     const ra::MeshGroup* pMeshGroup = model.GetMeshGroup();
     if (pMeshGroup == nullptr)
         return true;
-    std::set<const Shader*> cDone;
+    // The group holds each shader once, however many meshes use it.
     for (int32 i = 0; i < pMeshGroup->GetShaderCount(); ++i)
     {
         Shader* pShader = pMeshGroup->GetShader(i).Get();
-        if (pShader == nullptr || !cDone.insert(pShader).second || !pShader->IsShared())
+        if (pShader == nullptr || !pShader->IsShared())
             continue;
         // The pattern first: when it fails, no shader file is left behind.
         if (!ExportTeamPattern(projectName, ShaderName(*pShader)))
