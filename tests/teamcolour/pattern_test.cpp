@@ -259,7 +259,10 @@ TEST(PatternFileName, IsTheTexturesFolderBaseNameSchemeAndTqp)
     }
     char out[FilePath::MAXPATH];
     EXPECT_FALSE(TeamColour::PatternFileName(out, std::string(300, 'a').c_str(), "default"));
+    EXPECT_FALSE(TeamColour::PatternFileName(out, ("DATA:" + std::string(300, 'a')).c_str(), "default"));
     EXPECT_STREQ(TeamColour::DefaultScheme(), "default");
+    EXPECT_EQ(Pattern::LayerName(-1), nullptr);
+    EXPECT_EQ(Pattern::LayerName(Pattern::LAYER_PATTERN_COUNT), nullptr);
 }
 
 TEST_F(PatternFileTest, PatternExistsLooksForTheSchemesFile)
@@ -270,20 +273,4 @@ TEST_F(PatternFileTest, PatternExistsLooksForTheSchemesFile)
     EXPECT_FALSE(TeamColour::PatternExists(texture.c_str(), "red"));
 }
 
-TEST(PatternObject, AssertsGuardLayersAndScheme)
-{
-    Pattern pattern(1, 1);
-    {
-        dbg::ScopedThrowOnAssert fire;
-        EXPECT_THROW(pattern.SetLayer(6, MakeMask(1, 0)), std::exception);
-        EXPECT_THROW(pattern.GetLayer(-1), std::exception);
-        EXPECT_THROW(pattern.SetScheme(std::string(32, 's').c_str()), std::exception);
-    }
-    dbg::ScopedThrowOnAssert quiet(false);
-    LogCapture log;
-    pattern.SetScheme(std::string(40, 's').c_str());
-    EXPECT_STREQ(pattern.GetScheme(), "default") << "a long name leaves the scheme";
-    pattern.SetScheme(std::string(31, 's').c_str());
-    EXPECT_EQ(std::strlen(pattern.GetScheme()), 31u);
-}
 } // namespace

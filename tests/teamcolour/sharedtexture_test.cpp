@@ -2,6 +2,7 @@
 // shared shader once, its pattern first, with its flag as it was.
 #include "teamcolour/sharedtexture.h"
 
+#include "foundation/debug.h"
 #include "model/file/generic/shaderloadgeneric.h"
 #include "model/mesh/mesh_test_util.h"
 #include "model/mesh/meshgroup.h"
@@ -31,6 +32,9 @@ TEST(IsSharedTexture, LooksForTextureShareInAnyCase)
     };
     for (const Case& c : cases)
         EXPECT_EQ(TeamColour::IsSharedTexture(c.name), c.shared) << c.name;
+    dbg::ScopedThrowOnAssert quiet(false);
+    LogCapture log;
+    EXPECT_FALSE(TeamColour::IsSharedTexture(nullptr));
 }
 
 class SharedShaderTest : public ::testing::Test
