@@ -115,7 +115,6 @@ TEST_F(CmdP4Test, ServerThatDoesNotAnswerFallsBackToLocalMode)
     fs::permissions(m_file, fs::perms(0444));
     run = RunTool({"p4", "openoradd", m_file}, Env());
     EXPECT_EQ(1, run.status);
-    EXPECT_NE(std::string::npos, run.err.find("could not be run")) << run.err;
     EXPECT_NE(std::string::npos, run.err.find("PerforceMS: Could not open or add requested file!"))
         << run.err;
     run = RunTool({"p4", "status", m_file}, Env());

@@ -51,51 +51,37 @@ std::string WriteFakeClient(const TempFolder& folder, const std::string& body)
 
 TEST(P4TaggedOutput, EachTagBecomesItsCall)
 {
-    RecordingUser user;
-    int exitCode = DeliverTaggedOutput("info: //depot/a.sgm#1 - opened for edit\n"
-                                       "info1: depotFile //depot/a.sgm\n"
-                                       "warning: a.sgm - also opened by bob@bob-ws\n"
-                                       "error: b.sgm - file(s) not on client.\n"
-                                       "text: line of a file\n"
-                                       "exit: 1\n",
-                                       user);
-    EXPECT_EQ(1, exitCode);
-    EXPECT_EQ((Calls{"info0://depot/a.sgm#1 - opened for edit", "info1:depotFile //depot/a.sgm",
-                     "error:a.sgm - also opened by bob@bob-ws", "error:b.sgm - file(s) not on client.",
-                     "text:line of a file"}),
-              user.m_cCalls);
-}
-
-TEST(P4TaggedOutput, UntaggedLinesContinueTheMessageBeforeThem)
-{
-    RecordingUser user;
-    int exitCode = DeliverTaggedOutput("info: Change 77 on 2024/02/27 by artist@ws *pending*\r\n"
-                                       "\r\n"
-                                       "\tSGM Export Changes\r\n"
-                                       "\r\n"
-                                       "info: Change 78 on 2024/02/28 by artist@ws *pending*\n"
-                                       "exit: 0\n",
-                                       user);
-    EXPECT_EQ(0, exitCode);
-    EXPECT_EQ((Calls{"info0:Change 77 on 2024/02/27 by artist@ws *pending*\n\n\tSGM Export Changes",
-                     "info0:Change 78 on 2024/02/28 by artist@ws *pending*"}),
-              user.m_cCalls);
-}
-
-TEST(P4TaggedOutput, TextOutsideTheProtocolIsAnError)
-{
-    RecordingUser user;
-    EXPECT_EQ(-1, DeliverTaggedOutput("p4: command not understood\nsecond line", user));
-    EXPECT_EQ((Calls{"error:p4: command not understood\nsecond line"}), user.m_cCalls);
-
-    // Tags that only look like ours are not ours.
-    RecordingUser other;
-    DeliverTaggedOutput("info12: x\ninfox: y\n", other);
-    EXPECT_EQ((Calls{"error:info12: x\ninfox: y"}), other.m_cCalls);
-
-    RecordingUser empty;
-    EXPECT_EQ(-1, DeliverTaggedOutput("", empty));
-    EXPECT_TRUE(empty.m_cCalls.empty());
+    struct Case
+    {
+        const char* output;
+        int exitCode;
+        Calls calls;
+    };
+    const Case cases[] = {
+        {"info: //depot/a.sgm#1 - opened for edit\ninfo1: depotFile //depot/a.sgm\n"
+         "warning: a.sgm - also opened by bob@bob-ws\nerror: b.sgm - file(s) not on client.\n"
+         "text: line of a file\nexit: 1\n",
+         1,
+         {"info0://depot/a.sgm#1 - opened for edit", "info1:depotFile //depot/a.sgm",
+          "error:a.sgm - also opened by bob@bob-ws", "error:b.sgm - file(s) not on client.",
+          "text:line of a file"}},
+        // Untagged lines continue the message before them.
+        {"info: Change 77 by artist@ws *pending*\r\n\r\n\tSGM Export Changes\r\n\r\n"
+         "info: Change 78 by artist@ws *pending*\nexit: 0\n",
+         0,
+         {"info0:Change 77 by artist@ws *pending*\n\n\tSGM Export Changes",
+          "info0:Change 78 by artist@ws *pending*"}},
+        // Text outside the protocol is an error; tags that only look like ours are not ours.
+        {"p4: command not understood\nsecond line", -1, {"error:p4: command not understood\nsecond line"}},
+        {"info12: x\ninfox: y\n", -1, {"error:info12: x\ninfox: y"}},
+        {"", -1, {}},
+    };
+    for (const Case& c : cases)
+    {
+        RecordingUser user;
+        EXPECT_EQ(c.exitCode, DeliverTaggedOutput(c.output, user)) << c.output;
+        EXPECT_EQ(c.calls, user.m_cCalls);
+    }
 }
 
 TEST(P4ClientUser, DefaultRoutingOfMessagesAndTaggedVariables)

@@ -1,4 +1,5 @@
 // Local mode: the answers come from the disk alone, and the factory's choice of back end.
+#include "revcontrolcall.h"
 #include "support/tempfolder.h"
 
 #include "foundation/debug.h"
@@ -7,104 +8,83 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 
-namespace
-{
 namespace fs = std::filesystem;
 
-class RevControlLocalTest : public ::testing::Test
+TEST(RevControlLocal, AnswersFromTheDiskAlone)
 {
-protected:
-    void SetUp() override
+    TempFolder folder;
+    folder.Write("art/W.sgm", "w");
+    folder.Write("art/R.sgm", "r", fs::perms(0444));
+    folder.Write("art/L.sgm", "l");
+    // W writable, R read-only, M missing, D a folder.
+    struct Case
     {
-        m_writable = m_folder.Write("art/writable.sgm", "w");
-        m_readOnly = m_folder.Write("art/readonly.sgm", "r", fs::perms(0444));
-        m_missing = m_folder / "art/missing.sgm";
-        m_subFolder = m_folder / "art";
+        const char* call;
+        int result;
+        int number = -1;
+    };
+    const Case cases[] = {
+        {"OpenForEdit W 0", 1},
+        {"OpenForEdit M 0", 1},
+        {"OpenForEdit R 0", 0},
+        {"OpenForEdit D 0", 0},
+        {"OpenForEditList W,R,L 0", 0},
+        {"OpenForEditList W,M,L 0", 1},
+        {"GetFileStatus W", FileStatusNotOpened},
+        {"GetFileStatus R", FileStatusOpenForEdit},
+        {"GetFileStatus M", FileStatusOpenForDelete},
+        {"GetFileStatus D", FileStatusOpenForDelete},
+        {"OpenOrAdd M 0", OpenResultOpened},
+        {"OpenOrAdd W 5", OpenResultOpened},
+        {"OpenOrAdd R 0", OpenResultFailed},
+        // Only the default changelist holds files.
+        {"IsOpenedIn W 0", 0},
+        {"IsOpenedIn R 0", 1},
+        {"IsOpenedIn M 0", 1},
+        {"IsOpenedIn R 7", 0},
+        {"IsOpenedIn M 7", 0},
+        // Changelists: creating one is a failure, so that callers for both modes find-or-create.
+        {"CreateChangelist SGM Export Changes", 0, 0},
+        {"FindChangelist SGM Export Changes", 0, 0},
+        {"FindOrCreateChangelist SGM Export Changes", 1, 0},
+        {"GetOpenedChangelist W", 1, 0},
+        {"DeleteChangelist 4", 1},
+        {"RevertChangelist 4 1", 1},
+        {"Revert W 0 0", 1},
+        {"Sync D 1", SyncUpToDate},
+        {"OpenForAdd M 0", 0},
+        {"OpenForAddList M 0", 0},
+        {"Integrate W M 0", 0},
+        {"Rename W M 0", 0},
+        {"OpenForDelete M 0", 0},
+        {"OpenForDelete W 0", 1},
+    };
+    RevControlLocal local;
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.call);
+        // Each one-letter word or list entry names its file.
+        const std::string text = std::string(" ") + c.call + " ";
+        std::string call;
+        for (size_t i = 1; i + 1 < text.size(); ++i)
+        {
+            const char ch = text[i];
+            bool alone =
+                std::strchr("WRMDL", ch) && std::strchr(" ,", text[i - 1]) && std::strchr(" ,", text[i + 1]);
+            call += !alone ? std::string(1, ch) : ch == 'D' ? folder / "art" : folder / "art/" + ch + ".sgm";
+        }
+        int number = -1;
+        EXPECT_EQ(c.result, CallRevControl(local, call, number));
+        EXPECT_EQ(c.number, number);
+        EXPECT_EQ("", local.GetLastError());
     }
-
-    TempFolder m_folder;
-    RevControlLocal m_local;
-    std::string m_writable;
-    std::string m_readOnly;
-    std::string m_missing;
-    std::string m_subFolder;
-};
-} // namespace
-
-TEST_F(RevControlLocalTest, OpenForEditTellsWhetherTheFileCanBeWritten)
-{
-    EXPECT_TRUE(m_local.OpenForEdit(m_writable.c_str(), 0));
-    EXPECT_TRUE(m_local.OpenForEdit(m_missing.c_str(), 0));
-    EXPECT_FALSE(m_local.OpenForEdit(m_readOnly.c_str(), 0));
-    EXPECT_FALSE(m_local.OpenForEdit(m_subFolder.c_str(), 0));
-    // Local mode changes nothing on disk.
-    EXPECT_EQ(fs::perms(0444), fs::status(m_readOnly).permissions() & fs::perms::all);
-}
-
-TEST_F(RevControlLocalTest, FileStatusAndOpenOrAdd)
-{
-    EXPECT_EQ(FileStatusNotOpened, m_local.GetFileStatus(m_writable.c_str()));
-    EXPECT_EQ(FileStatusOpenForEdit, m_local.GetFileStatus(m_readOnly.c_str()));
-    EXPECT_EQ(FileStatusOpenForDelete, m_local.GetFileStatus(m_missing.c_str()));
-    EXPECT_EQ(FileStatusOpenForDelete, m_local.GetFileStatus(m_subFolder.c_str()));
-
-    EXPECT_EQ(OpenResultOpened, m_local.OpenOrAdd(m_missing.c_str(), 0));
-    EXPECT_EQ(OpenResultOpened, m_local.OpenOrAdd(m_writable.c_str(), 5));
-    EXPECT_EQ(OpenResultFailed, m_local.OpenOrAdd(m_readOnly.c_str(), 0));
-}
-
-TEST_F(RevControlLocalTest, IsOpenedInOnlyForTheDefaultChangelist)
-{
-    EXPECT_FALSE(m_local.IsOpenedIn(m_writable.c_str(), 0));
-    EXPECT_TRUE(m_local.IsOpenedIn(m_readOnly.c_str(), 0));
-    EXPECT_TRUE(m_local.IsOpenedIn(m_missing.c_str(), 0));
-    for (const std::string* pName : {&m_writable, &m_readOnly, &m_missing})
-        EXPECT_FALSE(m_local.IsOpenedIn(pName->c_str(), 7)) << *pName;
-}
-
-TEST_F(RevControlLocalTest, OpenForEditListStopsAtTheFirstReadOnlyFile)
-{
-    std::string later = m_folder.Write("art/later.sgm", "l");
-    EXPECT_FALSE(m_local.OpenForEdit(RevControlAPI::FileList{m_writable, m_readOnly, later}, 0));
-    EXPECT_TRUE(m_local.OpenForEdit(RevControlAPI::FileList{m_writable, m_missing, later}, 0));
-    EXPECT_TRUE(fs::exists(m_writable));
-    EXPECT_TRUE(fs::exists(later));
-}
-
-TEST_F(RevControlLocalTest, OpenForDeleteDeletesOnDisk)
-{
-    EXPECT_TRUE(m_local.OpenForDelete(m_writable.c_str(), 0));
-    EXPECT_FALSE(fs::exists(m_writable));
-    EXPECT_FALSE(m_local.OpenForDelete(m_missing.c_str(), 0));
-    EXPECT_EQ("", m_local.GetLastError());
-}
-
-TEST_F(RevControlLocalTest, ChangelistsAndTheOperationsLocalModeCannotDo)
-{
-    int number = 9;
-    EXPECT_FALSE(m_local.CreateChangelist("SGM Export Changes", number));
-    EXPECT_EQ(0, number);
-    number = 9;
-    EXPECT_FALSE(m_local.FindChangelist("SGM Export Changes", number));
-    EXPECT_EQ(0, number);
-    number = 9;
-    EXPECT_TRUE(m_local.FindOrCreateChangelist("SGM Export Changes", number));
-    EXPECT_EQ(0, number);
-    number = 9;
-    EXPECT_TRUE(m_local.GetOpenedChangelist(m_writable.c_str(), number));
-    EXPECT_EQ(0, number);
-
-    EXPECT_TRUE(m_local.DeleteChangelist(4));
-    EXPECT_TRUE(m_local.RevertChangelist(4, true));
-    EXPECT_TRUE(m_local.Revert(m_writable.c_str(), 0, false));
-    EXPECT_EQ(SyncUpToDate, m_local.Sync(m_subFolder.c_str(), SyncModeFolder));
-    EXPECT_FALSE(m_local.OpenForAdd(m_missing.c_str(), 0));
-    EXPECT_FALSE(m_local.OpenForAdd(RevControlAPI::FileList{m_missing}, 0));
-    EXPECT_FALSE(m_local.Integrate(m_writable.c_str(), m_missing.c_str(), 0));
-    EXPECT_FALSE(m_local.Rename(m_writable.c_str(), m_missing.c_str(), 0));
-    EXPECT_TRUE(fs::exists(m_writable));
+    // Only a delete changes the disk.
+    EXPECT_EQ(fs::perms(0444), fs::status(folder / "art/R.sgm").permissions() & fs::perms::all);
+    EXPECT_TRUE(fs::exists(folder / "art/L.sgm"));
+    EXPECT_FALSE(fs::exists(folder / "art/W.sgm"));
 }
 
 TEST(RevControlFactory, LocalTypeAndEmptyPortNeverRunTheClient)
@@ -115,15 +95,15 @@ TEST(RevControlFactory, LocalTypeAndEmptyPortNeverRunTheClient)
               fs::perms(0755));
     ScopedEnv path("PATH", (bin.Path() + ":" + std::getenv("PATH")).c_str());
 
-    std::unique_ptr<RevControlAPI> pLocal = RevControlAPI::Create("perforce:1666", RevisionControlLocal);
-    EXPECT_NE(nullptr, dynamic_cast<RevControlLocal*>(pLocal.get()));
-    std::unique_ptr<RevControlAPI> pFallback = RevControlAPI::Create("", RevisionControlP4OrLocal);
-    EXPECT_NE(nullptr, dynamic_cast<RevControlLocal*>(pFallback.get()));
+    EXPECT_NE(nullptr, dynamic_cast<RevControlLocal*>(
+                           RevControlAPI::Create("perforce:1666", RevisionControlLocal).get()));
+    EXPECT_NE(nullptr,
+              dynamic_cast<RevControlLocal*>(RevControlAPI::Create("", RevisionControlP4OrLocal).get()));
     EXPECT_FALSE(fs::exists(bin / "calls.log"));
 
     // With a port, the server is asked first.
-    std::unique_ptr<RevControlAPI> pP4 = RevControlAPI::Create("perforce:1666", RevisionControlP4OrLocal);
-    EXPECT_NE(nullptr, dynamic_cast<RevControlP4*>(pP4.get()));
+    EXPECT_NE(nullptr, dynamic_cast<RevControlP4*>(
+                           RevControlAPI::Create("perforce:1666", RevisionControlP4OrLocal).get()));
     EXPECT_EQ("-s -p perforce:1666 info\n", TempFolder::Read(bin / "calls.log"));
 }
 
@@ -134,24 +114,17 @@ TEST(RevControlFactory, UnreachableServerFallsBackToLocalOnlyWhenAllowed)
               "#!/bin/sh\necho 'error: Connect to server failed; check $P4PORT.'\necho 'exit: 1'\nexit 1\n",
               fs::perms(0755));
     ScopedEnv path("PATH", bin.Path().c_str());
-
     EXPECT_EQ(nullptr, RevControlAPI::Create("down:1666", RevisionControlP4));
-    std::unique_ptr<RevControlAPI> pFallback = RevControlAPI::Create("down:1666", RevisionControlP4OrLocal);
-    EXPECT_NE(nullptr, dynamic_cast<RevControlLocal*>(pFallback.get()));
+    EXPECT_NE(nullptr, dynamic_cast<RevControlLocal*>(
+                           RevControlAPI::Create("down:1666", RevisionControlP4OrLocal).get()));
 
     // No client installed at all: the same fallback.
     ScopedEnv emptyPath("PATH", (bin / "nothing-here").c_str());
-    std::unique_ptr<RevControlAPI> pNoClient =
-        RevControlAPI::Create("perforce:1666", RevisionControlP4OrLocal);
-    EXPECT_NE(nullptr, dynamic_cast<RevControlLocal*>(pNoClient.get()));
-}
+    EXPECT_NE(nullptr, dynamic_cast<RevControlLocal*>(
+                           RevControlAPI::Create("perforce:1666", RevisionControlP4OrLocal).get()));
 
-TEST(RevControlFactory, UnknownTypeAsserts)
-{
-    {
-        dbg::ScopedThrowOnAssert quiet(false);
-        EXPECT_EQ(nullptr, RevControlAPI::Create("", 3));
-    }
+    dbg::ScopedThrowOnAssert quiet(false);
+    EXPECT_EQ(nullptr, RevControlAPI::Create("", 3));
     dbg::ScopedThrowOnAssert loud;
     EXPECT_THROW(RevControlAPI::Create("", -1), std::runtime_error);
 }

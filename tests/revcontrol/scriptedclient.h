@@ -25,10 +25,7 @@ struct P4Script
     bool dropped = true;
     std::string port;
 
-    void Expect(std::string command, std::string reply)
-    {
-        cReplies.emplace_back(std::move(command), std::move(reply));
-    }
+    void Expect(std::string command, std::string reply) { cReplies.emplace_back(command, reply); }
 };
 
 class ScriptedClient final : public ClientApi
