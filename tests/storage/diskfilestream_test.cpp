@@ -4,16 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include "support/tempfolder.h"
+
 #include <string>
 #include <vector>
 
 namespace
 {
-namespace fs = std::filesystem;
-
 constexpr uint32 Cap = DiskFileStream::BufferCapacity;
 
 uint8 PatternAt(uint32 offset)
@@ -24,29 +21,14 @@ uint8 PatternAt(uint32 offset)
 class DiskFileStreamTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/tq7z_disk_XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        m_root = pattern;
-    }
-    void TearDown() override { fs::remove_all(m_root); }
-
     std::string MakePatternFile(const std::string& name, uint32 size) const
     {
-        std::vector<uint8> bytes(size);
+        std::string bytes(size, '\0');
         for (uint32 i = 0; i < size; ++i)
-            bytes[i] = PatternAt(i);
-        const std::string path = m_root + "/" + name;
-        std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), size);
-        return path;
+            bytes[i] = char(PatternAt(i));
+        return m_folder.Write(name, bytes);
     }
-    static std::string ReadAll(const std::string& path)
-    {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    }
-    // Changes bytes of the file behind the stream's back, to see whether the stream reads the disk.
+    // Changes a byte of the file behind the stream's back, to see whether the stream reads the disk.
     static void Poke(const std::string& path, uint32 offset, uint8 value)
     {
         OSFile::Handle h = OSFile::Open(path.c_str(), OSFile::OM_ReadWrite, true);
@@ -56,7 +38,8 @@ protected:
         OSFile::Close(h);
     }
 
-    std::string m_root;
+    TempFolder m_folder;
+    const std::string m_root = m_folder.Path();
 };
 
 TEST_F(DiskFileStreamTest, ReadsThatStraddleTheBufferDeliverTheFileInOrder)
@@ -145,7 +128,7 @@ TEST_F(DiskFileStreamTest, WritesGoStraightToTheFileAndSeekBackPatches)
         EXPECT_EQ(stream.Write("0000abcd", 8), 8u);
         EXPECT_EQ(stream.GetPos(), 8u);
         EXPECT_EQ(stream.GetLength(), 8u) << "the file's current length in a write mode";
-        EXPECT_EQ(ReadAll(path), "0000abcd") << "nothing is held back in a buffer";
+        EXPECT_EQ(TempFolder::Read(path), "0000abcd") << "nothing is held back in a buffer";
         ASSERT_TRUE(stream.Seek(8)) << "the current position";
         ASSERT_TRUE(stream.Seek(0));
         EXPECT_EQ(stream.Write("1234", 4), 4u);
@@ -157,7 +140,7 @@ TEST_F(DiskFileStreamTest, WritesGoStraightToTheFileAndSeekBackPatches)
         char c;
         EXPECT_EQ(stream.Read(&c, 1), 0u) << "no reads in write mode";
     }
-    EXPECT_EQ(ReadAll(path), "1234abcd!");
+    EXPECT_EQ(TempFolder::Read(path), "1234abcd!");
 
     // Mode_Write truncates an existing file.
     DiskFileStream again;
@@ -174,7 +157,7 @@ TEST_F(DiskFileStreamTest, BothModeStandsAtTheEnd)
     EXPECT_EQ(stream.GetLength(), 50u);
     EXPECT_EQ(stream.Write("tail", 4), 4u);
     stream.Close();
-    const std::string bytes = ReadAll(path);
+    const std::string bytes = TempFolder::Read(path);
     ASSERT_EQ(bytes.size(), 54u);
     EXPECT_EQ(bytes.substr(50), "tail");
     EXPECT_EQ(uint8(bytes[49]), PatternAt(49));

@@ -7,13 +7,13 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <unistd.h>
 
 namespace
 {
 using namespace testutil;
+using Names = std::vector<std::string>;
 constexpr int Read = ByteStream::Mode_Read;
 constexpr int Write = ByteStream::Mode_Write;
 constexpr int Both = ByteStream::Mode_Both;
@@ -22,18 +22,13 @@ constexpr int Both = ByteStream::Mode_Both;
 class RecordingSource : public FilePath::Source
 {
 public:
-    RecordingSource(std::string tag, std::vector<std::string>& cLog) : m_tag(std::move(tag)), m_cLog(cLog) {}
-
+    RecordingSource(std::string tag, Names& cLog) : m_tag(std::move(tag)), m_cLog(cLog) {}
     bool BuildPath(char*, const char* inname, int) override { return Note(inname); }
     bool ConvertPath(char*, const char* fullName) override { return Note(fullName); }
-    std::unique_ptr<ByteStream> Open(const char* name, int) override
-    {
-        Note(name);
-        return nullptr;
-    }
+    std::unique_ptr<ByteStream> Open(const char* name, int) override { return Note(name), nullptr; }
     bool Delete(const char* name) override { return Note(name); }
     bool Exists(const char* name, int) override { return Note(name); }
-    int FileType(const char* name) override { return Note(name) ? 1 : 0; }
+    int FileType(const char* name) override { return Note(name); }
     void FindFiles(const char* filespec, FilePath::FileListObj*) override { Note(filespec); }
 
 private:
@@ -43,7 +38,7 @@ private:
         return false;
     }
     std::string m_tag;
-    std::vector<std::string>& m_cLog;
+    Names& m_cLog;
 };
 
 class RecordingListener : public FilePath::FileListener
@@ -53,24 +48,34 @@ public:
     {
         m_cOpen.push_back(std::string(name) + "|" + alias + "|" + id);
     }
-    std::vector<std::string> m_cOpen;
+    Names m_cOpen;
 };
 
-// Tears the alias tables down after each test.
 class FilePathTest : public ::testing::Test
 {
 protected:
     void TearDown() override { FilePath::Reset(); }
 
+    // Mounts `rel` of the scratch folder (all of it when empty) under `alias`.
+    void Mount(const char* alias, const char* id, int priority, int mode, const std::string& rel = "")
+    {
+        auto pSource = FilePathHD::Create(rel.empty() ? m_dir.Path().c_str() : m_dir.Path(rel).c_str(), mode,
+                                          false, false);
+        ASSERT_TRUE(pSource);
+        ASSERT_TRUE(FilePath::AddAlias(alias, id, priority, pSource));
+    }
     static std::string ReadAll(const std::shared_ptr<ByteStream>& pStream)
     {
+        if (!pStream)
+            return "<none>";
         std::string text(pStream->GetLength(), '\0');
         text.resize(pStream->Read(text.data(), uint32(text.size())));
         return text;
     }
-    static bool WriteText(const char* name, const std::string& text, FilePath::SourceID* pUsed = nullptr)
+    static bool WriteText(const std::string& name, const std::string& text,
+                          FilePath::SourceID* pUsed = nullptr)
     {
-        std::shared_ptr<ByteStream> pStream = FilePath::Open(name, Write, pUsed);
+        std::shared_ptr<ByteStream> pStream = FilePath::Open(name.c_str(), Write, pUsed);
         return pStream && pStream->Write(text.data(), uint32(text.size())) == text.size();
     }
 
@@ -79,48 +84,41 @@ protected:
 
 TEST_F(FilePathTest, SourcesAreTriedByPriorityLaterEqualsFirst)
 {
-    std::vector<std::string> cLog;
-    ASSERT_TRUE(
-        FilePath::AddAlias("data", "early10", 10, std::make_shared<RecordingSource>("early10", cLog)));
-    ASSERT_TRUE(FilePath::AddAlias("DATA", "top20", 20, std::make_shared<RecordingSource>("top20", cLog)));
-    ASSERT_TRUE(FilePath::AddAlias("Data", "late10", 10, std::make_shared<RecordingSource>("late10", cLog)));
-    ASSERT_TRUE(FilePath::AddAlias("DATA", "zero", 0, std::make_shared<RecordingSource>("zero", cLog)));
-
+    Names cLog;
+    for (auto [alias, id, priority] : {std::tuple{"data", "early10", 10},
+                                       {"DATA", "top20", 20},
+                                       {"Data", "late10", 10},
+                                       {"DATA", "zero", 0}})
+        ASSERT_TRUE(FilePath::AddAlias(alias, id, priority, std::make_shared<RecordingSource>(id, cLog)));
     EXPECT_FALSE(FilePath::Exists("DATA:x.tga", Read));
-    EXPECT_EQ(cLog, (std::vector<std::string>{"top20 x.tga", "late10 x.tga", "early10 x.tga", "zero x.tga"}));
+    EXPECT_EQ(cLog, (Names{"top20 x.tga", "late10 x.tga", "early10 x.tga", "zero x.tga"}));
 
     // Removing takes the path out of the order, the rest stays.
     cLog.clear();
     EXPECT_TRUE(FilePath::RemoveAlias("data", "LATE10"));
     EXPECT_EQ(FilePath::FileType("DATA:x.tga"), 0);
-    EXPECT_EQ(cLog, (std::vector<std::string>{"top20 x.tga", "early10 x.tga", "zero x.tga"}));
+    EXPECT_EQ(cLog, (Names{"top20 x.tga", "early10 x.tga", "zero x.tga"}));
 }
 
 TEST_F(FilePathTest, NamesAreSplitAndNormalisedAlike)
 {
-    std::vector<std::string> cLog;
+    Names cLog;
     ASSERT_TRUE(FilePath::AddAlias("DATA", "rec", 1, std::make_shared<RecordingSource>("rec", cLog)));
-    FilePath::FileType("data:art/x.tga");
-    FilePath::FileType("DATA:art\\x.tga");
-    FilePath::FileType("Data:/art//x.tga");
-    FilePath::FileType("DATA:\\\\server\\x.tga");
-    EXPECT_EQ(cLog, (std::vector<std::string>{"rec art\\x.tga", "rec art\\x.tga", "rec art\\x.tga",
-                                              "rec \\\\server\\x.tga"}));
+    for (const char* name :
+         {"data:art/x.tga", "DATA:art\\x.tga", "Data:/art//x.tga", "DATA:\\\\server\\x.tga"})
+        FilePath::FileType(name);
+    EXPECT_EQ(cLog, (Names{"rec art\\x.tga", "rec art\\x.tga", "rec art\\x.tga", "rec \\\\server\\x.tga"}));
 
     // On disk both spellings reach the same file.
-    auto pSource = FilePathHD::Create(m_dir.Path().c_str(), Both, false, false);
-    ASSERT_TRUE(pSource);
-    ASSERT_TRUE(FilePath::AddAlias("GAME", "disk", 5, pSource));
+    Mount("GAME", "disk", 5, Both);
     m_dir.Write("art/x.tga", "pixels");
     char a[FilePath::MAXPATH] = "game:art/x.tga";
     char b[FilePath::MAXPATH] = "GAME:art\\x.tga";
     ASSERT_TRUE(FilePath::BuildPath(a, Read));
     ASSERT_TRUE(FilePath::BuildPath(b, Read));
     EXPECT_STREQ(a, b);
-    EXPECT_EQ(std::string(a), Upper(SystemName(m_dir.Path())) + "\\art\\x.tga");
-    auto pStream = FilePath::Open("game:art/X.TGA", Read);
-    ASSERT_TRUE(pStream);
-    EXPECT_EQ(ReadAll(pStream), "pixels");
+    EXPECT_EQ(std::string(a), SystemName(m_dir.Path(), true) + "\\art\\x.tga");
+    EXPECT_EQ(ReadAll(FilePath::Open("game:art/X.TGA", Read)), "pixels");
 }
 
 TEST_F(FilePathTest, MissingAliasIsLoggedWithTheWholeName)
@@ -128,26 +126,21 @@ TEST_F(FilePathTest, MissingAliasIsLoggedWithTheWholeName)
     LogCapture log;
     EXPECT_FALSE(FilePath::Exists("NOPE:art\\x.tga", Read));
     EXPECT_TRUE(log.Has("FILESYSTEM -- filepath failure, missing alias 'NOPE:art\\x.tga'"));
-
     // A name without ':' has the empty alias, which nobody registered.
-    log.Clear();
     EXPECT_EQ(FilePath::Open("art\\x.tga", Read), nullptr);
     EXPECT_TRUE(log.Has("FILESYSTEM -- filepath failure, missing alias 'art\\x.tga'"));
-
     // An empty name fails without a word.
     log.Clear();
     EXPECT_EQ(FilePath::FileType(""), 0);
     EXPECT_FALSE(FilePath::Delete(""));
     EXPECT_EQ(log.Size(), 0u);
-
-    log.Clear();
     EXPECT_FALSE(FilePath::RemoveAlias("NOPE", "x"));
     EXPECT_TRUE(log.Has("FILESYSTEM -- filepath failed to remove alias, missing alias 'NOPE'"));
 }
 
 TEST_F(FilePathTest, AddAliasRefusesDriveLikeAliasesDuplicatesAndNulls)
 {
-    std::vector<std::string> cLog;
+    Names cLog;
     auto pSource = std::make_shared<RecordingSource>("s", cLog);
     {
         dbg::ScopedThrowOnAssert throwing;
@@ -170,12 +163,9 @@ TEST_F(FilePathTest, AddAliasRefusesDriveLikeAliasesDuplicatesAndNulls)
 TEST_F(FilePathTest, WriteSkipsReadOnlySourceAndSourceIdLimitsOpens)
 {
     m_dir.Write("ro/shared.txt", "from read-only");
-    auto pReadOnly = FilePathHD::Create(m_dir.Path("ro").c_str(), Read, true, false);
-    auto pWritable = FilePathHD::Create(m_dir.Path("rw").c_str(), Both, false, false);
-    ASSERT_TRUE(pReadOnly && pWritable);
-    EXPECT_TRUE(m_dir.Has("rw")); // a writable root is made when missing
-    ASSERT_TRUE(FilePath::AddAlias("DATA", "ro", 20, pReadOnly));
-    ASSERT_TRUE(FilePath::AddAlias("DATA", "rw", 10, pWritable));
+    Mount("DATA", "ro", 20, Read, "ro");
+    Mount("DATA", "rw", 10, Both, "rw");
+    EXPECT_TRUE(m_dir.Has("rw")) << "a writable root is made when missing";
 
     FilePath::SourceID used;
     EXPECT_FALSE(used.IsValid());
@@ -188,17 +178,13 @@ TEST_F(FilePathTest, WriteSkipsReadOnlySourceAndSourceIdLimitsOpens)
     // Reading finds the file of the higher source; limited to the other one, the other copy.
     ASSERT_TRUE(WriteText("DATA:shared.txt", "from writable"));
     FilePath::SourceID readFrom;
-    auto pStream = FilePath::Open("DATA:shared.txt", Read, &readFrom);
-    ASSERT_TRUE(pStream);
-    EXPECT_EQ(ReadAll(pStream), "from read-only");
+    EXPECT_EQ(ReadAll(FilePath::Open("DATA:shared.txt", Read, &readFrom)), "from read-only");
     EXPECT_NE(readFrom, used);
     EXPECT_EQ(readFrom, FilePath::FindSource("DATA:shared.txt", Read));
-    pStream = FilePath::Open("DATA:shared.txt", Read, used);
-    ASSERT_TRUE(pStream);
-    EXPECT_EQ(ReadAll(pStream), "from writable");
+    EXPECT_EQ(ReadAll(FilePath::Open("DATA:shared.txt", Read, used)), "from writable");
     EXPECT_EQ(FilePath::Open("DATA:out/sub/new.txt", Read, readFrom), nullptr);
 
-    // Neither source can delete through the read-only one; the writable one deletes its copy.
+    // The read-only source deletes nothing; the writable one deletes its copy.
     EXPECT_TRUE(FilePath::Delete("DATA:shared.txt"));
     EXPECT_FALSE(m_dir.Has("rw/shared.txt"));
     EXPECT_TRUE(m_dir.Has("ro/shared.txt"));
@@ -208,8 +194,7 @@ TEST_F(FilePathTest, WriteSkipsReadOnlySourceAndSourceIdLimitsOpens)
 TEST_F(FilePathTest, ListenersHearEveryOpenAndStreamsKeepTheGivenName)
 {
     m_dir.Write("a.txt", "a");
-    ASSERT_TRUE(FilePath::AddAlias("DATA", "Tools Data", 400,
-                                   FilePathHD::Create(m_dir.Path().c_str(), Read, false, false)));
+    Mount("DATA", "Tools Data", 400, Read);
     RecordingListener first, second;
     EXPECT_TRUE(FilePath::AddListener("first", &first));
     EXPECT_TRUE(FilePath::AddListener("second", &second));
@@ -218,7 +203,7 @@ TEST_F(FilePathTest, ListenersHearEveryOpenAndStreamsKeepTheGivenName)
     auto pStream = FilePath::Open("data:A.txt", Read);
     ASSERT_TRUE(pStream);
     EXPECT_STREQ(pStream->GetName(), "data:A.txt");
-    EXPECT_EQ(first.m_cOpen, std::vector<std::string>{"data:A.txt|DATA|Tools Data"});
+    EXPECT_EQ(first.m_cOpen, Names{"data:A.txt|DATA|Tools Data"});
     EXPECT_EQ(second.m_cOpen, first.m_cOpen);
 
     // A failed open tells nobody; a removed listener hears nothing more.
@@ -235,16 +220,14 @@ TEST_F(FilePathTest, RootSourceRefusesNamesThatLeaveTheRoot)
     auto pSource = FilePathHD::Create(m_dir.Path().c_str(), Both, false, false);
     ASSERT_TRUE(pSource);
     m_dir.Write("inside.txt", "x");
-    const char* bad[] = {"..\\escape.txt", "art\\..\\x", "C:\\x", "\\abs", "a/b", ""};
-    for (const char* name : bad)
-    {
-        dbg::ScopedThrowOnAssert throwing;
-        EXPECT_THROW(pSource->FileType(name), std::runtime_error) << name;
-    }
-    dbg::ScopedThrowOnAssert silent(false);
     char out[FilePath::MAXPATH];
-    for (const char* name : bad)
+    for (const char* name : {"..\\escape.txt", "art\\..\\x", "C:\\x", "\\abs", "a/b", ""})
     {
+        {
+            dbg::ScopedThrowOnAssert throwing;
+            EXPECT_THROW(pSource->FileType(name), std::runtime_error) << name;
+        }
+        dbg::ScopedThrowOnAssert silent(false);
         EXPECT_EQ(pSource->FileType(name), 0) << name;
         EXPECT_EQ(pSource->Open(name, Read), nullptr) << name;
         EXPECT_FALSE(pSource->BuildPath(out, name, Write)) << name;
@@ -265,11 +248,10 @@ TEST_F(FilePathTest, RootSourceCreation)
     auto pSource = FilePathHD::Create(m_dir.Path("Made/Deeper").c_str(), Write, false, false);
     ASSERT_TRUE(pSource);
     EXPECT_TRUE(m_dir.Has("Made/Deeper"));
-    EXPECT_EQ(std::string(pSource->GetRoot()), Upper(SystemName(m_dir.Path("Made/Deeper"))) + "\\");
+    EXPECT_EQ(std::string(pSource->GetRoot()), SystemName(m_dir.Path("Made/Deeper"), true) + "\\");
 
     // A root under a file cannot be made.
     m_dir.Write("plain", "x");
-    log.Clear();
     EXPECT_EQ(FilePathHD::Create(m_dir.Path("plain/sub").c_str(), Both, false, false), nullptr);
     EXPECT_TRUE(log.Has("FILESYSTEM -- filepath failure, failed to create path '"));
 
@@ -280,8 +262,7 @@ TEST_F(FilePathTest, RootSourceCreation)
 
 TEST_F(FilePathTest, BuildPathChecksReadsAndPreparesWrites)
 {
-    ASSERT_TRUE(
-        FilePath::AddAlias("DATA", "disk", 1, FilePathHD::Create(m_dir.Path().c_str(), Both, false, false)));
+    Mount("DATA", "disk", 1, Both);
     LogCapture log;
     char name[FilePath::MAXPATH] = "DATA:art\\missing.tga";
     EXPECT_FALSE(FilePath::BuildPath(name, Read));
@@ -290,26 +271,39 @@ TEST_F(FilePathTest, BuildPathChecksReadsAndPreparesWrites)
 
     std::strcpy(name, "DATA:new/folder/file.tga");
     EXPECT_TRUE(FilePath::BuildPath(name, Write));
-    EXPECT_EQ(std::string(name), Upper(SystemName(m_dir.Path())) + "\\new\\folder\\file.tga");
+    EXPECT_EQ(std::string(name), SystemName(m_dir.Path(), true) + "\\new\\folder\\file.tga");
     EXPECT_TRUE(m_dir.Has("new/folder"));
     EXPECT_FALSE(m_dir.Has("new/folder/file.tga"));
 }
 
-TEST_F(FilePathTest, FileTypeOfFoldersFilesAndWildcards)
+TEST_F(FilePathTest, FileTypeAndExistsOfFoldersFilesAndWildcards)
 {
     m_dir.Write("dir/model.sgm", "m");
     m_dir.Write("dir/.hidden.tga", "h");
     m_dir.Write("dir/folder.tga/inner", "i");
-    ASSERT_TRUE(
-        FilePath::AddAlias("DATA", "disk", 1, FilePathHD::Create(m_dir.Path().c_str(), Read, false, false)));
-    EXPECT_EQ(FilePath::FileType("DATA:dir\\"), 2);
-    EXPECT_EQ(FilePath::FileType("DATA:DIR"), 2);
-    EXPECT_EQ(FilePath::FileType("DATA:dir/model.sgm"), 1);
-    EXPECT_EQ(FilePath::FileType("DATA:dir/nothing.sgm"), 0);
-    EXPECT_EQ(FilePath::FileType("DATA:dir/*.SGM"), 1);
-    EXPECT_EQ(FilePath::FileType("DATA:dir/m?del.*"), 1);
-    // Only hidden files and folders match: no file.
-    EXPECT_EQ(FilePath::FileType("DATA:dir/*.tga"), 0);
+    m_dir.Write("writable.txt", "w");
+    m_dir.Write("locked.txt", "r", std::filesystem::perms(0444));
+    Mount("DATA", "disk", 1, Both);
+    // Only hidden files and folders match "*.tga": no file.
+    const std::pair<const char*, int> types[] = {{"DATA:dir\\", 2},         {"DATA:DIR", 2},
+                                                 {"DATA:dir/model.sgm", 1}, {"DATA:dir/nothing.sgm", 0},
+                                                 {"DATA:dir/*.SGM", 1},     {"DATA:dir/m?del.*", 1},
+                                                 {"DATA:dir/*.tga", 0}};
+    for (const auto& [name, type] : types)
+        EXPECT_EQ(FilePath::FileType(name), type) << name;
+
+    // Exists matches the attributes against the mode.
+    const std::tuple<const char*, int, bool> exists[] = {
+        {"writable.txt", Read, false}, {"writable.txt", Write, false}, {"writable.txt", Both, true},
+        {"locked.txt", Read, true},    {"locked.txt", Write, false},   {"locked.txt", Both, true},
+        {"missing.txt", Both, false}};
+    for (const auto& [name, mode, expected] : exists)
+        EXPECT_EQ(FilePath::Exists(("DATA:" + std::string(name)).c_str(), mode), expected) << name << mode;
+    // A read-only source is not asked for a mode it lacks.
+    FilePath::Reset();
+    Mount("DATA", "disk", 1, Read);
+    EXPECT_TRUE(FilePath::Exists("DATA:locked.txt", Read));
+    EXPECT_FALSE(FilePath::Exists("DATA:writable.txt", Both));
 
     // The raw source takes full paths, and the trailing separator as well.
     FilePathHDRaw raw;
@@ -317,47 +311,16 @@ TEST_F(FilePathTest, FileTypeOfFoldersFilesAndWildcards)
     EXPECT_EQ(raw.FileType(m_dir.Path("dir/*.sgm").c_str()), 1);
 }
 
-TEST_F(FilePathTest, ExistsMatchesAttributesAgainstTheMode)
-{
-    m_dir.Write("writable.txt", "w");
-    m_dir.Write("locked.txt", "r");
-    m_dir.MakeReadOnly("locked.txt");
-    ASSERT_TRUE(
-        FilePath::AddAlias("DATA", "disk", 1, FilePathHD::Create(m_dir.Path().c_str(), Both, false, false)));
-
-    EXPECT_FALSE(FilePath::Exists("DATA:writable.txt", Read));
-    EXPECT_FALSE(FilePath::Exists("DATA:writable.txt", Write));
-    EXPECT_TRUE(FilePath::Exists("DATA:writable.txt", Both));
-    EXPECT_TRUE(FilePath::Exists("DATA:locked.txt", Read));
-    EXPECT_FALSE(FilePath::Exists("DATA:locked.txt", Write));
-    EXPECT_TRUE(FilePath::Exists("DATA:locked.txt", Both));
-    EXPECT_FALSE(FilePath::Exists("DATA:missing.txt", Both));
-
-    // A read-only source is not asked for a mode it lacks.
-    FilePath::Reset();
-    ASSERT_TRUE(
-        FilePath::AddAlias("DATA", "disk", 1, FilePathHD::Create(m_dir.Path().c_str(), Read, false, false)));
-    EXPECT_TRUE(FilePath::Exists("DATA:locked.txt", Read));
-    EXPECT_FALSE(FilePath::Exists("DATA:writable.txt", Both));
-}
-
 TEST_F(FilePathTest, FindFilesMergesSourcesAndRecurses)
 {
-    m_dir.Write("one/art/a.tga", "1");
-    m_dir.Write("one/art/b.tga", "1");
-    m_dir.Write("one/art/note.txt", "1");
-    m_dir.Write("one/art/units/tank.tga", "1");
-    m_dir.Write("two/art/A.TGA", "2");
-    m_dir.Write("two/art/c.tga", "2");
-    m_dir.Write("two/art/units/deep/jeep.tga", "2");
-    ASSERT_TRUE(FilePath::AddAlias("DATA", "one", 2,
-                                   FilePathHD::Create(m_dir.Path("one").c_str(), Read, false, false)));
-    ASSERT_TRUE(FilePath::AddAlias("DATA", "two", 1,
-                                   FilePathHD::Create(m_dir.Path("two").c_str(), Read, false, false)));
-
+    for (const char* name : {"one/art/a.tga", "one/art/b.tga", "one/art/note.txt", "one/art/units/tank.tga",
+                             "two/art/A.TGA", "two/art/c.tga", "two/art/units/deep/jeep.tga"})
+        m_dir.Write(name, "x");
+    Mount("DATA", "one", 2, Read, "one");
+    Mount("DATA", "two", 1, Read, "two");
     auto names = [](const FilePath::FileSet& set)
     {
-        std::vector<std::string> cName;
+        Names cName;
         for (uint32 i = 0; i < set.GetCount(); ++i)
             cName.emplace_back(set.Get(i));
         return cName;
@@ -365,17 +328,12 @@ TEST_F(FilePathTest, FindFilesMergesSourcesAndRecurses)
 
     FilePath::FileSet flat = FilePath::FindFiles("data:art/*.tga", false, FilePath::SEARCH_Files);
     EXPECT_STREQ(flat.GetBasePath(), "DATA:art\\");
-    EXPECT_EQ(names(flat),
-              (std::vector<std::string>{"DATA:art\\a.tga", "DATA:art\\b.tga", "DATA:art\\c.tga"}));
-
-    FilePath::FileSet deep = FilePath::FindFiles("DATA:art\\*.tga", true, FilePath::SEARCH_Files);
-    EXPECT_EQ(names(deep),
-              (std::vector<std::string>{"DATA:art\\a.tga", "DATA:art\\b.tga", "DATA:art\\c.tga",
-                                        "DATA:art\\units\\deep\\jeep.tga", "DATA:art\\units\\tank.tga"}));
-
-    FilePath::FileSet folders = FilePath::FindFiles("DATA:art\\*.*", true, FilePath::SEARCH_Folders);
-    EXPECT_EQ(names(folders), (std::vector<std::string>{"DATA:art\\units", "DATA:art\\units\\deep"}));
-
+    EXPECT_EQ(names(flat), (Names{"DATA:art\\a.tga", "DATA:art\\b.tga", "DATA:art\\c.tga"}));
+    EXPECT_EQ(names(FilePath::FindFiles("DATA:art\\*.tga", true, FilePath::SEARCH_Files)),
+              (Names{"DATA:art\\a.tga", "DATA:art\\b.tga", "DATA:art\\c.tga",
+                     "DATA:art\\units\\deep\\jeep.tga", "DATA:art\\units\\tank.tga"}));
+    EXPECT_EQ(names(FilePath::FindFiles("DATA:art\\*.*", true, FilePath::SEARCH_Folders)),
+              (Names{"DATA:art\\units", "DATA:art\\units\\deep"}));
     FilePath::FileSet both = FilePath::FindFiles("DATA:art\\*.*", false, FilePath::SEARCH_Both);
     EXPECT_EQ(both.GetCount(), 5u);
 
@@ -394,15 +352,13 @@ TEST_F(FilePathTest, FindFilesMergesSourcesAndRecurses)
 TEST_F(FilePathTest, ConvertToAliasedFindsTheSourceAndUpperCases)
 {
     m_dir.Write("data/art/x.tga", "x");
-    ASSERT_TRUE(FilePath::AddAlias("DATA", "disk", 1,
-                                   FilePathHD::Create(m_dir.Path("data").c_str(), Read, false, false)));
+    Mount("DATA", "disk", 1, Read, "data");
     ASSERT_TRUE(FilePath::AddAlias("TOOL", "HD", 99, std::make_shared<FilePathHDRaw>()));
 
     char name[FilePath::MAXPATH];
     std::strcpy(name, m_dir.Path("data/art/x.tga").c_str());
     ASSERT_TRUE(FilePath::ConvertToAliased(name));
     EXPECT_STREQ(name, "DATA:ART\\X.TGA");
-
     // Known aliases stay as they are.
     std::strcpy(name, "tool:/tmp/Whatever.sgm");
     EXPECT_TRUE(FilePath::ConvertToAliased(name));
@@ -422,13 +378,10 @@ TEST_F(FilePathTest, ConvertToAliasedFindsTheSourceAndUpperCases)
     std::strcpy(name, "/elsewhere/x.tga");
     EXPECT_FALSE(FilePath::ConvertToAliased(name));
     EXPECT_TRUE(log.Has("WARNING: Could not convert file [/elsewhere/x.tga]"));
-}
 
-TEST_F(FilePathTest, CanonicalFormIsLowerCaseWithSlashes)
-{
-    char name[FilePath::MAXPATH] = "DATA:Art\\Units/Tank.TGA";
+    std::strcpy(name, "DATA:Art\\Units/Tank.TGA");
     FilePath::MakeCanonical(name);
-    EXPECT_STREQ(name, "data:art/units/tank.tga");
+    EXPECT_STREQ(name, "data:art/units/tank.tga") << "the canonical form: lower case with slashes";
 }
 
 TEST_F(FilePathTest, RawSourceTakesFullPaths)
@@ -439,7 +392,7 @@ TEST_F(FilePathTest, RawSourceTakesFullPaths)
     EXPECT_TRUE(m_dir.Has("scene"));
     EXPECT_FALSE(m_dir.Has("scene/model.sgm"));
 
-    ASSERT_TRUE(WriteText(("TOOL:" + file).c_str(), "model"));
+    ASSERT_TRUE(WriteText("TOOL:" + file, "model"));
     EXPECT_EQ(m_dir.Read("scene/model.sgm"), "model");
     EXPECT_EQ(FilePath::FileType(("TOOL:" + file).c_str()), 1);
     char built[FilePath::MAXPATH];
@@ -449,25 +402,25 @@ TEST_F(FilePathTest, RawSourceTakesFullPaths)
 
     FilePathHDRaw raw;
     EXPECT_FALSE(raw.ConvertPath(built, file.c_str()));
-    EXPECT_TRUE(raw.Rename(file.c_str(), m_dir.Path("scene/renamed.sgm").c_str()));
+    const std::string renamed = m_dir.Path("scene/renamed.sgm");
+    EXPECT_TRUE(raw.Rename(file.c_str(), renamed.c_str()));
     EXPECT_EQ(m_dir.Read("scene/renamed.sgm"), "model");
     EXPECT_FALSE(m_dir.Has("scene/model.sgm"));
-    EXPECT_TRUE(FilePath::Delete(("TOOL:" + m_dir.Path("scene/renamed.sgm")).c_str()));
+    EXPECT_TRUE(FilePath::Delete(("TOOL:" + renamed).c_str()));
     EXPECT_FALSE(m_dir.Has("scene/renamed.sgm"));
-    EXPECT_TRUE(FilePath::Delete(("TOOL:" + m_dir.Path("scene/renamed.sgm")).c_str()));
+    EXPECT_TRUE(FilePath::Delete(("TOOL:" + renamed).c_str()));
 
     // Registered under the empty alias, the raw source serves plain names.
     ASSERT_TRUE(FilePath::AddAlias("", "plain", 1, std::make_shared<FilePathHDRaw>()));
     m_dir.Write("plain.txt", "p");
     EXPECT_EQ(FilePath::FileType(m_dir.Path("plain.txt").c_str()), 1);
-    FilePath::FileSet found =
-        FilePath::FindFiles((m_dir.Path() + "/*.txt").c_str(), false, FilePath::SEARCH_Files);
+    FilePath::FileSet found = FilePath::FindFiles(m_dir.Path("*.txt").c_str(), false, FilePath::SEARCH_Files);
     ASSERT_EQ(found.GetCount(), 1u);
     EXPECT_EQ(std::string(found.Get(0)), SystemName(m_dir.Path("plain.txt")));
 }
 
 int s_changeCalls = 0;
-std::vector<std::string> s_changed;
+Names s_changed;
 void OnChange(const char* name)
 {
     ++s_changeCalls;
@@ -488,30 +441,31 @@ TEST_F(FilePathTest, UpdateCallsChangeCallbacksBySubstring)
     ASSERT_TRUE(FilePath::AddChangeCallback("DATA:Art\\Units\\Tank.sgm", &OnChange));
     ASSERT_TRUE(FilePath::AddChangeCallback("data:art/units/", &OnOtherChange));
     ASSERT_TRUE(FilePath::AddChangeCallback("DATA:art\\jeep.sgm", &OnChange));
+    auto sweep = [&]
+    {
+        FilePath::Update();
+        clock.Advance(501);
+        FilePath::Update();
+    };
 
     m_dir.Write("art/units/tank.sgm", "v1");
     m_dir.Write("art/other.sgm", "v1");
     FilePath::Update();
-    EXPECT_EQ(s_changeCalls, 0); // not swept yet
-    clock.Advance(501);
-    FilePath::Update();
+    EXPECT_EQ(s_changeCalls, 0) << "not swept yet";
+    sweep();
     // The tank calls its own callback and the folder's; the other file calls nothing.
     EXPECT_EQ(s_changeCalls, 2);
-    EXPECT_EQ(s_changed, std::vector<std::string>{"DATA:art\\units\\tank.sgm"});
+    EXPECT_EQ(s_changed, Names{"DATA:art\\units\\tank.sgm"});
 
     // Removed from one entry only, then from all.
     EXPECT_TRUE(FilePath::RemoveChangeCallback(&OnOtherChange, "DATA:art\\units\\"));
     m_dir.Write("art/units/tank.sgm", "v2");
-    FilePath::Update();
-    clock.Advance(501);
-    FilePath::Update();
+    sweep();
     EXPECT_EQ(s_changeCalls, 3);
     EXPECT_TRUE(FilePath::RemoveChangeCallback(&OnChange));
     EXPECT_FALSE(FilePath::RemoveChangeCallback(&OnChange));
     m_dir.Write("art/units/tank.sgm", "v3");
-    FilePath::Update();
-    clock.Advance(501);
-    FilePath::Update();
+    sweep();
     EXPECT_EQ(s_changeCalls, 3);
 }
 } // namespace

@@ -1,65 +1,23 @@
-// Helpers of the path alias and change notification tests: a scratch folder under /tmp, a log
-// listener that keeps the lines, and a clock the test moves by hand.
+// Helpers of the path alias and change notification tests: a scratch folder, a clock the test moves
+// by hand, and the system form of a native path.
 #pragma once
 
-#include "foundation/output.h"
-#include "storage/filepath.h"
 #include "storage/hdnotification.h"
 #include "support/logcapture.h"
+#include "support/tempfolder.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
-#include <sys/stat.h>
-#include <vector>
 
 namespace testutil
 {
-namespace fs = std::filesystem;
-
-// A fresh folder, removed with everything in it.
-class ScratchFolder
+class ScratchFolder : public TempFolder
 {
 public:
-    ScratchFolder()
-    {
-        char pattern[] = "/tmp/tq7z_filepath_XXXXXX";
-        if (::mkdtemp(pattern) != nullptr)
-            m_path = pattern;
-    }
-    ~ScratchFolder()
-    {
-        if (m_path.empty())
-            return;
-        std::error_code ec;
-        for (auto& entry : fs::recursive_directory_iterator(m_path, ec))
-            fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ec);
-        fs::remove_all(m_path, ec);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    const std::string& Path() const { return m_path; }
-    std::string Path(const std::string& rel) const { return m_path + "/" + rel; }
-
-    void Write(const std::string& rel, const std::string& text) const
-    {
-        fs::create_directories(fs::path(Path(rel)).parent_path());
-        std::ofstream(Path(rel), std::ios::binary) << text;
-    }
-    std::string Read(const std::string& rel) const
-    {
-        std::ifstream in(Path(rel), std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    }
-    bool Has(const std::string& rel) const { return fs::exists(Path(rel)); }
-    void MakeReadOnly(const std::string& rel) const { ::chmod(Path(rel).c_str(), 0444); }
-
-private:
-    std::string m_path;
+    using TempFolder::Path;
+    std::string Path(const std::string& rel) const { return *this / rel; }
+    std::string Read(const std::string& rel) const { return TempFolder::Read(*this / rel); }
+    bool Has(const std::string& rel) const { return std::filesystem::exists(Path(rel)); }
 };
 
 // The clock of the watches while it lives.
@@ -72,9 +30,6 @@ public:
         HDNotification::SetTickSource(&Tick);
     }
     ~FakeClock() { HDNotification::SetTickSource(nullptr); }
-    FakeClock(const FakeClock&) = delete;
-    FakeClock& operator=(const FakeClock&) = delete;
-
     void Advance(uint32 ms) { Now() += ms; }
 
 private:
@@ -86,18 +41,11 @@ private:
     static uint32 Tick() { return Now(); }
 };
 
-// The system form of a native path: '\\' separators.
-inline std::string SystemName(std::string native)
+// The system form of a native path: '\\' separators, upper case when `upper`.
+inline std::string SystemName(std::string native, bool upper = false)
 {
     for (char& c : native)
-        c = c == '/' ? '\\' : c;
+        c = c == '/' ? '\\' : upper && c >= 'a' && c <= 'z' ? char(c - 'a' + 'A') : c;
     return native;
-}
-
-inline std::string Upper(std::string text)
-{
-    for (char& c : text)
-        c = (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c;
-    return text;
 }
 } // namespace testutil

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <string>
 
 namespace
@@ -14,260 +15,180 @@ using namespace FilePathUtil;
 // A path buffer filled with `text`.
 struct PathBuf
 {
-    explicit PathBuf(const char* text = "") { std::strcpy(m_text, text); }
+    explicit PathBuf(const std::string& text = "") { std::strcpy(m_text, text.c_str()); }
     char m_text[MAXPATH];
     operator char*() { return m_text; }
     std::string str() const { return m_text; }
 };
 
-TEST(FilePathUtilNames, AliasNeedsTwoLettersBeforeTheColon)
+const std::string s_a255(255, 'a');
+const std::string s_f249x = std::string(249, 'f') + "\\x";
+const std::string s_a250x = std::string(250, 'a') + "\\x.tga";
+
+// An edit of a path buffer in place: what it starts as, the call, its result and what it becomes.
+struct EditCase
 {
-    EXPECT_FALSE(HasAlias("C:\\x"));
-    EXPECT_TRUE(HasAlias("DATA:x"));
-    EXPECT_TRUE(HasAlias("AB:x"));
-    EXPECT_FALSE(HasAlias("art\\x.tga"));
-    EXPECT_FALSE(HasAlias(":x"));
+    std::string before;
+    std::function<bool(char*)> edit;
+    bool ok;
+    std::string after;
+};
+
+TEST(FilePathUtilEdits, EditsInPlace)
+{
+    const EditCase cases[] = {
+        {"a.b", [](char* p) { return SetExtension(p, ".tga"); }, true, "a.tga"},
+        {"a", [](char* p) { return SetExtension(p, "tga"); }, true, "a.tga"},
+        {"dir.v1\\model", [](char* p) { return SetExtension(p, "sgm"); }, true, "dir.v1\\model.sgm"},
+        {"x\\model.sgm", [](char* p) { return SetExtension(p, nullptr); }, true, "x\\model"},
+        {"x\\model", [](char* p) { return SetExtension(p, ""); }, true, "x\\model"},
+        // 255 + '.' + "tga" = 259 characters: the longest that fits; a longer one is refused whole.
+        {s_a255, [](char* p) { return SetExtension(p, "tga"); }, true, s_a255 + ".tga"},
+        {s_a255 + "a", [](char* p) { return SetExtension(p, "tga"); }, false, s_a255 + "a"},
+        {s_a255 + ".t", [](char* p) { return SetExtension(p, "tgax"); }, false, s_a255 + ".t"},
+        {s_a255 + ".t", [](char* p) { return SetExtension(p, "tga"); }, true, s_a255 + ".tga"},
+
+        {"DATA:art/units\\tank.tga", [](char* p) { return SetFilename(p, "hull.tga"); }, true,
+         "DATA:art/units\\hull.tga"},
+        {"DATA:tank.tga", [](char* p) { return SetFilename(p, "hull.sgm"); }, true, "DATA:hull.sgm"},
+        {"DATA:tank.tga", [](char* p) { return SetFilename(p, "sub/hull.tga"); }, false, "DATA:tank.tga"},
+        // A folder of 250 and a name of 10 reach 260: refused; 9 fits.
+        {s_f249x, [](char* p) { return SetFilename(p, "0123456789"); }, false, s_f249x},
+        {s_f249x, [](char* p) { return SetFilename(p, "012345678"); }, true,
+         std::string(249, 'f') + "\\012345678"},
+
+        {"art//x.tga", [](char* p) { return SetAlias(p, "DATA"); }, true, "DATA:art\\x.tga"},
+        {"DATA:art\\x.tga", [](char* p) { return SetAlias(p, "GENERIC:"); }, true, "GENERIC:art\\x.tga"},
+        {"DATA:x", [](char* p) { return SetAlias(p, ""); }, false, "DATA:x"},
+        {"DATA:x", [](char* p) { return SetAlias(p, "A:B"); }, false, "DATA:x"},
+        {"DATA:x", [](char* p) { return SetAlias(p, "AB::"); }, false, "DATA:x"},
+        {"DATA:x", [](char* p) { return SetAlias(p, ":"); }, false, "DATA:x"},
+
+        {"DATA:art\\x.tga", [](char* p) { return AddPathPrefix(p, "low"); }, true, "DATA:art\\low\\x.tga"},
+        {"DATA:x.tga", [](char* p) { return AddPathPrefix(p, "low\\"); }, true, "DATA:low\\x.tga"},
+
+        // Replace searches without regard to case and keeps the case of the rest.
+        {"Art\\Foo.tga", [](char* p) { return Replace(p, "art\\", "Data\\"); }, true, "Data\\Foo.tga"},
+        {"DATA:Art/Units/Tank.TGA", [](char* p) { return Replace(p, "UNITS", "vehicles"); }, true,
+         "DATA:Art\\vehicles\\Tank.TGA"},
+        {"DATA:Art\\Tank.TGA", [](char* p) { return Replace(p, "missing", "x"); }, false,
+         "DATA:Art\\Tank.TGA"},
+        {s_a250x, [](char* p) { return Replace(p, "x.tga", "0123456789.tga"); }, false, s_a250x},
+        {s_a250x, [](char* p) { return Replace(p, "x.tga", "0123.tga"); }, true,
+         std::string(250, 'a') + "\\0123.tga"},
+
+        // Normalize keeps a network prefix and a leading root.
+        {"a//b///c/d", [](char* p) { return Normalize(p), true; }, true, "a\\b\\c\\d"},
+        {"\\\\server\\\\share/x", [](char* p) { return Normalize(p), true; }, true, "\\\\server\\share\\x"},
+        {"/home//artist/x", [](char* p) { return Normalize(p), true; }, true, "\\home\\artist\\x"},
+        {"DATA:\\\\art\\x", [](char* p) { return Normalize(p), true; }, true, "DATA:\\art\\x"},
+        {"data:Art\\x", [](char* p) { return ToUpper(p), true; }, true, "DATA:ART\\X"},
+        {"DATA:Art\\X", [](char* p) { return ToLower(p), true; }, true, "data:art\\x"},
+
+        // Join leaves the name as given; Append normalises it as well.
+        {"", [](char* p) { return Join(p, "DATA:art//units", "tank.tga"); }, true,
+         "DATA:art\\units\\tank.tga"},
+        {"", [](char* p) { return Join(p, "art\\", "tank.tga"); }, true, "art\\tank.tga"},
+        {"", [](char* p) { return Join(p, "DATA:", "tank.tga"); }, true, "DATA:tank.tga"},
+        {"", [](char* p) { return Join(p, "", "tank.tga"); }, true, "tank.tga"},
+        {"", [](char* p) { return Join(p, "art", "a/b.tga"); }, true, "art\\a/b.tga"},
+        {"", [](char* p) { return Append(p, "art", "a//b.tga"); }, true, "art\\a\\b.tga"},
+        {"art", [](char* p) { return Join(p, p, "x"); }, true, "art\\x"},
+        {"kept", [](char* p) { return Join(p, std::string(250, 'f').c_str(), "012345678"); }, false, "kept"},
+
+        {"", [](char* p) { return MakePath(p, "DATA", "art\\units", "tank", "tga"); }, true,
+         "DATA:art\\units\\tank.tga"},
+        {"", [](char* p) { return MakePath(p, "", nullptr, "tank", nullptr); }, true, "tank"},
+        {"kept", [](char* p) { return MakePath(p, "DATA", std::string(250, 'f').c_str(), "tank", ".tga"); },
+         false, "kept"},
+        {"kept", [](char* p) { return Copy(p, std::string(300, 'a').c_str()); }, false, "kept"},
+    };
+    dbg::ScopedThrowOnAssert silent(false);
+    for (const EditCase& c : cases)
+    {
+        PathBuf path(c.before);
+        EXPECT_EQ(c.edit(path), c.ok) << c.before << " -> " << c.after;
+        EXPECT_EQ(path.str(), c.after) << c.before;
+    }
+    // A folder in the new file name is a caller's mistake.
+    dbg::ScopedThrowOnAssert throwing;
+    PathBuf path("DATA:tank.tga");
+    EXPECT_THROW(SetFilename(path, "sub\\hull.tga"), std::runtime_error);
 }
 
 TEST(FilePathUtilNames, PiecesOfAName)
 {
     const char* name = "DATA:Art\\Units.v2\\Tank.Hull.TGA";
+    const char* bare = "art\\units.v2\\tank";
     EXPECT_STREQ(GetFilenamePtr(name), "Tank.Hull.TGA");
     EXPECT_STREQ(GetExtensionPtr(name), "TGA");
     EXPECT_STREQ(GetFilenamePtr("DATA:x.tga"), "x.tga");
     EXPECT_STREQ(GetFilenamePtr("a/b/c"), "c");
-
     // No extension: the pointer form hands back the name itself, the copy form gives "".
-    const char* bare = "art\\units.v2\\tank";
     EXPECT_EQ(GetExtensionPtr(bare), bare);
-    PathBuf out;
-    EXPECT_TRUE(GetExtension(bare, out));
-    EXPECT_EQ(out.str(), "");
 
-    EXPECT_TRUE(GetExtension(name, out));
-    EXPECT_EQ(out.str(), "TGA");
-    EXPECT_TRUE(GetBaseName(name, out));
-    EXPECT_EQ(out.str(), "Tank.Hull");
-    EXPECT_TRUE(GetBaseName(bare, out));
-    EXPECT_EQ(out.str(), "tank");
-    EXPECT_TRUE(GetAlias(name, out));
-    EXPECT_EQ(out.str(), "DATA");
-    EXPECT_TRUE(GetAlias(bare, out));
-    EXPECT_EQ(out.str(), "");
-    EXPECT_TRUE(GetFolder("DATA:art//units/tank.tga", out));
-    EXPECT_EQ(out.str(), "art\\units");
-    EXPECT_TRUE(GetFolder("tank.tga", out));
-    EXPECT_EQ(out.str(), "");
-}
-
-TEST(FilePathUtilNames, HasExtensionIgnoresCaseAndLeadingDot)
-{
-    EXPECT_TRUE(HasExtension("x\\a.TGA", "tga"));
-    EXPECT_TRUE(HasExtension("x\\a.tga", ".TGA"));
-    EXPECT_FALSE(HasExtension("x\\a.tga", "tg"));
-    EXPECT_FALSE(HasExtension("x\\a.tgax", "tga"));
-    // A dot in a folder is no extension.
-    EXPECT_FALSE(HasExtension("x.tga\\a", "tga"));
-    EXPECT_TRUE(HasExtension("x.tga\\a", ""));
-}
-
-TEST(FilePathUtilEdits, SetExtensionReplacesAppendsAndRemoves)
-{
-    PathBuf a("a.b");
-    EXPECT_TRUE(SetExtension(a, ".tga"));
-    EXPECT_EQ(a.str(), "a.tga");
-
-    PathBuf b("a");
-    EXPECT_TRUE(SetExtension(b, "tga"));
-    EXPECT_EQ(b.str(), "a.tga");
-
-    PathBuf c("dir.v1\\model");
-    EXPECT_TRUE(SetExtension(c, "sgm"));
-    EXPECT_EQ(c.str(), "dir.v1\\model.sgm");
-
-    PathBuf d("x\\model.sgm");
-    EXPECT_TRUE(SetExtension(d, nullptr));
-    EXPECT_EQ(d.str(), "x\\model");
-    EXPECT_TRUE(SetExtension(d, ""));
-    EXPECT_EQ(d.str(), "x\\model");
-}
-
-TEST(FilePathUtilEdits, SetExtensionRefusesWhatWouldNotFit)
-{
-    // 255 + '.' + "tga" = 259 characters: the longest that fits.
-    PathBuf fits(std::string(255, 'a').c_str());
-    EXPECT_TRUE(SetExtension(fits, "tga"));
-    EXPECT_EQ(fits.str().size(), 259u);
-
-    PathBuf tooLong(std::string(256, 'a').c_str());
-    EXPECT_FALSE(SetExtension(tooLong, "tga"));
-    EXPECT_EQ(tooLong.str(), std::string(256, 'a'));
-
-    // Replacing an extension with a longer one is bounded as well.
-    std::string name = std::string(255, 'a') + ".t";
-    PathBuf replace(name.c_str());
-    EXPECT_FALSE(SetExtension(replace, "tgax"));
-    EXPECT_EQ(replace.str(), name);
-    EXPECT_TRUE(SetExtension(replace, "tga"));
-    EXPECT_EQ(replace.str().size(), 259u);
-}
-
-TEST(FilePathUtilEdits, SetFilenameKeepsTheFolder)
-{
-    PathBuf p("DATA:art/units\\tank.tga");
-    EXPECT_TRUE(SetFilename(p, "hull.tga"));
-    EXPECT_EQ(p.str(), "DATA:art/units\\hull.tga");
-
-    PathBuf q("DATA:tank.tga");
-    EXPECT_TRUE(SetFilename(q, "hull.sgm"));
-    EXPECT_EQ(q.str(), "DATA:hull.sgm");
-
+    using Get = bool (*)(const char*, char*);
+    const std::tuple<Get, const char*, const char*> cases[] = {
+        {GetExtension, bare, ""},
+        {GetExtension, name, "TGA"},
+        {GetBaseName, name, "Tank.Hull"},
+        {GetBaseName, bare, "tank"},
+        {GetAlias, name, "DATA"},
+        {GetAlias, bare, ""},
+        {GetFolder, "DATA:art//units/tank.tga", "art\\units"},
+        {GetFolder, "tank.tga", ""},
+    };
+    for (const auto& [get, from, expected] : cases)
     {
-        dbg::ScopedThrowOnAssert throwing;
-        EXPECT_THROW(SetFilename(p, "sub\\hull.tga"), std::runtime_error);
+        PathBuf out("junk");
+        EXPECT_TRUE(get(from, out)) << from;
+        EXPECT_EQ(out.str(), expected) << from;
     }
-    dbg::ScopedThrowOnAssert silent(false);
-    EXPECT_FALSE(SetFilename(p, "sub/hull.tga"));
-    EXPECT_EQ(p.str(), "DATA:art/units\\hull.tga");
 
-    // Folder of 250 + a name of 10 reaches 260: refused; 9 fits.
-    PathBuf longer((std::string(249, 'f') + "\\x").c_str());
-    EXPECT_FALSE(SetFilename(longer, "0123456789"));
-    EXPECT_TRUE(SetFilename(longer, "012345678"));
-    EXPECT_EQ(longer.str().size(), 259u);
-}
-
-TEST(FilePathUtilEdits, SetAliasInsertsOrReplaces)
-{
-    PathBuf p("art//x.tga");
-    EXPECT_TRUE(SetAlias(p, "DATA"));
-    EXPECT_EQ(p.str(), "DATA:art\\x.tga");
-    EXPECT_TRUE(SetAlias(p, "GENERIC:"));
-    EXPECT_EQ(p.str(), "GENERIC:art\\x.tga");
-
-    dbg::ScopedThrowOnAssert silent(false);
-    EXPECT_FALSE(SetAlias(p, ""));
-    EXPECT_FALSE(SetAlias(p, "A:B"));
-    EXPECT_FALSE(SetAlias(p, "AB::"));
-    EXPECT_FALSE(SetAlias(p, ":"));
-    EXPECT_EQ(p.str(), "GENERIC:art\\x.tga");
-}
-
-TEST(FilePathUtilEdits, AddPathPrefixGoesBeforeTheFilePart)
-{
-    PathBuf p("DATA:art\\x.tga");
-    EXPECT_TRUE(AddPathPrefix(p, "low"));
-    EXPECT_EQ(p.str(), "DATA:art\\low\\x.tga");
-    PathBuf q("DATA:x.tga");
-    EXPECT_TRUE(AddPathPrefix(q, "low\\"));
-    EXPECT_EQ(q.str(), "DATA:low\\x.tga");
-}
-
-TEST(FilePathUtilEdits, JoinAndAppend)
-{
-    PathBuf out;
-    EXPECT_TRUE(Join(out, "DATA:art//units", "tank.tga"));
-    EXPECT_EQ(out.str(), "DATA:art\\units\\tank.tga");
-    EXPECT_TRUE(Join(out, "art\\", "tank.tga"));
-    EXPECT_EQ(out.str(), "art\\tank.tga");
-    EXPECT_TRUE(Join(out, "DATA:", "tank.tga"));
-    EXPECT_EQ(out.str(), "DATA:tank.tga");
-    EXPECT_TRUE(Join(out, "", "tank.tga"));
-    EXPECT_EQ(out.str(), "tank.tga");
-    // Join leaves the name as given; Append normalises it as well.
-    EXPECT_TRUE(Join(out, "art", "a/b.tga"));
-    EXPECT_EQ(out.str(), "art\\a/b.tga");
-    EXPECT_TRUE(Append(out, "art", "a//b.tga"));
-    EXPECT_EQ(out.str(), "art\\a\\b.tga");
-    // In place.
-    PathBuf folder("art");
-    EXPECT_TRUE(Join(folder, folder, "x"));
-    EXPECT_EQ(folder.str(), "art\\x");
-    // Too long.
-    PathBuf keep("unchanged");
-    EXPECT_FALSE(Join(keep, std::string(250, 'f').c_str(), "012345678"));
-    EXPECT_EQ(keep.str(), "unchanged");
-}
-
-TEST(FilePathUtilEdits, ReplaceSearchesCaseBlindAndKeepsCase)
-{
-    PathBuf p("Art\\Foo.tga");
-    EXPECT_TRUE(Replace(p, "art\\", "Data\\"));
-    EXPECT_EQ(p.str(), "Data\\Foo.tga");
-
-    PathBuf q("DATA:Art/Units/Tank.TGA");
-    EXPECT_TRUE(Replace(q, "UNITS", "vehicles"));
-    EXPECT_EQ(q.str(), "DATA:Art\\vehicles\\Tank.TGA");
-
-    PathBuf r("DATA:Art\\Tank.TGA");
-    EXPECT_FALSE(Replace(r, "missing", "x"));
-    EXPECT_EQ(r.str(), "DATA:Art\\Tank.TGA");
-
-    // A result that would reach 260 characters is refused.
-    std::string longName = std::string(250, 'a') + "\\x.tga";
-    PathBuf s(longName.c_str());
-    EXPECT_FALSE(Replace(s, "x.tga", "0123456789.tga"));
-    EXPECT_EQ(s.str(), longName);
-    EXPECT_TRUE(Replace(s, "x.tga", "0123.tga"));
-    EXPECT_EQ(s.str().size(), 259u);
-}
-
-TEST(FilePathUtilEdits, NormalizeKeepsNetworkPrefixAndLeadingRoot)
-{
-    PathBuf a("a//b///c/d");
-    Normalize(a);
-    EXPECT_EQ(a.str(), "a\\b\\c\\d");
-
-    PathBuf b("\\\\server\\\\share/x");
-    Normalize(b);
-    EXPECT_EQ(b.str(), "\\\\server\\share\\x");
-
-    PathBuf c("/home//artist/x");
-    Normalize(c);
-    EXPECT_EQ(c.str(), "\\home\\artist\\x");
-
-    PathBuf d("DATA:\\\\art\\x");
-    Normalize(d);
-    EXPECT_EQ(d.str(), "DATA:\\art\\x");
+    // An alias needs two letters before the colon; a drive is none.
+    for (const auto& [text, has] :
+         {std::pair{"C:\\x", false}, {"DATA:x", true}, {"AB:x", true}, {"art\\x.tga", false}, {":x", false}})
+        EXPECT_EQ(HasAlias(text), has) << text;
+    // Case and a leading dot don't count; a dot in a folder is no extension.
+    for (const auto& [text, ext, has] : {std::tuple{"x\\a.TGA", "tga", true},
+                                         {"x\\a.tga", ".TGA", true},
+                                         {"x\\a.tga", "tg", false},
+                                         {"x\\a.tgax", "tga", false},
+                                         {"x.tga\\a", "tga", false},
+                                         {"x.tga\\a", "", true}})
+        EXPECT_EQ(HasExtension(text, ext), has) << text << " " << ext;
 }
 
 TEST(FilePathUtilSplit, SplitPathGivesEachPiece)
 {
-    PathBuf alias, folder, name, ext;
-    EXPECT_TRUE(SplitPath("DATA:art/units//tank.hull.tga", alias, folder, name, ext));
-    EXPECT_EQ(alias.str(), "DATA");
-    EXPECT_EQ(folder.str(), "art\\units\\");
-    EXPECT_EQ(name.str(), "tank.hull");
+    const std::tuple<const char*, const char*, const char*, const char*, const char*> cases[] = {
+        {"DATA:art/units//tank.hull.tga", "DATA", "art\\units\\", "tank.hull", ".tga"},
+        {"/home/artist/model", "", "\\home\\artist\\", "model", ""},
+        {"C:\\dir.v1\\x", "C", "\\dir.v1\\", "x", ""}, // a drive comes out where an alias would
+    };
+    for (const auto& [path, alias, folder, name, ext] : cases)
+    {
+        PathBuf a, f, n, e;
+        EXPECT_TRUE(SplitPath(path, a, f, n, e)) << path;
+        EXPECT_EQ(a.str() + "|" + f.str() + "|" + n.str() + "|" + e.str(),
+                  std::string(alias) + "|" + folder + "|" + name + "|" + ext);
+    }
+    PathBuf ext;
+    EXPECT_TRUE(SplitPath("DATA:x.tga", nullptr, nullptr, nullptr, ext)) << "every output is optional";
     EXPECT_EQ(ext.str(), ".tga");
 
-    EXPECT_TRUE(SplitPath("/home/artist/model", alias, folder, name, ext));
-    EXPECT_EQ(alias.str(), "");
-    EXPECT_EQ(folder.str(), "\\home\\artist\\");
-    EXPECT_EQ(name.str(), "model");
-    EXPECT_EQ(ext.str(), "");
-
-    // A drive comes out where an alias would.
-    EXPECT_TRUE(SplitPath("C:\\dir.v1\\x", alias, folder, name, nullptr));
-    EXPECT_EQ(alias.str(), "C");
-    EXPECT_EQ(folder.str(), "\\dir.v1\\");
-    EXPECT_EQ(name.str(), "x");
-
-    // Every output is optional.
-    EXPECT_TRUE(SplitPath("DATA:x.tga", nullptr, nullptr, nullptr, ext));
-    EXPECT_EQ(ext.str(), ".tga");
+    PathBuf out("kept");
+    EXPECT_FALSE(SplitPath(std::string(300, 'a').c_str(), out, nullptr, nullptr, nullptr));
+    EXPECT_FALSE(GetFolder(std::string(300, 'a').c_str(), out));
+    // A name of 260 characters is accepted, but its file part alone does not fit a path buffer.
+    EXPECT_FALSE(SplitPath(std::string(260, 'b').c_str(), nullptr, nullptr, out, nullptr));
 }
 
 TEST(FilePathUtilSplit, SplitThenMakeGivesTheNormalisedName)
 {
-    const char* names[] = {"DATA:art\\units\\tank.tga",
-                           "data:art/x.tga",
-                           "\\home\\artist\\scene.max",
-                           "\\\\server\\share\\file.sgm",
-                           "TOOL:\\tmp\\x\\file",
-                           "file.tar.gz",
-                           "noext",
-                           "GENERIC:.hidden"};
-    for (const char* n : names)
+    for (const char* n :
+         {"DATA:art\\units\\tank.tga", "data:art/x.tga", "\\home\\artist\\scene.max",
+          "\\\\server\\share\\file.sgm", "TOOL:\\tmp\\x\\file", "file.tar.gz", "noext", "GENERIC:.hidden"})
     {
         PathBuf alias, folder, name, ext, out;
         ASSERT_TRUE(SplitPath(n, alias, folder, name, ext)) << n;
@@ -278,29 +199,6 @@ TEST(FilePathUtilSplit, SplitThenMakeGivesTheNormalisedName)
         Normalize(rest ? rest + 1 : expected.m_text);
         EXPECT_EQ(out.str(), expected.str()) << n;
     }
-}
-
-TEST(FilePathUtilSplit, MakePathAddsMissingSeparatorAndDot)
-{
-    PathBuf out;
-    EXPECT_TRUE(MakePath(out, "DATA", "art\\units", "tank", "tga"));
-    EXPECT_EQ(out.str(), "DATA:art\\units\\tank.tga");
-    EXPECT_TRUE(MakePath(out, "", nullptr, "tank", nullptr));
-    EXPECT_EQ(out.str(), "tank");
-    EXPECT_FALSE(MakePath(out, "DATA", std::string(250, 'f').c_str(), "tank", ".tga"));
-    EXPECT_EQ(out.str(), "tank");
-}
-
-TEST(FilePathUtilSplit, OverlongInputsFailCleanly)
-{
-    std::string tooLong(300, 'a');
-    PathBuf out("kept");
-    EXPECT_FALSE(SplitPath(tooLong.c_str(), out, nullptr, nullptr, nullptr));
-    EXPECT_FALSE(GetFolder(tooLong.c_str(), out));
-    EXPECT_FALSE(Copy(out, tooLong.c_str()));
-    // A name of 260 characters is accepted, but its file part alone does not fit a path buffer.
-    std::string wide(260, 'b');
-    EXPECT_FALSE(SplitPath(wide.c_str(), nullptr, nullptr, out, nullptr));
 }
 
 TEST(FilePathUtilCompare, CaseAndSeparatorBlind)
@@ -317,24 +215,17 @@ TEST(FilePathUtilCompare, CaseAndSeparatorBlind)
     EXPECT_EQ(FindNoCase(text, "tanks"), nullptr);
     EXPECT_EQ(FindNoCase(text, ""), text);
 
-    PathBuf up("data:Art\\x");
-    ToUpper(up);
-    EXPECT_EQ(up.str(), "DATA:ART\\X");
-    ToLower(up);
-    EXPECT_EQ(up.str(), "data:art\\x");
-}
-
-TEST(FilePathUtilCompare, WildcardSpecs)
-{
-    EXPECT_TRUE(MatchSpec("*.*", "noext"));
-    EXPECT_TRUE(MatchSpec("*.tga", "Tank.TGA"));
-    EXPECT_FALSE(MatchSpec("*.tga", "tank.tgax"));
-    EXPECT_TRUE(MatchSpec("t?nk*", "tank_hull.sgm"));
-    EXPECT_FALSE(MatchSpec("t?nk", "tnk"));
-    EXPECT_TRUE(MatchSpec("*a*b*c", "xxaxxbxxbc"));
-    EXPECT_FALSE(MatchSpec("*a*b*c", "xxaxxbxxb"));
-    EXPECT_TRUE(MatchSpec("*", ""));
-    EXPECT_FALSE(MatchSpec("", "x"));
-    EXPECT_TRUE(MatchSpec("TANK.SGM", "tank.sgm"));
+    const std::tuple<const char*, const char*, bool> specs[] = {{"*.*", "noext", true},
+                                                                {"*.tga", "Tank.TGA", true},
+                                                                {"*.tga", "tank.tgax", false},
+                                                                {"t?nk*", "tank_hull.sgm", true},
+                                                                {"t?nk", "tnk", false},
+                                                                {"*a*b*c", "xxaxxbxxbc", true},
+                                                                {"*a*b*c", "xxaxxbxxb", false},
+                                                                {"*", "", true},
+                                                                {"", "x", false},
+                                                                {"TANK.SGM", "tank.sgm", true}};
+    for (const auto& [spec, name, match] : specs)
+        EXPECT_EQ(MatchSpec(spec, name), match) << spec << " " << name;
 }
 } // namespace

@@ -4,51 +4,30 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include "support/tempfolder.h"
+
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 namespace
 {
 namespace fs = std::filesystem;
 
-// A fresh folder per test, removed afterwards.
 class OSFileTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/tq7z_osfile_XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        m_root = pattern;
-    }
-    void TearDown() override
-    {
-        fs::permissions(m_root, fs::perms::owner_all, fs::perm_options::add);
-        fs::remove_all(m_root);
-    }
-    std::string Path(const std::string& rel) const { return m_root + "/" + rel; }
-    void MakeFile(const std::string& rel, const std::string& text) const
-    {
-        fs::create_directories(fs::path(Path(rel)).parent_path());
-        std::ofstream(Path(rel), std::ios::binary) << text;
-    }
-    static std::string ReadAll(const std::string& path)
-    {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    }
-    std::string m_root;
+    std::string Path(const std::string& rel) const { return m_folder / rel; }
+    void MakeFile(const std::string& rel, const std::string& text) const { m_folder.Write(rel, text); }
+    static std::string ReadAll(const std::string& path) { return TempFolder::Read(path); }
+
+    TempFolder m_folder;
+    const std::string m_root = m_folder.Path();
 };
 
 TEST_F(OSFileTest, AttributesOfFilesAndFolders)
 {
     MakeFile("plain.txt", "x");
-    MakeFile("locked.txt", "x");
-    fs::permissions(Path("locked.txt"),
-                    fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
-                    fs::perm_options::remove);
+    m_folder.Write("locked.txt", "x", fs::perms(0444));
     EXPECT_EQ(OSFile::FileAttr(Path("plain.txt").c_str()), 0x302u);
     EXPECT_EQ(OSFile::FileAttr(Path("locked.txt").c_str()), 0x102u);
     EXPECT_EQ(OSFile::FileAttr(m_root.c_str()), 0x301u);
