@@ -1,6 +1,7 @@
 #include "exporter/consoleui.h"
 
 #include "exporter/sgmexportoptions.h"
+#include "storage/userpath.h"
 
 int ConsoleUI::OptionsDialog(SGMExportOptions& options)
 {
@@ -15,8 +16,10 @@ int ConsoleUI::OptionsDialog(SGMExportOptions& options)
 
 void ConsoleUI::ShowMessages(const std::vector<std::string>& cMessage)
 {
+    // Messages name the output in the system's form ("Unable to write 'TOOL:\\...'"); the console
+    // shows names as the user typed them.
     for (const std::string& message : cMessage)
-        std::fprintf(m_pErr, "%s\n", message.c_str());
+        std::fprintf(m_pErr, "%s\n", UserPath::InText(message.c_str()).c_str());
     std::fflush(m_pErr);
 }
 
@@ -24,7 +27,7 @@ void ConsoleUI::ListenerPrint(const char* text)
 {
     if (text == nullptr)
         return;
-    std::fputs(text, m_pOut);
+    std::fputs(UserPath::InText(text).c_str(), m_pOut);
     std::fflush(m_pOut);
 }
 

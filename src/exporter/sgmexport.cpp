@@ -20,6 +20,7 @@
 #include "storage/filepath_hd.h"
 #include "storage/filepathutil.h"
 #include "storage/osfile.h"
+#include "storage/userpath.h"
 
 #include <cmath>
 #include <cstdio>
@@ -228,7 +229,8 @@ int SGMExport::DoExport(const char* name, host::ExpInterface* /*ei*/, host::Inte
 bool SGMExport::InitExport(SGMExportOptions& options, const char* name, host::Interface* pInterface,
                            bool suppressPrompts)
 {
-    host::DebugPrint("Exporting File %s...\n", name);
+    // The name comes in the system's form; the log shows it as the user typed it.
+    host::DebugPrint("Exporting File %s...\n", UserPath::FromName(name).c_str());
     m_hInstance = GetModuleInstance();
     m_pInterface = pInterface;
 

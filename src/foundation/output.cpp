@@ -1,5 +1,7 @@
 #include "foundation/output.h"
 
+#include "foundation/debug.h"
+
 #include <cctype>
 #include <cstdarg>
 #include <cstdio>
@@ -25,9 +27,13 @@ int s_userCount = 0;
 DirectDispatcher s_direct;
 Dispatcher* s_pDispatcher = &s_direct;
 
-// Nobody listens: each line with a line end goes to standard error, cut to the buffer.
+// Nobody listens: the debugger's output channel. Its stand-in is standard error, written only
+// while a debugger is attached: a tool's user reads standard error for what went wrong, and lines
+// nobody asked for would hide it. Each line gets a line end and is cut to the buffer.
 void ConsoleOutput(const char* const* lines, uint32 count)
 {
+    if (!IsDebuggerPresent())
+        return;
     char buf[ConsoleLineBuffer];
     for (uint32 i = 0; i < count; ++i)
     {

@@ -11,7 +11,8 @@ using Listener = void (*)(const char* const* lines, uint32 count, uint32 channel
 
 constexpr int MaxListeners = 10;
 
-// Size of the buffer through which a line goes to standard error when nobody listens.
+// Size of the buffer through which a line goes to the debugger's output channel when nobody
+// listens. Its stand-in is standard error, written only while a debugger is attached.
 constexpr uint32 ConsoleLineBuffer = 0x400;
 
 class Dispatcher
@@ -34,7 +35,8 @@ public:
     void Flush() override {}
 };
 
-// Calls the listeners at once on the caller's thread; with no listener, lines go to standard error.
+// Calls the listeners at once on the caller's thread; with no listener, lines go to the debugger's
+// output channel.
 class DirectDispatcher final : public Dispatcher
 {
 public:
@@ -55,8 +57,8 @@ bool AddListener(Listener listener);
 bool RemoveListener(Listener listener);
 int GetUserCount();
 
-// Hands a batch to every listener on the calling thread, or to standard error when the table is
-// empty. The dispatchers end here; a dispatcher of another kind may call it too.
+// Hands a batch to every listener on the calling thread, or to the debugger's output channel when
+// the table is empty. The dispatchers end here; a dispatcher of another kind may call it too.
 void CallListeners(const char* const* lines, uint32 count, uint32 channel);
 
 // The letters of a channel code ("INV" for 0x494E56, "ANIM" for FourCC("ANIM")) into `out`.

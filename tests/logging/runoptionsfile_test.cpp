@@ -1,6 +1,5 @@
 #include "foundation/output.h"
 #include "foundation/runoptions.h"
-#include "logging/consolelistener.h"
 #include "logging/runoptionsfile.h"
 #include "logging/tempfolder.h"
 
@@ -43,17 +42,4 @@ TEST(RunOptionsFile, MissingOrUnreadableFileGivesNoOptions)
     EXPECT_TRUE(RunOptions::LoadFile((folder / "other.cfg").c_str()));
     EXPECT_EQ(RunOptions::GetText(), "nodbg");
     RunOptions::Clear();
-}
-
-TEST(ConsoleListener, PrintsEveryLineToStandardErrorWithItsChannel)
-{
-    ASSERT_TRUE(dbg::AddConsoleListener());
-    EXPECT_FALSE(dbg::AddConsoleListener()) << "once only";
-    testing::internal::CaptureStderr();
-    dbTracef("one\ntwo");
-    dbTagf(FourCC("ANIM"), "tagged");
-    const std::string err = testing::internal::GetCapturedStderr();
-    EXPECT_TRUE(dbg::RemoveConsoleListener());
-    EXPECT_FALSE(dbg::RemoveConsoleListener());
-    EXPECT_EQ(err, "one\ntwo\nANIM: tagged\n");
 }
