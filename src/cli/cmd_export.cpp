@@ -1,6 +1,7 @@
 // tq7z export SCENE OUT.sgm: runs the scene exporter on a scene file as the host's export would,
 // with the options dialog's check boxes as flags, and writes OUT.sgm and its log file.
 #include "cli/command.h"
+#include "cli/outputfile.h"
 
 #include "exporter/consoleui.h"
 #include "exporter/sgmexport.h"
@@ -24,6 +25,12 @@ struct ExportArgs
 
 int RunExportCommand(const ExportArgs& args)
 {
+    // The exporter writes a .sgm file: given another extension it would write OUT.sgm, a file the
+    // user never named.
+    if (!cli::CheckOutputExtension("export", args.outFile, {".sgm"}))
+        return 2;
+    if (!cli::CheckOutputFolder("export", args.outFile))
+        return 1;
     std::unique_ptr<scene::Scene> pScene;
     try
     {
@@ -42,13 +49,6 @@ int RunExportCommand(const ExportArgs& args)
     {
         std::fprintf(stderr, "export: %s: the name is longer than %zu characters\n", outName.c_str(),
                      FilePathUtil::MAXPATH - 1);
-        return 1;
-    }
-    if (outName.find('.') == std::string::npos)
-    {
-        std::fprintf(stderr,
-                     "export: %s: the name needs an extension (.sgm); the log is named from its first '.'\n",
-                     outName.c_str());
         return 1;
     }
     // The log opens before the export makes the output's folders: make them first, so that a
@@ -88,7 +88,8 @@ cli::CommandRegistrar s_export(
             "standard error at the end.\n"
             "\n"
             "Exit status: 0 when the file was written or there was nothing to write, 1 when the scene\n"
-            "could not be read or any error was reported (the .sgm may exist even then).");
+            "could not be read, OUT's folder cannot be written or any error was reported (the .sgm may\n"
+            "exist even then), 2 when OUT does not end in .sgm.");
         sub->add_option("SCENE", pArgs->sceneFile, "Scene file (JSON)")->required();
         sub->add_option("OUT", pArgs->outFile, "Model file to write (.sgm)")->required();
         sub->add_flag("--no-meshes", pArgs->flags.noMeshes,

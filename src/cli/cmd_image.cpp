@@ -2,6 +2,7 @@
 // file holds, and conversion between image files and the chunk form, DXT encoding and decoding
 // included.
 #include "cli/command.h"
+#include "cli/outputfile.h"
 #include "cli/toolalias.h"
 
 #include "image/imageload.h"
@@ -11,6 +12,7 @@
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
 #include "storage/filepathutil.h"
+#include "storage/userpath.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -194,7 +196,8 @@ bool SaveChunkFile(const std::string& file, const Image& image)
     }
     catch (const std::exception& e)
     {
-        std::fprintf(stderr, "tq7z image convert: %s: %s\n", file.c_str(), e.what());
+        std::fprintf(stderr, "tq7z image convert: %s: %s\n", file.c_str(),
+                     UserPath::InText(e.what()).c_str());
         return false;
     }
     return true;
@@ -202,6 +205,8 @@ bool SaveChunkFile(const std::string& file, const Image& image)
 
 int RunConvert(const std::string& in, const std::string& out, int type, bool mips)
 {
+    if (!cli::CheckOutputExtension("image convert", out, {".tga", ".jpg", ".dds", ".img"}))
+        return 2;
     if (type != IMAGETYPE_ASFILE && !Image::IsValidType(type))
     {
         std::fprintf(
@@ -209,6 +214,8 @@ int RunConvert(const std::string& in, const std::string& out, int type, bool mip
             type);
         return 1;
     }
+    if (!cli::CheckOutputFolder("image convert", out))
+        return 1;
     ToolAlias tool;
     int sourceFormat = SOURCEFORMAT_OTHER;
     std::unique_ptr<Image> pImage = LoadAny("convert", in, &sourceFormat);
@@ -275,7 +282,8 @@ cli::CommandRegistrar s_image(
         convert->footer(
             "IN is any file `image info` reads. OUT is written by its extension: .tga (types 0 and 7),\n"
             ".jpg (converted to RGB888, quality 100), .dds (types 8, 10, 11 with power-of-two sides), or\n"
-            ".img, a chunk file holding one IMAG folder named after IN (any type but 4, 5 and 6).\n"
+            ".img, a chunk file holding one IMAG folder named after IN (any type but 4, 5 and 6); any\n"
+            "other extension is a usage error (exit 2) and nothing is read or written.\n"
             "--type converts first (12 keeps the type of IN); the pairs handled are: to 0 from 1, 2, 4, 5,\n"
             "6, 7, 8, 10, 11; to 1 from 2; to 2 from 0 and 7; to 6 and 7 from 0; to 8, 10, 11 (DXT1, DXT3,\n"
             "DXT5, encoded on all cores) from any type. --mips builds the mip chain (on 32-bit pixels)\n"

@@ -3,6 +3,7 @@
 // a shared shader file .vds), writing a model again in the generic, intermediate or final form, and
 // comparing two models by content.
 #include "cli/command.h"
+#include "cli/outputfile.h"
 #include "cli/toolalias.h"
 
 #include "inventory/warehouse.h"
@@ -22,6 +23,7 @@
 #include "storage/chunky.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
+#include "storage/userpath.h"
 
 #include <nlohmann/json.hpp>
 
@@ -518,7 +520,8 @@ LoadedModel LoadModel(const std::string& command, const std::string& file, const
     catch (const std::exception& e)
     {
         loaded.pModel.reset();
-        std::fprintf(stderr, "tq7z model %s: %s: %s\n", command.c_str(), file.c_str(), e.what());
+        std::fprintf(stderr, "tq7z model %s: %s: %s\n", command.c_str(), file.c_str(),
+                     UserPath::InText(e.what()).c_str());
     }
     Inv::Warehouse::Get()->PopFrame();
     return loaded;
@@ -595,6 +598,8 @@ int RunConvert(const std::string& in, const std::string& out, const ConvertOptio
                      out.c_str());
         return 2;
     }
+    if (!cli::CheckOutputFolder("model convert", out))
+        return 1;
     ModelSession session(options.genericFolder);
     if (!session.IsReady())
     {

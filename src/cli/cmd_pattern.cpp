@@ -1,11 +1,13 @@
 // tq7z pattern info FILE.tqp [--json] and tq7z pattern build TEXTURE [--scheme NAME] OUT.tqp: what a
 // team colour pattern holds, and a pattern made from the companion images of a texture.
 #include "cli/command.h"
+#include "cli/outputfile.h"
 #include "cli/toolalias.h"
 #include "storage/bytestream.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
 #include "storage/filepathutil.h"
+#include "storage/userpath.h"
 #include "teamcolour/pattern.h"
 #include "teamcolour/patternexport.h"
 
@@ -112,11 +114,8 @@ int RunInfo(const std::string& file, bool json)
 
 int RunBuild(const std::string& texture, const std::string& scheme, const std::string& out)
 {
-    if (!IsTqpName(out))
-    {
-        std::fprintf(stderr, "tq7z pattern build: the output '%s' must end in .tqp\n", out.c_str());
+    if (!cli::CheckOutputExtension("pattern build", out, {".tqp"}))
         return 2;
-    }
     if (scheme.empty() || scheme.size() >= Pattern::SCHEME_LENGTH ||
         scheme.find_first_of("\\/:") != std::string::npos)
     {
@@ -125,6 +124,8 @@ int RunBuild(const std::string& texture, const std::string& scheme, const std::s
                      scheme.c_str(), Pattern::SCHEME_LENGTH - 1);
         return 2;
     }
+    if (!cli::CheckOutputFolder("pattern build", out))
+        return 1;
     PatternSession session;
     const std::string textureName = PatternSession::Name(texture);
     if (FilePath::FileType(textureName.c_str()) != 1)
@@ -139,7 +140,7 @@ int RunBuild(const std::string& texture, const std::string& scheme, const std::s
     }
     catch (const std::exception& e)
     {
-        std::fprintf(stderr, "tq7z pattern build: %s%s", e.what(),
+        std::fprintf(stderr, "tq7z pattern build: %s%s", UserPath::InText(e.what()).c_str(),
                      std::strchr(e.what(), '\n') != nullptr ? "" : "\n");
         return 1;
     }

@@ -18,6 +18,7 @@
 #include "storage/chunky.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
+#include "storage/userpath.h"
 
 #include <nlohmann/json.hpp>
 
@@ -91,7 +92,7 @@ std::unique_ptr<RenderModel> LoadModel(const std::string& file)
     }
     catch (const std::exception& e)
     {
-        std::fprintf(stderr, "tq7z model pose: %s: %s\n", file.c_str(), e.what());
+        std::fprintf(stderr, "tq7z model pose: %s: %s\n", file.c_str(), UserPath::InText(e.what()).c_str());
     }
     return nullptr;
 }

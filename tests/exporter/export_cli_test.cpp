@@ -150,8 +150,8 @@ TEST(ExportCommand, UnreadableSceneOrBadNameFailsBeforeAnyExport)
     EXPECT_FALSE(std::filesystem::exists(folder / "a.log"));
 
     run = RunTool({"export", s_scout + "idle.json", folder / "noextension"});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("the name needs an extension"), std::string::npos) << run.err;
+    EXPECT_EQ(run.status, 2);
+    EXPECT_NE(run.err.find("writes .sgm, not a name without extension"), std::string::npos) << run.err;
 
     run = RunTool({"export", s_scout + "idle.json"});
     EXPECT_NE(run.status, 0);

@@ -72,7 +72,7 @@ TEST(PatternCommand, FailuresExitWithTheirMessages)
     } cases[] = {
         {{"pattern", "info", temp / "missing.tqp"}, 1, "does not load as a team colour pattern"},
         {{"pattern", "info", texture}, 2, "is no .tqp file"},
-        {{"pattern", "build", texture, temp / "x.tga"}, 2, "must end in .tqp"},
+        {{"pattern", "build", texture, temp / "x.tga"}, 2, "writes .tqp, not '.tga'"},
         {{"pattern", "build", texture, "--scheme", std::string(32, 's'), out}, 2, "the scheme"},
         {{"pattern", "build", temp / "none.tga", out}, 1, "does not exist"},
     };
