@@ -6,11 +6,10 @@
 
 #include "burnconfig/configload.h"
 #include "burner/burner.h"
+#include "burner/burnercommand.h"
 #include "foundation/debug.h"
-#include "inventory/warehouse.h"
 #include "pipeline/fullpath.h"
 #include "pipeline/pipeline.h"
-#include "render/device.h"
 #include "revcontrol/revcontrolapi.h"
 #include "storage/bytestream.h"
 #include "storage/filepath.h"
@@ -274,12 +273,7 @@ int RunReset(const EditOptions& options)
         });
 }
 
-// The revision control of a burn command, from its set-up to its tear-down.
-std::unique_ptr<RevControlAPI> s_RevCtrl;
-
-// What a burn command sets up, taken down in the order the tools take it down: inventory,
-// device, burner, revision control, the aliases, the pipeline. Each failure of the set-up throws
-// the burner's text for it.
+// What a burn command sets up (BurnerCommand), taken down when the command ends.
 class BurnerCommandScope
 {
 public:
@@ -290,63 +284,18 @@ public:
 
     void SetUp(const std::string& file)
     {
-        if (!dbAssert(s_RevCtrl == nullptr))
-            s_RevCtrl.reset();
-        // The result is not tested: a file outside every project fails at the next step.
-        Pipeline::Initialize(file.c_str());
-        m_pipeline = Pipeline::IsInitialized();
-        if (!m_pipeline || Pipeline::ProjectFromPath(file.c_str(), DataGeneric) == nullptr)
-            throw std::runtime_error("Burner: Unable to find associated project.\n");
-        m_tool = FilePath::AddAlias("TOOL", "HD", 99, std::make_shared<FilePathHDRaw>());
-        if (!m_tool)
-            throw std::runtime_error("Burner: Unable to add Tool alias\n");
-        char toolsData[FilePathUtil::MAXPATH];
-        if (!Pipeline::GetPath("Global", "ToolsData", toolsData, sizeof(toolsData)))
-            throw std::runtime_error("Burner: 'ToolsData' not listed under [Global] in pipeline.ini\n");
-        std::shared_ptr<FilePathHD> pToolsData =
-            FilePathHD::Create(toolsData, ByteStream::Mode_Read, false, false);
-        m_data = pToolsData && FilePath::AddAlias("DATA", "Tools Data", 400, pToolsData);
-        if (!m_data)
-            throw std::runtime_error("Burner: Unable to add Tools Data alias\n");
-        char burnerPath[FilePathUtil::MAXPATH];
-        if (!Pipeline::GetPath("burner", "burnerPath", burnerPath, sizeof(burnerPath)))
-            throw std::runtime_error("Burner: 'burnerPath' not listed under [burner] in pipeline.ini\n");
-        char port[256];
-        if (!Pipeline::GetString("p4", "RevControlPort", port, sizeof(port)))
-            throw std::runtime_error("Burner: 'RevControlPort' not listed under [p4] in pipeline.ini\n");
-        s_RevCtrl = RevControlAPI::Create(port, RevisionControlP4OrLocal);
-        m_burner = Burner::Initialize(burnerPath);
-        if (!m_burner)
-            throw std::runtime_error("Burner: Unable to set up the burner.\n");
-        m_device = fr::Interface::CreateDevice({}) != nullptr;
-        m_inventory = Inv::Warehouse::Create();
+        m_setUp = true;
+        BurnerCommand::SetUp(file);
     }
-
     void TearDown()
     {
-        if (m_inventory)
-            Inv::Warehouse::Destroy();
-        if (m_device)
-            fr::Interface::DestroyDevice();
-        if (m_burner)
-            Burner::Shutdown();
-        s_RevCtrl.reset();
-        if (m_tool)
-            FilePath::RemoveAlias("TOOL", "HD");
-        if (m_data)
-            FilePath::RemoveAlias("DATA", "Tools Data");
-        if (m_pipeline)
-            Pipeline::Shutdown();
-        m_inventory = m_device = m_burner = m_tool = m_data = m_pipeline = false;
+        if (m_setUp)
+            BurnerCommand::TearDown();
+        m_setUp = false;
     }
 
 private:
-    bool m_pipeline = false;
-    bool m_tool = false;
-    bool m_data = false;
-    bool m_burner = false;
-    bool m_device = false;
-    bool m_inventory = false;
+    bool m_setUp = false;
 };
 
 // Progress of a burn on standard error, from the burner's "done/total name" records: a bar redrawn
@@ -424,7 +373,8 @@ int RunBurnCommand(const std::string& typed, bool force, bool json)
     {
         scope.SetUp(file);
         int changelist = 0;
-        if (!s_RevCtrl || !s_RevCtrl->FindOrCreateChangelist(s_changelistDescription, changelist))
+        RevControlAPI* pRevCtrl = BurnerCommand::GetRevCtrl();
+        if (pRevCtrl == nullptr || !pRevCtrl->FindOrCreateChangelist(s_changelistDescription, changelist))
             throw std::runtime_error("Burner: Unable to create changelist\n");
         const bool burned = BurnWithProgress(uint32(changelist), file, force, filesBurned, results);
         // The records come first, also after a failure.

@@ -1,6 +1,8 @@
 // tq7z p4 openoradd|status FILE: opens or adds a file in the pending changelist "SGM Export Changes",
 // or tells the state of a file, through Perforce when its server answers and on the disk alone when not.
+// tq7z p4 reset: the script command that clears what tq7z_p4_openoradd left half done.
 #include "cli/command.h"
+#include "cli/scriptcommand.h"
 
 #include "pipeline/fullpath.h"
 #include "pipeline/pipeline.h"
@@ -168,5 +170,11 @@ cli::CommandRegistrar s_p4(
             "revision control. Local mode: 0 writable, 1 read-only, 3 missing or a folder.");
         AddFileOptions(status, *statusOptions);
         status->callback([statusOptions, &exitCode] { exitCode = RunStatus(*statusOptions); });
+
+        CLI::App* reset = p4->add_subcommand(
+            "reset", "Take down what tq7z_p4_openoradd left set up (tq7z_p4_reset): its revision control and\n"
+                     "the pipeline. In a script it clears a command left half done; in a fresh process there\n"
+                     "is nothing to clear, and the pipeline's shut-down reports an assertion.");
+        reset->callback([&exitCode] { exitCode = cli::CallPrimitive("tq7z_p4_reset", {}); });
     });
 } // namespace
