@@ -6,6 +6,7 @@
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
 #include "storage/ramstream.h"
+#include "support/chunkbytes.h"
 #include "support/chunkmemory.h"
 
 #include <cstring>
@@ -45,26 +46,7 @@ private:
 using ::ChunkReader;
 using ::ChunkWriter;
 
-// Payload bytes built by hand, little-endian as the files store them.
-struct Bytes
-{
-    Bytes& I32(int32 v) { return Raw(&v, 4); }
-    Bytes& U32(uint32 v) { return Raw(&v, 4); }
-    Bytes& F32(float v) { return Raw(&v, 4); }
-    Bytes& U8(uint8 v) { return Raw(&v, 1); }
-    Bytes& Str(const std::string& s)
-    {
-        U32(uint32(s.size()));
-        m_data += s;
-        return *this;
-    }
-    Bytes& Raw(const void* p, size_t n)
-    {
-        m_data.append(static_cast<const char*>(p), n);
-        return *this;
-    }
-    std::string m_data;
-};
+using ::Bytes;
 
 // A chunk file of folders and data chunks built by hand, with the container's own writer, so
 // that the payloads are exactly the bytes given.

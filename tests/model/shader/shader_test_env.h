@@ -9,6 +9,7 @@
 #include "storage/bytestreamadapter.h"
 #include "storage/chunky.h"
 #include "storage/ramstream.h"
+#include "support/chunkbytes.h"
 #include "support/chunkmemory.h"
 
 #include <cstring>
@@ -56,17 +57,15 @@ using Reader = ChunkReader;
 // Chunk files built by hand, byte by byte.
 inline std::string U32(uint32 v)
 {
-    return std::string(reinterpret_cast<const char*>(&v), 4);
+    return Bytes().U32(v);
 }
 inline std::string FileHeader()
 {
-    return std::string("Vardo Chunky\r\n\x1a\0", 16) + U32(1) + U32(1);
+    return ChunkFileHeader();
 }
 inline std::string Chunk(const char* type, const char* id, uint32 version, const std::string& payload,
                          const char* name = nullptr)
 {
-    const size_t length = name != nullptr && name[0] != '\0' ? std::strlen(name) + 1 : 0;
-    return std::string(type, 4) + std::string(id, 4) + U32(version) + U32(uint32(payload.size())) +
-           U32(uint32(length)) + std::string(name != nullptr ? name : "", length) + payload;
+    return ChunkBytes(type, id, version, payload, name);
 }
 } // namespace model_test

@@ -136,15 +136,4 @@ inline std::unique_ptr<RenderModel> BuildFinalWalker(const WalkerOptions& option
     return pModel;
 }
 
-// The children of the root folder of a file, as "ID:name".
-inline std::vector<std::string> RootChildren(const std::string& file, uint32 rootId, uint32 version)
-{
-    model_test::Reader r(file);
-    r.m_pChunky->ReadFolderChunk(rootId, version);
-    std::vector<std::string> c;
-    ChunkInfo info;
-    while (r.m_pChunky->NextChunk(info))
-        c.push_back(IdText(info.id) + ":" + info.name.c_str());
-    return c;
-}
 } // namespace final_test

@@ -34,16 +34,9 @@ private:
 std::string Channel(int32 n, int32 method, uint32 colour, const std::string& texture)
 {
     const fr::Matrix44 transform = Counting(float(n)), transform2 = Counting(float(n) + 50.0f);
-    return Bytes()
-        .I32(n)
-        .I32(method)
-        .U32(colour)
-        .Str(texture)
-        .I32(n + 1)
-        .I32(n + 2)
-        .I32(n + 3)
-        .Raw(&transform, sizeof(transform))
-        .Raw(&transform2, sizeof(transform2));
+    Bytes b;
+    b.I32(n).I32(method).U32(colour).Str(texture).I32(n + 1).I32(n + 2).I32(n + 3);
+    return b.Raw(&transform, sizeof(transform)).Raw(&transform2, sizeof(transform2));
 }
 
 // A "SHDR" folder whose six channels carry `textures` (empty for none), blend (6, 7) and the

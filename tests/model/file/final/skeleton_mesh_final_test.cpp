@@ -21,22 +21,9 @@ std::string BoneBytes(const char* name, int32 parent, float y)
 std::string SkinnedMeshGroup(const char* bone)
 {
     ra::OBB box;
-    const std::string data = Bytes()
-                                 .U32(0)
-                                 .U8(1)
-                                 .I32(1)
-                                 .I32(0)
-                                 .I32(1)
-                                 .Str(bone)
-                                 .U32(0)
-                                 .I32(3)
-                                 .U32(1u << fr::VC_Position)
-                                 .Floats({0, 0, 0, 1, 0, 0, 0, 1, 0})
-                                 .I32(0)
-                                 .I32(0)
-                                 .I32(0)
-                                 .I32(0)
-                                 .I32(0);
+    Bytes data;
+    data.U32(0).U8(1).I32(1).I32(0).I32(1).Str(bone).U32(0).I32(3).U32(1u << fr::VC_Position);
+    data.Floats({0, 0, 0, 1, 0, 0, 0, 1, 0}).I32(0).I32(0).I32(0).I32(0).I32(0);
     return Folder("MSGR", 1,
                   Folder("MSLC", 1,
                          Data("DATA", 2, data) + Data("BVOL", 2, Bytes().U8(1).Raw(&box, sizeof(box))),
@@ -82,14 +69,10 @@ TEST(FinalSkeleton, HandBuiltSkeletonReadsAndBrokenOnesFailTheModel)
         {{"root", -1, {0, 0, 0}, ra::Quat()}, {"arm", 0, {1, 2, 3}, ra::QuatFromAxisAngle({0, 1, 0}, 0.5f)}});
     const std::string file =
         WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { SkeletonLoadFinal::Save(c, a, *pSkeleton); });
-    EXPECT_EQ(file.substr(FileHeader().size()), Data("SKEL", 5,
-                                                     Bytes()
-                                                         .I32(2)
-                                                         .Add(BoneBytes("root", -1, 0))
-                                                         .Str("arm")
-                                                         .I32(0)
-                                                         .Vec3(1, 2, 3)
-                                                         .Raw(&pSkeleton->GetBone(1)->GetRotation(), 16)));
+    Bytes want;
+    want.I32(2).Add(BoneBytes("root", -1, 0)).Str("arm").I32(0).Vec3(1, 2, 3);
+    want.Raw(&pSkeleton->GetBone(1)->GetRotation(), 16);
+    EXPECT_EQ(file.substr(FileHeader().size()), Data("SKEL", 5, want));
 }
 
 TEST(FinalSkeleton, SkinBoneMissingIsLoggedWithTheModelAndTakesBoneZero)

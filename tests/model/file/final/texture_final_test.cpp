@@ -14,6 +14,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 using model_test::Chunk;
@@ -331,83 +332,22 @@ TEST(TextureLoadFinal, WriterSettingsDecideTheHeadAndImages)
         uint32 wantFormat;
         std::vector<Written::Attr> want;
     };
+    const fr::PixelFormat argb = fr::PF_A8R8G8B8;
+    // clang-format off
     const Case cases[] = {
-        {"all levels, one image each",
-         8,
-         4,
-         fr::PF_A8R8G8B8,
-         0,
-         true,
-         0,
-         fr::PF_A8R8G8B8,
-         {{0, 8, 8, 1}, {0, 4, 4, 1}, {0, 2, 2, 1}, {0, 1, 1, 1}}},
-        {"mipsToSkip 9 on 4 levels writes only the last",
-         8,
-         4,
-         fr::PF_A8R8G8B8,
-         9,
-         true,
-         0,
-         fr::PF_A8R8G8B8,
-         {{0, 1, 1, 1}}},
-        {"without all mips the first level alone",
-         8,
-         4,
-         fr::PF_A8R8G8B8,
-         1,
-         false,
-         0,
-         fr::PF_A8R8G8B8,
-         {{0, 4, 4, 1}}},
-        {"useDXTC 5 with all mips gives one image of every level",
-         8,
-         4,
-         fr::PF_A8R8G8B8,
-         0,
-         true,
-         5,
-         fr::PF_DXT5,
-         {{11, 8, 8, 4}}},
-        {"useDXTC 1 without all mips still holds the levels below",
-         16,
-         5,
-         fr::PF_A8R8G8B8,
-         1,
-         false,
-         1,
-         fr::PF_DXT1,
-         {{8, 8, 8, 4}}},
-        {"useDXTC 3 skips no further than 4 pixels a side",
-         16,
-         5,
-         fr::PF_A8R8G8B8,
-         3,
-         true,
-         3,
-         fr::PF_DXT3,
-         {{10, 4, 4, 3}}},
-        {"a compressed texture stays compressed",
-         8,
-         4,
-         fr::PF_DXT3,
-         0,
-         true,
-         0,
-         fr::PF_DXT3,
-         {{10, 8, 8, 4}}},
+        {"all levels, one image each", 8, 4, argb, 0, true, 0, argb, {{0, 8, 8, 1}, {0, 4, 4, 1}, {0, 2, 2, 1}, {0, 1, 1, 1}}},
+        {"mipsToSkip 9 on 4 levels writes only the last", 8, 4, argb, 9, true, 0, argb, {{0, 1, 1, 1}}},
+        {"without all mips the first level alone", 8, 4, argb, 1, false, 0, argb, {{0, 4, 4, 1}}},
+        {"useDXTC 5 with all mips gives one image of every level", 8, 4, argb, 0, true, 5, fr::PF_DXT5, {{11, 8, 8, 4}}},
+        {"useDXTC 1 without all mips still holds the levels below", 16, 5, argb, 1, false, 1, fr::PF_DXT1, {{8, 8, 8, 4}}},
+        {"useDXTC 3 skips no further than 4 pixels a side", 16, 5, argb, 3, true, 3, fr::PF_DXT3, {{10, 4, 4, 3}}},
+        {"a compressed texture stays compressed", 8, 4, fr::PF_DXT3, 0, true, 0, fr::PF_DXT3, {{10, 8, 8, 4}}},
         {"a compressed texture recoded", 8, 4, fr::PF_DXT1, 0, false, 5, fr::PF_DXT5, {{11, 8, 8, 4}}},
-        {"below 4 pixels a side compression is left out",
-         2,
-         2,
-         fr::PF_A8R8G8B8,
-         0,
-         true,
-         1,
-         fr::PF_A8R8G8B8,
-         {{0, 2, 2, 1}, {0, 1, 1, 1}}},
-        {"16-bit levels widen to 32 bits", 4, 1, fr::PF_R5G6B5, 0, true, 0, fr::PF_A8R8G8B8, {{0, 4, 4, 1}}},
+        {"below 4 pixels a side compression is left out", 2, 2, argb, 0, true, 1, argb, {{0, 2, 2, 1}, {0, 1, 1, 1}}},
+        {"16-bit levels widen to 32 bits", 4, 1, fr::PF_R5G6B5, 0, true, 0, argb, {{0, 4, 4, 1}}},
         {"luminance stays luminance", 4, 3, fr::PF_L8, 1, true, 0, fr::PF_L8, {{1, 2, 2, 1}, {1, 1, 1, 1}}},
     };
+    // clang-format on
     Env env;
     for (const Case& c : cases)
     {
@@ -419,12 +359,9 @@ TEST(TextureLoadFinal, WriterSettingsDecideTheHeadAndImages)
         EXPECT_TRUE(w.cOther.empty());
         ASSERT_EQ(w.cImage.size(), c.want.size());
         for (size_t i = 0; i < c.want.size(); ++i)
-        {
-            EXPECT_EQ(w.cImage[i].type, c.want[i].type) << i;
-            EXPECT_EQ(w.cImage[i].w, c.want[i].w) << i;
-            EXPECT_EQ(w.cImage[i].h, c.want[i].h) << i;
-            EXPECT_EQ(w.cImage[i].mips, c.want[i].mips) << i;
-        }
+            EXPECT_EQ(std::tie(w.cImage[i].type, w.cImage[i].w, w.cImage[i].h, w.cImage[i].mips),
+                      std::tie(c.want[i].type, c.want[i].w, c.want[i].h, c.want[i].mips))
+                << i;
     }
 }
 

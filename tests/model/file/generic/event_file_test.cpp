@@ -33,27 +33,7 @@ struct Inventory
 };
 
 // A scratch folder mounted as "DATA:", where ".events" files live.
-struct DataFolder
-{
-    DataFolder()
-    {
-        char pattern[] = "/tmp/tq7z_events_XXXXXX";
-        root = mkdtemp(pattern);
-        FilePath::AddAlias("DATA", "test", 100,
-                           FilePathHD::Create(root.c_str(), ByteStream::Mode_Both, false, false));
-    }
-    ~DataFolder()
-    {
-        FilePath::Reset();
-        std::filesystem::remove_all(root);
-    }
-    void Write(const std::string& rel, const std::string& bytes) const
-    {
-        std::filesystem::create_directories(std::filesystem::path(root + "/" + rel).parent_path());
-        std::ofstream(root + "/" + rel, std::ios::binary) << bytes;
-    }
-    std::string root;
-};
+using DataFolder = generic_test::MountedFolder;
 
 ra::EventData* NewEvent(const char* name, std::initializer_list<std::pair<const char*, const char*>> params)
 {
@@ -102,15 +82,12 @@ TEST(EventChunks, ListRoundTripsAndSecondWriteIsTheSame)
 TEST(EventChunks, HandBuiltChunkNormalisesNamesAndDropsNamelessParams)
 {
     Inventory inventory;
-    const std::string file =
-        HandFile()
-            .Folder("EVCT", 1)
-            .Data("EVNT", 3, "c:\\ART\\Events\\Boom.events",
-                  Bytes().I32(3).Str("fx").Str("big").Str("").Str("lost").Str("SOUND").Str("bang"))
-            .Data("ZZZZ", 1, "unknown", Bytes().I32(0))
-            .Data("EVNT", 2, "Plain", Bytes().I32(0))
-            .End()
-            .Contents();
+    HandFile hand;
+    hand.Folder("EVCT", 1).Data(
+        "EVNT", 3, "c:\\ART\\Events\\Boom.events",
+        Bytes().I32(3).Str("fx").Str("big").Str("").Str("lost").Str("SOUND").Str("bang"));
+    hand.Data("ZZZZ", 1, "unknown", Bytes().I32(0)).Data("EVNT", 2, "Plain", Bytes().I32(0));
+    const std::string file = hand.End().Contents();
     ChunkReader reader(file);
     ra::EventList list;
     LogCapture log;
@@ -168,7 +145,7 @@ TEST(EventChunks, EmptyListWritesNothing)
 TEST(EventFiles, SavedFileLoadsUnderItsNormalisedName)
 {
     Inventory inventory;
-    DataFolder folder;
+    DataFolder folder("DATA");
     ra::EventList list;
     list.AddEvent(Inv::Warehouse::Get()->Add(NewEvent("anything", {{"fx", "spark"}})));
     ASSERT_TRUE(EventLoadGeneric::Save("art/events/spark", list));
@@ -183,7 +160,7 @@ TEST(EventFiles, SavedFileLoadsUnderItsNormalisedName)
 
 TEST(EventFiles, MissingDamagedAndEmptyFilesAreLoggedNotThrown)
 {
-    DataFolder folder;
+    DataFolder folder("DATA");
     folder.Write("art/events/broken.events", OneEventFile("b", Bytes().I32(5)));
     folder.Write("art/events/garbage.events", "this is not a chunk file");
     folder.Write("art/events/empty.events", HandFile().Folder("EVCT", 1).End().Contents());
@@ -212,7 +189,7 @@ TEST(EventFileDatabase, LoadsOnceThroughTheInventoryAndRemembersFailures)
 {
     generic_test::RegisteredLoaders loaders;
     Inventory inventory;
-    DataFolder folder;
+    DataFolder folder("DATA");
     folder.Write("art/events/jump.events",
                  OneEventFile("jump", Bytes().I32(1).Str("sound").Str("art/sound/jump")));
     EventFileDatabase::Create();
@@ -221,7 +198,7 @@ TEST(EventFileDatabase, LoadsOnceThroughTheInventoryAndRemembersFailures)
         ASSERT_TRUE(jump.IsValid());
         EXPECT_STREQ(jump->FindParam(ra::MakeName("sound")), "art/sound/jump");
         // The same event by another spelling, without a second load.
-        std::filesystem::remove(folder.root + "/art/events/jump.events");
+        std::filesystem::remove(folder.Path() + "/art/events/jump.events");
         EXPECT_EQ(EventFileDatabase::i()->GetEvent("art/events/jump").Get(), jump.Get());
         EXPECT_EQ(Inv::Warehouse::Get()->GetCount(ra::EventData::GetTypeInfo()), 1u);
 

@@ -42,7 +42,7 @@ uint32 WordAt(const std::string& file, size_t at)
 }
 
 // The chunks under the root folder, headers included, by "ID:name".
-std::map<std::string, std::string> RootChildren(const std::string& file)
+std::map<std::string, std::string> RootChunkBytes(const std::string& file)
 {
     std::map<std::string, std::string> cChunk;
     const size_t root = Chunky::FileHeaderSize;
@@ -145,7 +145,7 @@ TEST(GenericInterm, AFileOfTheWriterReadsAndWritesAgainByteForByte)
 {
     ModelEnv e;
     const std::string file = WriteWalkerInterm();
-    ASSERT_EQ(RootChildren(file).count("ANIM:sway"), 1u);
+    ASSERT_EQ(RootChunkBytes(file).count("ANIM:sway"), 1u);
 
     Inv::Warehouse::Get()->PushFrame("read");
     LogCapture log;
@@ -196,7 +196,7 @@ TEST(GenericInterm, AModelChangedAfterTheReadWritesItsNewData)
 {
     ModelEnv e;
     const std::string file = WriteWalkerInterm();
-    const std::map<std::string, std::string> cBefore = RootChildren(file);
+    const std::map<std::string, std::string> cBefore = RootChunkBytes(file);
 
     Inv::Warehouse::Get()->PushFrame("read");
     std::unique_ptr<RenderModel> pRead = ReadModel(file);
@@ -222,7 +222,7 @@ TEST(GenericInterm, AModelChangedAfterTheReadWritesItsNewData)
     pRead.reset();
     Inv::Warehouse::Get()->PopFrame();
 
-    const std::map<std::string, std::string> cAfter = RootChildren(changed);
+    const std::map<std::string, std::string> cAfter = RootChunkBytes(changed);
     ASSERT_EQ(cAfter.size(), cBefore.size());
     EXPECT_TRUE(cAfter.at("SKEL:") != cBefore.at("SKEL:"));
     EXPECT_TRUE(cAfter.at("ANIM:idle") != cBefore.at("ANIM:idle"));

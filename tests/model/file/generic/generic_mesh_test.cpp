@@ -91,19 +91,6 @@ std::vector<uint16> IndicesOf(const ra::Mesh& mesh, int32 primSet)
     return c;
 }
 
-int CodeOf(const std::function<void()>& load)
-{
-    try
-    {
-        load();
-    }
-    catch (const Chunky::Exception& e)
-    {
-        return int(e.GetCode());
-    }
-    return -1;
-}
-
 std::string Indices(std::initializer_list<uint16> c)
 {
     Bytes b;
@@ -262,23 +249,23 @@ TEST(GenericMesh, DamagedMeshesThrowToTheCaller)
     { return Folder("MSGR", 1, Folder("MSLC", 1, Data("DATA", 2, data), "rock") + GroupData("rock")); };
     // An index past the vertices, a negative index count, a vertex type past the render layer's
     // components, too many vertices for a set, a cut stream.
-    EXPECT_EQ(CodeOf([&] { LoadGroup(group(MeshData(2, "stone", Indices({0, 1, 3}), 3))); }), 12);
-    EXPECT_EQ(CodeOf([&] { LoadGroup(group(MeshData(2, "stone", "", -3))); }), 12);
+    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(MeshData(2, "stone", Indices({0, 1, 3}), 3))); }), 12);
+    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(MeshData(2, "stone", "", -3))); }), 12);
     Bytes badType;
     badType.U32(0).U8(1).I32(0).I32(0).I32(0).I32(0).U32(1u << 9).I32(0);
-    EXPECT_EQ(CodeOf([&] { LoadGroup(group(badType)); }), 12);
+    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(badType)); }), 12);
     Bytes tooMany;
     tooMany.U32(0).U8(1).I32(0).I32(0).I32(0).I32(0x10000).U32(0).I32(0);
-    EXPECT_EQ(CodeOf([&] { LoadGroup(group(tooMany)); }), 12);
+    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(tooMany)); }), 12);
     const std::string whole = MeshData(2, "stone", Indices({0, 1, 2}), 3);
-    EXPECT_EQ(CodeOf([&] { LoadGroup(group(whole.substr(0, 40))); }), 6);
+    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(whole.substr(0, 40))); }), 6);
     // An entry without a name, and a mesh without one.
-    EXPECT_EQ(CodeOf([&] { LoadGroup(Folder("MSGR", 1, GroupData(""))); }), 12);
-    EXPECT_EQ(CodeOf([&] { LoadGroup(Folder("MSGR", 1, Folder("MSLC", 1, ""))); }), 12);
+    EXPECT_EQ(ChunkyCode([&] { LoadGroup(Folder("MSGR", 1, GroupData(""))); }), 12);
+    EXPECT_EQ(ChunkyCode([&] { LoadGroup(Folder("MSGR", 1, Folder("MSLC", 1, ""))); }), 12);
     // A count of skin transforms the payload cannot hold is refused before anything is made.
     Bytes hugeSkin;
     hugeSkin.U32(0).U8(1).I32(0).I32(0).I32(0x7FFFFFFF);
-    EXPECT_EQ(CodeOf([&] { LoadGroup(group(hugeSkin)); }), 6);
+    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(hugeSkin)); }), 6);
 }
 
 TEST(GenericMesh, LegacyTreeReadsNodesGeometryAndCrossReferences)

@@ -11,6 +11,7 @@
 #include "model/file/generic/generic_test_util.h"
 #include "model/file/generic/shaderloadgeneric.h"
 #include "model/mesh/mesh_test_util.h"
+#include "model/modeldiff.h"
 #include "model/motiontree/action.h"
 #include "model/motiontree/clause.h"
 #include "model/motiontree/condition.h"
@@ -44,6 +45,20 @@ inline ra::BoundVolume BoxAt(float x, float y, float z, float extent)
     ra::BoundVolume bv;
     bv.SetOBB(box);
     return bv;
+}
+
+// Two models that hold the same, compared by the library's own diff; a failure lists every
+// difference with its path.
+inline ::testing::AssertionResult SameModel(const RenderModel& a, const RenderModel& b)
+{
+    ra::ModelDiffOptions options;
+    options.maxDifferences = 0;
+    std::string text;
+    for (const ra::ModelDifference& difference : ra::DiffModels(a, b, options))
+        text += ra::FormatDifference(difference) + "\n";
+    if (text.empty())
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << text;
 }
 
 inline Inv::Reference<Shader> AddShaderImp(std::unique_ptr<ShaderImp> pShader)

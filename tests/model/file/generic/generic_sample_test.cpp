@@ -145,29 +145,14 @@ TEST(GenericSample, ConvertWritesItsOwnFilesAgainByteForByte)
     EXPECT_EQ(TempFolder::Read(folder / "b.sgm"), TempFolder::Read(folder / "a.sgm"));
     EXPECT_EQ(TempFolder::Read(folder / "b.ebp"), TempFolder::Read(folder / "a.ebp"));
 
-    // The intermediate form reads back through the same command.
+    // The intermediate form likewise, read and written again by the same command.
     ASSERT_EQ(RunTool({"model", "convert", (s_samples / "walker.sgm").string(), folder / "i.sgm", "--interm"})
                   .status,
               0);
-    const ToolRun info = RunTool({"model", "info", folder / "i.sgm"});
-    ASSERT_EQ(info.status, 0) << info.err;
-    EXPECT_NE(info.out.find("bones: 6"), std::string::npos) << info.out;
-    EXPECT_NE(info.out.find("walk: 31 frames"), std::string::npos) << info.out;
-}
-
-TEST(GenericSample, IntermediateConvertWritesItsOwnFilesAgainByteForByte)
-{
-    REQUIRE_PROGRAM();
-    TempFolder folder;
-    const std::string walker = (s_samples / "walker.sgm").string();
-    ASSERT_EQ(RunTool({"model", "convert", walker, folder / "a.sgm", "--interm"}).status, 0);
-    const ToolRun again = RunTool({"model", "convert", folder / "a.sgm", folder / "b.sgm", "--interm"});
+    const ToolRun again = RunTool({"model", "convert", folder / "i.sgm", folder / "j.sgm", "--interm"});
     ASSERT_EQ(again.status, 0) << again.err;
-    const std::string first = TempFolder::Read(folder / "a.sgm");
-    const std::string second = TempFolder::Read(folder / "b.sgm");
-    EXPECT_FALSE(first.empty());
-    EXPECT_EQ(first.size(), second.size());
-    EXPECT_TRUE(first == second);
+    EXPECT_FALSE(TempFolder::Read(folder / "i.sgm").empty());
+    EXPECT_TRUE(TempFolder::Read(folder / "i.sgm") == TempFolder::Read(folder / "j.sgm"));
 }
 
 TEST(GenericSample, CommandsSayWhatFailedAndExitWithOne)

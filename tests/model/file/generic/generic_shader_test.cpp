@@ -165,18 +165,7 @@ TEST(GenericShader, DamagedChunksThrowToTheCaller)
     const fr::Matrix44 t = fr::Matrix44::Identity();
     const std::string good = Channel(1, 0, 0, "", t, t);
 
-    auto codeOf = [](const std::string& chunks)
-    {
-        try
-        {
-            LoadShader(chunks);
-        }
-        catch (const Chunky::Exception& e)
-        {
-            return int(e.GetCode());
-        }
-        return -1;
-    };
+    auto codeOf = [](const std::string& chunks) { return ChunkyCode([&] { LoadShader(chunks); }); };
     // A payload cut short, a channel or method out of range, a newer chunk, no name.
     EXPECT_EQ(codeOf(ShaderFolder(Data("CHAN", 3, good.substr(0, good.size() - 5)))), 6);
     EXPECT_EQ(codeOf(ShaderFolder(Data("CHAN", 3, Channel(6, 0, 0, "", t, t)))), 12);

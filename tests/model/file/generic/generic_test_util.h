@@ -104,45 +104,6 @@ private:
     std::string m_path;
 };
 
-// A payload built value by value, little-endian as the files are.
-class Bytes
-{
-public:
-    Bytes& I32(int32 v) { return Raw(&v, 4); }
-    Bytes& U32(uint32 v) { return Raw(&v, 4); }
-    Bytes& F32(float v) { return Raw(&v, 4); }
-    Bytes& U8(uint8 v) { return Raw(&v, 1); }
-    Bytes& U16(uint16 v) { return Raw(&v, 2); }
-    Bytes& Str(const std::string& s)
-    {
-        U32(uint32(s.size()));
-        m_bytes += s;
-        return *this;
-    }
-    Bytes& Vec3(float x, float y, float z) { return F32(x).F32(y).F32(z); }
-    Bytes& Floats(std::initializer_list<float> values)
-    {
-        for (float v : values)
-            F32(v);
-        return *this;
-    }
-    Bytes& Raw(const void* p, size_t n)
-    {
-        m_bytes.append(static_cast<const char*>(p), n);
-        return *this;
-    }
-    Bytes& Add(const std::string& s)
-    {
-        m_bytes += s;
-        return *this;
-    }
-    const std::string& str() const { return m_bytes; }
-    operator const std::string&() const { return m_bytes; }
-
-private:
-    std::string m_bytes;
-};
-
 inline std::string Folder(const char* id, uint32 version, const std::string& children,
                           const char* name = nullptr)
 {
@@ -185,6 +146,19 @@ inline std::vector<std::string> TopChunks(const std::string& file)
     while (r.m_pChunky->NextChunk(info))
         cName.push_back(IdText(info.id) + ":" + info.name.c_str());
     return cName;
+}
+
+// The children of the root folder of a file, as "ID:name".
+inline std::vector<std::string> RootChildren(const std::string& file, uint32 rootId = FourCC("RSGM"),
+                                             uint32 version = 1)
+{
+    model_test::Reader r(file);
+    r.m_pChunky->ReadFolderChunk(rootId, version);
+    std::vector<std::string> c;
+    ChunkInfo info;
+    while (r.m_pChunky->NextChunk(info))
+        c.push_back(IdText(info.id) + ":" + info.name.c_str());
+    return c;
 }
 
 // The text of a name, "" for none.

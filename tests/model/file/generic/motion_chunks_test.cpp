@@ -6,17 +6,12 @@
 
 #include "inventory/inventory.h"
 #include "model/anim/animlist.h"
+#include "model/file/generic/generic_test_util.h"
 #include "model/motiontree/motion_test_util.h"
 #include "model/rendermodel.h"
-#include "storage/filepath.h"
-#include "storage/filepath_hd.h"
 #include "support/logcapture.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 using motion_test::Bytes;
 using motion_test::ChunkReader;
@@ -451,22 +446,12 @@ TEST(MotionChunks, ObsoleteMotionFoldersReadEachVersion)
     v5.I32(0).I32(0).U8(0).I32(0);
     v5 = tail(v5, 5);
     v5.U8(1).Str("walker");
-    const std::string file = HandFile()
-                                 .Folder("MTRE", 2)
-                                 .Folder("MOTN", 1, "walker")
-                                 .Data("MDAT", 1, nullptr, v1)
-                                 .End()
-                                 .Folder("MOTN", 2, "runner")
-                                 .Data("MDAT", 2, nullptr, v2)
-                                 .End()
-                                 .Folder("MOTN", 2, nullptr)
-                                 .Data("MDAT", 4, "idler", v4)
-                                 .End()
-                                 .Folder("MOTN", 2, "late")
-                                 .Data("MDAT", 5, nullptr, v5)
-                                 .End()
-                                 .End()
-                                 .Contents();
+    HandFile hand;
+    hand.Folder("MTRE", 2).Folder("MOTN", 1, "walker").Data("MDAT", 1, nullptr, v1).End();
+    hand.Folder("MOTN", 2, "runner").Data("MDAT", 2, nullptr, v2).End();
+    hand.Folder("MOTN", 2, nullptr).Data("MDAT", 4, "idler", v4).End();
+    hand.Folder("MOTN", 2, "late").Data("MDAT", 5, nullptr, v5).End();
+    const std::string file = hand.End().Contents();
     LogCapture log;
     ReadTree(file, m.model);
     EXPECT_EQ(log.Count("Obsolete motion tree detected, please resave the motion tree!"), 1);
@@ -506,20 +491,14 @@ TEST(MotionChunks, OlderClausesAndModifiersAndBadEntries)
 {
     Inventory inventory;
     Model m(StepEvent());
-    const std::string file = HandFile()
-                                 .Folder("CLST", 1)
-                                 .Data("CLAS", 1, "near", Bytes().I32(0).Str("distance").I32(2).F32(10.0f))
-                                 .Data("CLAS", 2, "odd", Bytes().I32(5).Str("x").I32(0).F32(1.0f))
-                                 .Data("CLAS", 2, "weird", Bytes().I32(1).Str("x").I32(9).U8(1).U8(0))
-                                 .Data("CLAS", 2, "armed", Bytes().I32(1).Str("has_gun").I32(0).U8(1).U8(0))
-                                 .End()
-                                 .Folder("CONL", 1)
-                                 .Data("COND", 1, "ready", Bytes().I32(3).Str("near").Str("odd").Str("armed"))
-                                 .End()
-                                 .Folder("MODL", 1)
-                                 .Data("MODF", 1, "old", Bytes().Str("speed").I32(1).F32(2.0f))
-                                 .End()
-                                 .Contents();
+    HandFile hand;
+    hand.Folder("CLST", 1).Data("CLAS", 1, "near", Bytes().I32(0).Str("distance").I32(2).F32(10.0f));
+    hand.Data("CLAS", 2, "odd", Bytes().I32(5).Str("x").I32(0).F32(1.0f));
+    hand.Data("CLAS", 2, "weird", Bytes().I32(1).Str("x").I32(9).U8(1).U8(0));
+    hand.Data("CLAS", 2, "armed", Bytes().I32(1).Str("has_gun").I32(0).U8(1).U8(0)).End();
+    hand.Folder("CONL", 1).Data("COND", 1, "ready", Bytes().I32(3).Str("near").Str("odd").Str("armed")).End();
+    hand.Folder("MODL", 1).Data("MODF", 1, "old", Bytes().Str("speed").I32(1).F32(2.0f)).End();
+    const std::string file = hand.Contents();
     LogCapture log;
     ReadTree(file, m.model);
     const RenderModel& model = m.model;
@@ -608,33 +587,25 @@ TEST(MotionChunks, DamagedAndNewerChunksThrow)
 TEST(MotionFiles, ActionAndMotionFilesRoundTripByName)
 {
     Inventory inventory;
-    char pattern[] = "/tmp/tq7z_motion_XXXXXX";
-    const std::string root = mkdtemp(pattern);
-    FilePath::AddAlias("DATA", "test", 100,
-                       FilePathHD::Create(root.c_str(), ByteStream::Mode_Both, false, false));
-    {
-        const Inv::Reference<ra::EventData> step = StepEvent();
-        Model source(step);
-        BuildTree(source);
-        ASSERT_TRUE(MotionLoadGeneric::SaveFile("DATA:units\\marine.motions", source.model));
-        ASSERT_TRUE(ActionLoadGeneric::SaveFile("DATA:units\\marine.actions", source.model));
+    generic_test::MountedFolder data("DATA");
+    const Inv::Reference<ra::EventData> step = StepEvent();
+    Model source(step);
+    BuildTree(source);
+    ASSERT_TRUE(MotionLoadGeneric::SaveFile("DATA:units\\marine.motions", source.model));
+    ASSERT_TRUE(ActionLoadGeneric::SaveFile("DATA:units\\marine.actions", source.model));
 
-        Model target(step);
-        EXPECT_TRUE(MotionLoadGeneric::LoadFile("DATA:units\\marine.motions", target.model));
-        EXPECT_TRUE(ActionLoadGeneric::LoadFile("DATA:units\\marine.actions", target.model));
-        EXPECT_EQ(WriteTree(target.model), WriteTree(source.model));
+    Model target(step);
+    EXPECT_TRUE(MotionLoadGeneric::LoadFile("DATA:units\\marine.motions", target.model));
+    EXPECT_TRUE(ActionLoadGeneric::LoadFile("DATA:units\\marine.actions", target.model));
+    EXPECT_EQ(WriteTree(target.model), WriteTree(source.model));
 
-        LogCapture log;
-        EXPECT_FALSE(MotionLoadGeneric::LoadFile("DATA:units\\none.motions", target.model));
-        EXPECT_TRUE(log.Has("'DATA:units\\none.motions': Unable to open file!"));
-        // An action file where a motion file is expected: the root is missing.
-        EXPECT_FALSE(MotionLoadGeneric::LoadFile("DATA:units\\marine.actions", target.model));
-        EXPECT_TRUE(log.Has("Missing Chunk Type!"));
-        std::ofstream(root + "/units/cut.actions", std::ios::binary)
-            << ChunkWriter().Bytes() + std::string("\x44\x4c\x4f\x46", 4);
-        EXPECT_FALSE(ActionLoadGeneric::LoadFile("DATA:units\\cut.actions", target.model));
-        EXPECT_TRUE(log.Has("Not a valid chunk header!"));
-    }
-    FilePath::Reset();
-    std::filesystem::remove_all(root);
+    LogCapture log;
+    EXPECT_FALSE(MotionLoadGeneric::LoadFile("DATA:units\\none.motions", target.model));
+    EXPECT_TRUE(log.Has("'DATA:units\\none.motions': Unable to open file!"));
+    // An action file where a motion file is expected: the root is missing.
+    EXPECT_FALSE(MotionLoadGeneric::LoadFile("DATA:units\\marine.actions", target.model));
+    EXPECT_TRUE(log.Has("Missing Chunk Type!"));
+    data.Write("units/cut.actions", ChunkWriter().Bytes() + std::string("\x44\x4c\x4f\x46", 4));
+    EXPECT_FALSE(ActionLoadGeneric::LoadFile("DATA:units\\cut.actions", target.model));
+    EXPECT_TRUE(log.Has("Not a valid chunk header!"));
 }
