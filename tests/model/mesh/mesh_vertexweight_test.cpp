@@ -1,5 +1,5 @@
-// VertexWeight: keeping the four strongest influences, rejecting weak ones, merging slots, and
-// the packed bytes of the weights stream.
+// VertexWeight: keeping the four strongest influences (the library's AddWeight and the exporter's
+// Add), rejecting weak ones and merging slots, and the packed and stored forms of the weights.
 #include "model/mesh/vertexweight.h"
 
 #include "foundation/debug.h"
@@ -9,20 +9,29 @@
 
 #include <cmath>
 #include <cstring>
+#include <tuple>
+#include <vector>
 
 namespace
 {
-VertexWeight Record(std::initializer_list<std::pair<uint8, float>> entries)
+using Places = std::vector<std::pair<uint8, float>>;
+constexpr uint8 kFree = VertexWeight::NoBone;
+
+VertexWeight Record(const Places& entries)
 {
     VertexWeight w;
-    uint32 i = 0;
-    for (const auto& [slot, weight] : entries)
-    {
-        w.index[i] = slot;
-        w.weight[i] = weight;
-        ++i;
-    }
+    for (size_t i = 0; i < entries.size(); ++i)
+        std::tie(w.index[i], w.weight[i]) = entries[i];
     return w;
+}
+
+// The four places as (slot, weight).
+Places PlacesOf(const VertexWeight& w)
+{
+    Places c;
+    for (int i = 0; i < 4; ++i)
+        c.push_back({w.index[i], w.weight[i]});
+    return c;
 }
 
 struct Packed
@@ -41,127 +50,121 @@ Packed Pack(const VertexWeight& w)
     std::memcpy(&p, bytes, sizeof(p));
     return p;
 }
+
+Packed Store(const VertexWeight& w)
+{
+    Packed p{{-1, -1, -1}, {0xCD, 0xCD, 0xCD, 0xCD}};
+    w.Store(p.weight, p.index);
+    return p;
+}
 } // namespace
 
-TEST(VertexWeightAdd, KeepsTheFourStrongestSortedByWeight)
+TEST(VertexWeight, AddingKeepsTheStrongestAndMergesHeldSlots)
 {
-    VertexWeight w;
-    w.AddWeight(7, 0.04f);
-    w.AddWeight(3, 0.3f);
-    w.AddWeight(9, 0.01f);
-    w.AddWeight(1, 0.5f);
-    w.AddWeight(5, 0.15f);
-
-    const uint8 slots[4] = {1, 3, 5, 7};
-    const float weights[4] = {0.5f, 0.3f, 0.15f, 0.04f};
-    for (int i = 0; i < 4; ++i)
+    struct Case
     {
-        EXPECT_EQ(w.index[i], slots[i]) << i;
-        EXPECT_EQ(w.weight[i], weights[i]) << i;
+        const char* what;
+        bool exporter; // Add instead of AddWeight
+        Places added;
+        Places want;
+    } const cases[] = {
+        {"four strongest, by falling weight",
+         false,
+         {{7, 0.04f}, {3, 0.3f}, {9, 0.01f}, {1, 0.5f}, {5, 0.15f}},
+         {{1, 0.5f}, {3, 0.3f}, {5, 0.15f}, {7, 0.04f}}},
+        {"weaker than all four is dropped, an equal one too",
+         false,
+         {{0, 0.2f}, {1, 0.2f}, {2, 0.2f}, {3, 0.2f}, {8, 0.1f}, {9, 0.2f}},
+         {{0, 0.2f}, {1, 0.2f}, {2, 0.2f}, {3, 0.2f}}},
+        {"a held slot gains and moves up",
+         false,
+         {{4, 0.25f}, {2, 0.5f}, {4, 0.125f}},
+         {{2, 0.5f}, {4, 0.375f}, {kFree, 0}, {kFree, 0}}},
+        {"the exporter's held bone gains in its place",
+         true,
+         {{3, 0.5f}, {7, 0.25f}, {7, 0.5f}},
+         {{3, 0.5f}, {7, 0.75f}, {kFree, 0}, {kFree, 0}}},
+        {"and a later one looks for the first smaller weight from the top",
+         true,
+         {{3, 0.5f}, {7, 0.25f}, {7, 0.5f}, {5, 0.6f}},
+         {{5, 0.6f}, {3, 0.5f}, {7, 0.75f}, {kFree, 0}}},
+    };
+    for (const Case& c : cases)
+    {
+        VertexWeight w;
+        w.Clear();
+        for (const auto& [slot, weight] : c.added)
+            c.exporter ? w.Add(slot, weight) : w.AddWeight(slot, weight);
+        EXPECT_EQ(PlacesOf(w), c.want) << c.what;
     }
 }
 
-TEST(VertexWeightAdd, InfluenceWeakerThanAllFourIsDropped)
+TEST(VertexWeight, NormalizeRejectsWeakWeightsMergesSlotsAndOrdersBySlot)
 {
-    VertexWeight w;
-    for (uint8 slot = 0; slot < 4; ++slot)
-        w.AddWeight(slot, 0.2f);
-    w.AddWeight(8, 0.1f);
-    for (int i = 0; i < 4; ++i)
-        EXPECT_NE(w.index[i], 8);
-    // Equal weights do not push out an earlier one either.
-    w.AddWeight(9, 0.2f);
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(w.index[i], i);
+    struct Case
+    {
+        Places record;
+        Places want;
+        const char* rejected; // the one line logged, or null
+    } const cases[] = {
+        // Only weights above zero are logged; weights are not rescaled; free slots go last.
+        {{{4, 0.6f}, {2, 0.3f}, {6, 0.002f}, {1, 0.0f}},
+         {{2, 0.3f}, {4, 0.6f}, {kFree, 0}, {kFree, 0}},
+         "Rejecting bone weight for strength 0.002000"},
+        {{{3, 0.9f}, {8, 0.003f}}, {{3, 0.9f}, {8, 0.003f}, {kFree, 0}, {kFree, 0}}, nullptr},
+        {{{3, 0.4f}, {1, 0.3f}, {3, 0.2f}, {7, 0.1f}},
+         {{1, 0.3f}, {3, 0.6f}, {7, 0.1f}, {kFree, 0}},
+         nullptr},
+    };
+    for (const Case& c : cases)
+    {
+        LogCapture log;
+        VertexWeight w = Record(c.record);
+        w.Normalize();
+        const Places got = PlacesOf(w);
+        for (size_t i = 0; i < 4; ++i)
+        {
+            EXPECT_EQ(got[i].first, c.want[i].first) << i;
+            EXPECT_FLOAT_EQ(got[i].second, c.want[i].second) << i;
+        }
+        EXPECT_EQ(log.Count("Rejecting bone weight"), c.rejected ? 1 : 0);
+        if (c.rejected)
+        {
+            EXPECT_TRUE(log.Has(c.rejected));
+        }
+    }
 }
 
-TEST(VertexWeightAdd, SameSlotRaisesItsWeightWithoutANewEntry)
+TEST(VertexWeight, PackAndStoreScaleThreeWeightsToSumOneBesideFourSlots)
 {
-    VertexWeight w;
-    w.AddWeight(4, 0.25f);
-    w.AddWeight(2, 0.5f);
-    w.AddWeight(4, 0.125f);
-    EXPECT_EQ(w.index[0], 2);
-    EXPECT_EQ(w.index[1], 4);
-    EXPECT_EQ(w.weight[1], 0.375f);
-    EXPECT_EQ(w.index[2], VertexWeight::NoBone);
-    EXPECT_EQ(w.weight[2], 0.0f);
-}
-
-TEST(VertexWeightNormalize, RejectsWeakWeightsAndLogsOnlyThoseAboveZero)
-{
-    LogCapture log;
-    VertexWeight w = Record({{4, 0.6f}, {2, 0.3f}, {6, 0.002f}, {1, 0.0f}});
-    w.Normalize();
-    EXPECT_EQ(log.Count("Rejecting bone weight for strength 0.002000"), 1);
-    EXPECT_EQ(log.Count("Rejecting bone weight"), 1);
-
-    // Ordered by slot now, free slots last; weights not rescaled.
-    EXPECT_EQ(w.index[0], 2);
-    EXPECT_EQ(w.weight[0], 0.3f);
-    EXPECT_EQ(w.index[1], 4);
-    EXPECT_EQ(w.weight[1], 0.6f);
-    EXPECT_EQ(w.index[2], VertexWeight::NoBone);
-    EXPECT_EQ(w.index[3], VertexWeight::NoBone);
-    EXPECT_EQ(w.weight[2] + w.weight[3], 0.0f);
-}
-
-TEST(VertexWeightNormalize, WeightOfExactlyTheLimitStays)
-{
-    LogCapture log;
-    VertexWeight w = Record({{3, 0.9f}, {8, 0.003f}});
-    w.Normalize();
-    EXPECT_FALSE(log.Has("Rejecting"));
-    EXPECT_EQ(w.index[0], 3);
-    EXPECT_EQ(w.index[1], 8);
-    EXPECT_EQ(w.weight[1], 0.003f);
-}
-
-TEST(VertexWeightNormalize, EntriesOfTheSameSlotMerge)
-{
-    VertexWeight w = Record({{3, 0.4f}, {1, 0.3f}, {3, 0.2f}, {7, 0.1f}});
-    w.Normalize();
-    EXPECT_EQ(w.index[0], 1);
-    EXPECT_EQ(w.weight[0], 0.3f);
-    EXPECT_EQ(w.index[1], 3);
-    EXPECT_FLOAT_EQ(w.weight[1], 0.6f);
-    EXPECT_EQ(w.index[2], 7);
-    EXPECT_EQ(w.weight[2], 0.1f);
-    EXPECT_EQ(w.index[3], VertexWeight::NoBone);
-    EXPECT_EQ(w.weight[3], 0.0f);
-}
-
-TEST(VertexWeightPack, BytesAreThreeScaledWeightsThenFourSlots)
-{
-    const VertexWeight w = Record({{2, 0.5f}, {5, 0.25f}, {9, 0.25f}, {VertexWeight::NoBone, 0.0f}});
+    struct Case
+    {
+        Places record;
+        Packed want; // the same from Pack and Store
+    } const cases[] = {
+        {{{2, 0.5f}, {5, 0.25f}, {9, 0.25f}, {kFree, 0}}, {{0.5f, 0.25f, 0.25f}, {2, 5, 9, kFree}}},
+        // What remains after a rejection: the sum is 0.8; the fourth weight is left out.
+        {{{1, 0.4f}, {2, 0.2f}, {3, 0.1f}, {4, 0.1f}}, {{0.5f, 0.25f, 0.125f}, {1, 2, 3, 4}}},
+        {{{10, 0.25f}, {11, 0.25f}, {kFree, 0}, {kFree, 0}}, {{0.5f, 0.5f, 0}, {10, 11, kFree, kFree}}},
+        // No weight at all: zeros, not -0 or NaN from a division.
+        {{{kFree, 0}, {kFree, 0}, {kFree, 0}, {kFree, 0}}, {{0, 0, 0}, {kFree, kFree, kFree, kFree}}},
+    };
+    for (const Case& c : cases)
+        for (const Packed& got : {Pack(Record(c.record)), Store(Record(c.record))})
+        {
+            for (int i = 0; i < 3; ++i)
+            {
+                EXPECT_FLOAT_EQ(got.weight[i], c.want.weight[i]) << i;
+                EXPECT_FALSE(std::signbit(got.weight[i])) << i;
+            }
+            EXPECT_EQ(std::memcmp(got.index, c.want.index, 4), 0) << int(got.index[0]) << int(got.index[3]);
+        }
+    // The bytes themselves: 0.5f = 0x3F000000, 0.25f = 0x3E800000, little endian.
     uint8 bytes[VertexWeight::PackedSize];
-    w.Pack(bytes);
-    // 0.5f = 0x3F000000, 0.25f = 0x3E800000, little endian.
+    Record({{2, 0.5f}, {5, 0.25f}, {9, 0.25f}, {kFree, 0}}).Pack(bytes);
     const uint8 expected[VertexWeight::PackedSize] = {0x00, 0x00, 0x00, 0x3F, 0x00, 0x00, 0x80, 0x3E,
                                                       0x00, 0x00, 0x80, 0x3E, 0x02, 0x05, 0x09, 0xFF};
     EXPECT_EQ(std::memcmp(bytes, expected, sizeof(bytes)), 0);
-}
-
-TEST(VertexWeightPack, WeightsAreScaledToSumOneAndTheFourthIsLeftOut)
-{
-    // What remains after a rejection: the sum is 0.8.
-    const Packed p = Pack(Record({{1, 0.4f}, {2, 0.2f}, {3, 0.1f}, {4, 0.1f}}));
-    EXPECT_FLOAT_EQ(p.weight[0], 0.5f);
-    EXPECT_FLOAT_EQ(p.weight[1], 0.25f);
-    EXPECT_FLOAT_EQ(p.weight[2], 0.125f);
-    EXPECT_EQ(p.index[3], 4);
-}
-
-TEST(VertexWeightPack, NoWeightGivesZerosAndFreeSlots)
-{
-    const Packed p = Pack(VertexWeight{});
-    for (float f : p.weight)
-    {
-        EXPECT_EQ(f, 0.0f);
-        EXPECT_FALSE(std::signbit(f));
-    }
-    for (uint8 slot : p.index)
-        EXPECT_EQ(slot, 0xFF);
 }
 
 TEST(VertexWeight, FullCycleFromInfluencesToPackedSlots)
@@ -169,27 +172,29 @@ TEST(VertexWeight, FullCycleFromInfluencesToPackedSlots)
     LogCapture log;
     VertexWeight w;
     w.Clear();
-    w.AddWeight(12, 0.1f);
-    w.AddWeight(3, 0.6f);
-    w.AddWeight(12, 0.2f);
-    w.AddWeight(0, 0.001f);
+    for (const auto& [slot, weight] : Places{{12, 0.1f}, {3, 0.6f}, {12, 0.2f}, {0, 0.001f}})
+        w.AddWeight(slot, weight);
     w.Normalize();
     const Packed p = Pack(w);
     EXPECT_EQ(log.Count("Rejecting bone weight"), 1);
-    EXPECT_EQ(p.index[0], 3);
-    EXPECT_EQ(p.index[1], 12);
-    EXPECT_EQ(p.index[2], 0xFF);
-    EXPECT_EQ(p.index[3], 0xFF);
+    EXPECT_EQ(std::vector<uint8>(p.index, p.index + 4), (std::vector<uint8>{3, 12, kFree, kFree}));
     EXPECT_NEAR(p.weight[0], 0.6f / 0.9f, 1e-6);
     EXPECT_NEAR(p.weight[1], 0.3f / 0.9f, 1e-6);
     EXPECT_EQ(p.weight[2], 0.0f);
 }
 
-TEST(VertexWeight, PackToleratesASlightlyHigherSumThanNormalize)
+TEST(VertexWeight, SumsAboveOneAreAssertionsPastTheirTolerance)
 {
     dbg::ScopedThrowOnAssert throwing;
-    VertexWeight w = Record({{0, 0.6f}, {1, 0.4005f}});
+    const VertexWeight w = Record({{0, 0.6f}, {1, 0.4005f}});
     EXPECT_NO_THROW(Pack(w));
-    EXPECT_THROW(w.Normalize(), std::runtime_error);
+    EXPECT_THROW(VertexWeight(w).Normalize(), std::runtime_error);
     EXPECT_THROW(Pack(Record({{0, 0.6f}, {1, 0.402f}})), std::runtime_error);
+    // Store: a sum just over 1 under the limit of 1.001 passes; at the limit it is reported.
+    VertexWeight stored;
+    stored.Add(0, 1.0f);
+    stored.Add(0, 0.0005f);
+    EXPECT_NO_THROW(Store(stored));
+    stored.Add(0, 0.001f);
+    EXPECT_THROW(Store(stored), std::runtime_error);
 }
