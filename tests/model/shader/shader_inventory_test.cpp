@@ -3,6 +3,7 @@
 #include "model/shader/shadertypeinfo.h"
 
 #include "foundation/debug.h"
+#include "model/file/generic/generic_test_util.h"
 #include "model/shader/shader_test_env.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
@@ -14,25 +15,6 @@
 #include <filesystem>
 
 using model_test::Env;
-
-TEST(ShaderMissingTexture, PinkStandsInAndTheLinesAreLogged)
-{
-    Env env;
-    ShaderImp shader("Rock");
-    shader.SetMethod(Shader::CN_Reflection, Shader::Method_Modulate);
-    shader.SetColour(Shader::CN_Reflection, 0xFF102030);
-    LogCapture log;
-    EXPECT_FALSE(SetChannelTextureByName(shader, Shader::CN_Reflection, "nosuch.tga", "art/walker", true));
-    EXPECT_EQ(log.Count("SHADER -- 'art/walker', shader 'rock': detected texture on 'Reflection' channel!"),
-              1);
-    EXPECT_EQ(
-        log.Count(
-            "TEXTURES -- 'art/walker': shader 'rock' is unable to find texture 'nosuch.tga'. Using pink!"),
-        1);
-    EXPECT_EQ(shader.GetMethod(Shader::CN_Reflection), Shader::Method_Colour);
-    EXPECT_EQ(shader.GetColour(Shader::CN_Reflection), 0xFFFF00FFu);
-    EXPECT_FALSE(shader.GetTexture(Shader::CN_Reflection).IsValid());
-}
 
 TEST(ShaderMissingTexture, FoundTextureIsSetAndTheDiffuseChannelIsNotReported)
 {
@@ -81,31 +63,15 @@ TEST(ShaderInventory, UnknownShaderGetsABlankStandIn)
     EXPECT_FALSE(shader->IsShared());
 }
 
-namespace
-{
-struct GenericFolder
-{
-    GenericFolder()
-    {
-        char pattern[] = "/tmp/tq7z_shader_XXXXXX";
-        root = mkdtemp(pattern);
-        FilePath::AddAlias("GENERIC", "test", 100,
-                           FilePathHD::Create(root.c_str(), ByteStream::Mode_Both, false, false));
-    }
-    ~GenericFolder()
-    {
-        FilePath::Reset();
-        ShaderTypeInfo::SetShaderReader(nullptr);
-        std::filesystem::remove_all(root);
-    }
-    std::string root;
-};
-} // namespace
-
 TEST(ShaderInventory, SharedShaderFileBringsItsTexturesAndShader)
 {
     Env env;
-    GenericFolder generic;
+    generic_test::MountedFolder generic("GENERIC");
+    // The reader this test registers goes again at the end.
+    struct NoReaderAfter
+    {
+        ~NoReaderAfter() { ShaderTypeInfo::SetShaderReader(nullptr); }
+    } noReaderAfter;
     {
         // A shared shader file: SHRF { TXTR "moss"; SHDR "mossy" }.
         auto pRender = fr::Interface::GetDevice()->CreateTexture(4, 4, 1, fr::PF_L8, false);

@@ -69,23 +69,30 @@ TEST(ShaderOpacity, DiffuseAlphaAndTextureFormatsDecide)
 
 TEST(ShaderOpacity, HiddenWhenAlphaBlendedDiffuseColourHasNoAlpha)
 {
-    ShaderImp shader("ghost");
-    SetAlphaBlend(shader);
-    EXPECT_FALSE(shader.IsHidden());
-    shader.SetColour(Shader::CN_Diffuse, 0x00FFFFFF);
-    EXPECT_TRUE(shader.IsHidden());
-    shader.SetMethod(Shader::CN_Diffuse, Shader::Method_Blend);
-    EXPECT_TRUE(shader.IsHidden());
-    shader.SetMethod(Shader::CN_Diffuse, Shader::Method_Modulate);
-    EXPECT_FALSE(shader.IsHidden());
-    shader.SetMethod(Shader::CN_Diffuse, Shader::Method_Texture);
-    EXPECT_FALSE(shader.IsHidden());
-    shader.SetMethod(Shader::CN_Diffuse, Shader::Method_Colour);
-    shader.SetColour(Shader::CN_Diffuse, 0x01FFFFFF);
-    EXPECT_FALSE(shader.IsHidden());
-    shader.SetColour(Shader::CN_Diffuse, 0x00FFFFFF);
-    shader.SetBlend(Shader::Blend_One, Shader::Blend_One);
-    EXPECT_FALSE(shader.IsHidden());
+    const std::pair<int32, int32> add{Shader::Blend_One, Shader::Blend_One};
+    const struct
+    {
+        std::pair<int32, int32> blend;
+        int32 method;
+        uint32 colour;
+        bool hidden;
+    } cases[] = {
+        {Alpha, Shader::Method_Colour, 0xFFFFFFFF, false},
+        {Alpha, Shader::Method_Colour, 0x00FFFFFF, true},
+        {Alpha, Shader::Method_Blend, 0x00FFFFFF, true},
+        {Alpha, Shader::Method_Modulate, 0x00FFFFFF, false},
+        {Alpha, Shader::Method_Texture, 0x00FFFFFF, false},
+        {Alpha, Shader::Method_Colour, 0x01FFFFFF, false},
+        {add, Shader::Method_Colour, 0x00FFFFFF, false},
+    };
+    for (const auto& c : cases)
+    {
+        ShaderImp shader("ghost");
+        shader.SetBlend(c.blend.first, c.blend.second);
+        shader.SetMethod(Shader::CN_Diffuse, c.method);
+        shader.SetColour(Shader::CN_Diffuse, c.colour);
+        EXPECT_EQ(shader.IsHidden(), c.hidden) << c.method << " " << std::hex << c.colour;
+    }
 }
 
 TEST(ShaderAlphaTest, OutcomesByMethodAndFormat)
@@ -115,14 +122,9 @@ TEST(ShaderAlphaTest, OutcomesByMethodAndFormat)
         {"opaque texture", Shader::Method_Texture, 0x00FFFFFF, rgb, {}, Opaque, 0, fr::OP_SelectArg0},
         {"colour or texture", Shader::Method_Modulate, 0xFFFFFFFF, dxt5, {}, Opaque, 0, fr::OP_SelectArg0},
         {"colour and texture", Shader::Method_Blend, 0xFFFFFFFF, dxt1, {}, Alpha, 1, fr::OP_SelectArg0},
-        {"one-bit opacity texture",
-         Shader::Method_Colour,
-         0xFFFFFFFF,
-         {},
-         a1,
-         Opaque,
-         128,
-         fr::OP_AlphaFromArg1},
+        // clang-format off
+        {"one-bit opacity texture", Shader::Method_Colour, 0xFFFFFFFF, {}, a1, Opaque, 128, fr::OP_AlphaFromArg1},
+        // clang-format on
     };
     for (const Case& c : cases)
     {
