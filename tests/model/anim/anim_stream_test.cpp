@@ -11,6 +11,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 using anim_test::ExpectQuat;
@@ -47,95 +48,82 @@ const ra::Quat kIdentity(0, 0, 0, 1);
 const ra::Quat kQuarterZ(0, 0, 0.70710677f, 0.70710677f);
 } // namespace
 
-TEST(AnimStreamEvaluate, InterpolatesPositionsLinearlyBetweenKeys)
+// Keys at 0, 0.5 and 1: (0,0,0), (10,20,30), (20,0,-10); the value at t and the hint after it.
+TEST(AnimStreamEvaluate, PositionsByTimeLoopAndHint)
 {
-    const BonePositionStream stream = ThreeKeys();
-    int16 hint = 0;
-    ExpectVec({5, 10, 15}, stream.Evaluate(0.25f, false, hint));
-    EXPECT_EQ(0, hint);
-    ExpectVec({15, 10, 10}, stream.Evaluate(0.75f, false, hint));
-    EXPECT_EQ(1, hint);
-    // On a key the key's own value comes back.
-    hint = 0;
-    ExpectVec({10, 20, 30}, stream.Evaluate(0.5f, false, hint));
-    ExpectVec({20, 0, -10}, stream.Evaluate(1.0f, false, hint));
-}
-
-TEST(AnimStreamEvaluate, LoopWrapsTimesPastTheEndButPlaysTheEndAtOne)
-{
-    const BonePositionStream stream = ThreeKeys();
-    int16 hint = 0;
-    ExpectVec({5, 10, 15}, stream.Evaluate(2.25f, true, hint));
-    EXPECT_EQ(0, hint);
-    hint = 0;
-    ExpectVec({15, 10, 10}, stream.Evaluate(1.75f, true, hint));
-    hint = 0;
-    ExpectVec({20, 0, -10}, stream.Evaluate(1.0f, true, hint));
-    // A whole number of lengths lands on the start.
-    hint = 0;
-    ExpectVec({0, 0, 0}, stream.Evaluate(3.0f, true, hint));
-    // A wrap goes back to the first key even from a hint at the end.
-    hint = 2;
-    ExpectVec({5, 10, 15}, stream.Evaluate(1.25f, true, hint));
-    EXPECT_EQ(0, hint);
-}
-
-TEST(AnimStreamEvaluate, WithoutLoopTimesAreClampedAndLateHintsHoldTheLastKey)
-{
-    const BonePositionStream stream = ThreeKeys();
-    int16 hint = 0;
-    ExpectVec({20, 0, -10}, stream.Evaluate(2.25f, false, hint));
-    EXPECT_EQ(2, hint);
-    // The hint is left beyond t and is not moved back.
-    ExpectVec({20, 0, -10}, stream.Evaluate(0.25f, false, hint));
-    EXPECT_EQ(2, hint);
-    // With loop, a time before the hint's key starts the search again.
-    ExpectVec({5, 10, 15}, stream.Evaluate(0.25f, true, hint));
-    EXPECT_EQ(0, hint);
-    // Negative times count as 0.
-    hint = 0;
-    ExpectVec({0, 0, 0}, stream.Evaluate(-1.0f, false, hint));
-}
-
-TEST(AnimStreamEvaluate, SingleKeyAnswersEveryTimeAndResetsTheHint)
-{
-    ControlStream stream = Controls({{0.3f, 7.5f}});
-    dbg::ScopedThrowOnAssert throwOnAssert;
-    for (float t : {-2.0f, 0.0f, 0.3f, 0.9f, 1.0f, 5.5f})
+    const struct
     {
-        int16 hint = 9;
-        EXPECT_FLOAT_EQ(7.5f, stream.Evaluate(t, true, hint));
-        EXPECT_EQ(0, hint);
-        hint = 9;
-        EXPECT_FLOAT_EQ(7.5f, stream.Evaluate(t, false, hint));
-        EXPECT_EQ(0, hint);
+        const char* what;
+        float t;
+        bool loop;
+        int16 hintIn;
+        ra::Vec3 want;
+        int16 hintOut; // -1: not pinned
+    } cases[] = {
+        {"linear between keys", 0.25f, false, 0, {5, 10, 15}, 0},
+        {"linear between later keys", 0.75f, false, 0, {15, 10, 10}, 1},
+        {"on a key, its value", 0.5f, false, 0, {10, 20, 30}, -1},
+        {"the last key", 1.0f, false, 0, {20, 0, -10}, -1},
+        {"loop wraps past the end", 2.25f, true, 0, {5, 10, 15}, 0},
+        {"loop wraps once", 1.75f, true, 0, {15, 10, 10}, -1},
+        {"loop plays the end at one", 1.0f, true, 0, {20, 0, -10}, -1},
+        {"a whole number of lengths lands on the start", 3.0f, true, 0, {0, 0, 0}, -1},
+        {"a wrap goes back to the first key from a hint at the end", 1.25f, true, 2, {5, 10, 15}, 0},
+        {"without loop a late time is clamped", 2.25f, false, 0, {20, 0, -10}, 2},
+        {"a hint beyond t is not moved back without loop", 0.25f, false, 2, {20, 0, -10}, 2},
+        {"with loop a time before the hint's key searches again", 0.25f, true, 2, {5, 10, 15}, 0},
+        {"negative times count as 0", -1.0f, false, 0, {0, 0, 0}, -1},
+    };
+    const BonePositionStream stream = ThreeKeys();
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        int16 hint = c.hintIn;
+        ExpectVec(c.want, stream.Evaluate(c.t, c.loop, hint));
+        if (c.hintOut >= 0)
+        {
+            EXPECT_EQ(c.hintOut, hint);
+        }
     }
 }
 
-TEST(AnimStreamEvaluate, PairOfEqualTimesGivesItsFirstKeyNotNaN)
+TEST(AnimStreamEvaluate, ControlEdgeCases)
 {
-    const ControlStream stream = Controls({{0.0f, 0.0f}, {0.5f, 1.0f}, {0.5f, 3.0f}, {1.0f, 5.0f}});
-    int16 hint = 1;
-    const float value = stream.Evaluate(0.5f, false, hint);
-    EXPECT_FALSE(std::isnan(value));
-    EXPECT_FLOAT_EQ(1.0f, value);
-    EXPECT_EQ(1, hint);
-    // From the start the pair before matches first, at its end.
-    hint = 0;
-    EXPECT_FLOAT_EQ(1.0f, stream.Evaluate(0.5f, false, hint));
-    EXPECT_EQ(0, hint);
-    // Past the zero-length pair the walk goes on to the next one.
-    hint = 1;
-    EXPECT_FLOAT_EQ(4.0f, stream.Evaluate(0.75f, false, hint));
-    EXPECT_EQ(2, hint);
-}
-
-TEST(AnimStreamEvaluate, TimeBeforeTheFirstKeyFallsThroughToTheLastKey)
-{
-    const ControlStream stream = Controls({{0.25f, 1.0f}, {1.0f, 2.0f}});
-    int16 hint = 0;
-    EXPECT_FLOAT_EQ(2.0f, stream.Evaluate(0.1f, false, hint));
-    EXPECT_EQ(1, hint);
+    const struct
+    {
+        const char* what;
+        std::vector<ControlKey> keys;
+        float t;
+        bool loop;
+        int16 hintIn;
+        float want;
+        int16 hintOut;
+    } cases[] = {
+        {"one key before the range", {{0.3f, 7.5f}}, -2.0f, false, 9, 7.5f, 0},
+        {"one key, looping", {{0.3f, 7.5f}}, 0.9f, true, 9, 7.5f, 0},
+        {"one key at its time", {{0.3f, 7.5f}}, 0.3f, false, 9, 7.5f, 0},
+        {"one key past the end", {{0.3f, 7.5f}}, 5.5f, false, 9, 7.5f, 0},
+        {"one key past the end, looping", {{0.3f, 7.5f}}, 5.5f, true, 9, 7.5f, 0},
+        // A pair of equal times gives its first key, not NaN.
+        {"equal times from the pair", {{0, 0}, {0.5f, 1}, {0.5f, 3}, {1, 5}}, 0.5f, false, 1, 1.0f, 1},
+        {"equal times from the start", {{0, 0}, {0.5f, 1}, {0.5f, 3}, {1, 5}}, 0.5f, false, 0, 1.0f, 0},
+        {"past the zero-length pair", {{0, 0}, {0.5f, 1}, {0.5f, 3}, {1, 5}}, 0.75f, false, 1, 4.0f, 2},
+        {"before the first key falls through to the last", {{0.25f, 1}, {1, 2}}, 0.1f, false, 0, 2.0f, 1},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        // A single key is no fault: no assertion may fire.
+        std::optional<dbg::ScopedThrowOnAssert> throwOnAssert;
+        if (c.keys.size() == 1)
+            throwOnAssert.emplace();
+        const ControlStream stream = Controls(c.keys);
+        int16 hint = c.hintIn;
+        const float value = stream.Evaluate(c.t, c.loop, hint);
+        EXPECT_FALSE(std::isnan(value));
+        EXPECT_FLOAT_EQ(c.want, value);
+        EXPECT_EQ(c.hintOut, hint);
+    }
 }
 
 TEST(AnimStreamEvaluate, RotationsSlerpTheShortWayAndNormalise)
