@@ -1,7 +1,7 @@
 // Pipeline: finding and reading pipeline.ini, projects and their folders, plain sections, the
 // owner of a path and the source name mapping.
-#include "support/logcapture.h"
 #include "pipelinetree.h"
+#include "support/logcapture.h"
 
 #include "foundation/debug.h"
 #include "pipeline/pipeline.h"
@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <sstream>
 
 namespace
 {
@@ -37,6 +38,14 @@ protected:
 
 const std::string s_plain = IniText({"[Global]", "ToolsData=tools", "[p4]", "RevControlPort=", "[Version]",
                                      "VersionPath=\\\\server\\versions", "VersionUsers=alice;bob"});
+
+// The section with `key` set to `value`, or without the key when `value` is null.
+std::string Edit(std::string section, const std::string& key, const char* value)
+{
+    const size_t at = section.find("\r\n" + key + "=") + 2;
+    const size_t end = section.find("\r\n", at) + 2;
+    return section.replace(at, end - at, value != nullptr ? key + "=" + value + "\r\n" : "");
+}
 } // namespace
 
 TEST_F(PipelineTest, FindsTheFileAboveTheStartingFolder)
@@ -50,83 +59,75 @@ TEST_F(PipelineTest, FindsTheFileAboveTheStartingFolder)
     ASSERT_EQ(Pipeline::InitOk, Pipeline::Initialize((m_root / "tank/source/x.max").c_str()));
     EXPECT_EQ(Front() + "tank\\pipeline.ini", Pipeline::FileName());
     EXPECT_TRUE(Pipeline::HasProject("inner"));
-}
+    Pipeline::Shutdown();
 
-TEST_F(PipelineTest, NoFileOnTheWayUpGivesOne)
-{
-    for (fs::path p = fs::path(m_root.Path());; p = p.parent_path())
+    // A folder in the file's place cannot be read.
+    fs::create_directories(m_root / "a/pipeline.ini");
+    EXPECT_EQ(Pipeline::InitUnreadable, Pipeline::Initialize((m_root / "a/x.max").c_str()));
+    EXPECT_FALSE(Pipeline::IsInitialized());
+
+    for (fs::path p = fs::path(m_root.Path()).parent_path(); p != p.parent_path(); p = p.parent_path())
     {
         if (fs::exists(p / "pipeline.ini"))
             GTEST_SKIP() << "a pipeline.ini lies above the test folder: " << p;
-        if (p == p.parent_path())
-            break;
     }
-    EXPECT_EQ(Pipeline::InitNotFound, Pipeline::Initialize((m_root / "a/b/c.max").c_str()));
-    EXPECT_FALSE(Pipeline::IsInitialized());
-}
-
-TEST_F(PipelineTest, UnreadableOrSectionlessFileGivesTwo)
-{
-    EXPECT_EQ(Pipeline::InitUnreadable, Init(""));
-    EXPECT_EQ(Pipeline::InitUnreadable, Init("; only a comment\r\n\r\n"));
+    fs::remove_all(m_root / "a");
+    fs::remove(m_root / "tank/pipeline.ini");
     fs::remove(m_root / "pipeline.ini");
-    fs::create_directories(m_root / "pipeline.ini");
-    EXPECT_EQ(Pipeline::InitUnreadable, Pipeline::Initialize((m_root / "x.max").c_str()));
-    EXPECT_FALSE(Pipeline::IsInitialized());
+    EXPECT_EQ(Pipeline::InitNotFound, Pipeline::Initialize((m_root / "a/b/c.max").c_str()));
 }
 
-TEST_F(PipelineTest, ProjectFaultsGiveThree)
+TEST_F(PipelineTest, InitializeJudgesTheFile)
 {
-    LogCapture log;
-    EXPECT_EQ(Pipeline::InitBadProject, Init(s_plain));
-    EXPECT_EQ(1u, log.With("holds no [project:NAME] section").size());
-
-    std::string lacking = ProjectSection("project:tank", "tank", "");
-    lacking.erase(lacking.find("DataPreview="), std::string("DataPreview=tank/preview\r\n").size());
-    EXPECT_EQ(Pipeline::InitBadProject, Init(ProjectSection("project:base", "base", "") + lacking));
-    EXPECT_EQ(1u, log.With("[project:tank] lacks the key \"DataPreview\"").size());
-    EXPECT_FALSE(Pipeline::IsInitialized());
-
-    // Description, DataExtra and the bugreport path are the only optional keys.
-    std::string noDescription = ProjectSection("project:tank", "tank", "");
-    noDescription.erase(noDescription.find("Description="),
-                        std::string("Description=Art of tank\r\n").size());
-    ASSERT_EQ(Pipeline::InitOk, Init(noDescription));
-    EXPECT_STREQ("", Pipeline::ProjectDescription("tank"));
-}
-
-TEST_F(PipelineTest, FolderValuesMustBeUnder260Characters)
-{
-    auto withSource = [](const std::string& value)
-    {
-        std::string section = ProjectSection("project:tank", "tank", "");
-        size_t at = section.find("DataSource=tank/source");
-        return section.replace(at, std::string("DataSource=tank/source").size(), "DataSource=" + value);
-    };
-    // Values with a drive, so that nothing is put in front of them.
+    const std::string tank = ProjectSection("project:tank", "tank", "");
+    // Folder values with a drive, so that nothing is put in front of them, must be under 260
+    // characters; a relative value that only fits before the folder of pipeline.ini is put in front.
     const std::string v259 = "/" + std::string(258, 'a');
     const std::string v260 = "/" + std::string(259, 'a');
-    ASSERT_EQ(Pipeline::InitOk, Init(withSource(v259)));
-    EXPECT_EQ(v259, Pipeline::ProjectFolder("tank", DataSource));
-    Pipeline::Shutdown();
-
+    struct Case
     {
+        std::string ini;
+        int result;
+        const char* message = nullptr;
+    };
+    const Case cases[] = {
+        {"", Pipeline::InitUnreadable},
+        {"; only a comment\r\n\r\n", Pipeline::InitUnreadable},
+        {s_plain, Pipeline::InitBadProject, "holds no [project:NAME] section"},
+        {ProjectSection("project:base", "base", "") + Edit(tank, "DataPreview", nullptr),
+         Pipeline::InitBadProject, "[project:tank] lacks the key \"DataPreview\""},
+        // Description, DataExtra and the bugreport path are the only optional keys.
+        {Edit(tank, "Description", nullptr), Pipeline::InitOk},
+        {Edit(tank, "DataSource", v259.c_str()), Pipeline::InitOk},
+        {Edit(tank, "DataSource", v260.c_str()), Pipeline::InitBadProject},
+        {Edit(tank, "DataSource", std::string(250, 'r').c_str()), Pipeline::InitBadProject},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.ini.substr(0, 60));
+        LogCapture log;
         dbg::ScopedThrowOnAssert quiet(false);
-        EXPECT_EQ(Pipeline::InitBadProject, Init(withSource(v260)));
-        // A relative value that only fits before the folder of pipeline.ini is put in front.
-        EXPECT_EQ(Pipeline::InitBadProject, Init(withSource(std::string(250, 'r'))));
+        EXPECT_EQ(c.result, Init(c.ini));
+        EXPECT_EQ(c.result == Pipeline::InitOk, Pipeline::IsInitialized());
+        EXPECT_EQ(c.message != nullptr ? 1u : 0u, log.With(c.message != nullptr ? c.message : "\x01").size());
+        if (Pipeline::IsInitialized())
+            Pipeline::Shutdown();
     }
+    ASSERT_EQ(Pipeline::InitOk, Init(Edit(tank, "DataSource", v259.c_str())));
+    EXPECT_EQ(v259, Pipeline::ProjectFolder("tank", DataSource));
+    EXPECT_STREQ("Art of tank", Pipeline::ProjectDescription("tank"));
+    Pipeline::Shutdown();
+    ASSERT_EQ(Pipeline::InitOk, Init(Edit(tank, "Description", nullptr)));
+    EXPECT_STREQ("", Pipeline::ProjectDescription("tank"));
+    Pipeline::Shutdown();
     dbg::ScopedThrowOnAssert loud;
-    EXPECT_THROW(Init(withSource(v260)), std::runtime_error);
+    EXPECT_THROW(Init(Edit(tank, "DataSource", v260.c_str())), std::runtime_error);
 }
 
 TEST_F(PipelineTest, ProjectsAndTheirFolders)
 {
-    std::string tank = ProjectSection("Project:Tank", "tank", "Base");
-    tank.replace(tank.find("DataBurn=tank/burn"), std::string("DataBurn=tank/burn").size(),
-                 "DataBurn=/abs/burn");
-    tank.replace(tank.find("DataPreview=tank/preview"), std::string("DataPreview=tank/preview").size(),
-                 "DataPreview=.");
+    const std::string tank = Edit(
+        Edit(ProjectSection("Project:Tank", "tank", "Base"), "DataBurn", "/abs/burn"), "DataPreview", ".");
     ASSERT_EQ(Pipeline::InitOk, Init(s_plain + tank + ProjectSection("project:base", "base", "")));
 
     ASSERT_EQ(2u, Pipeline::ProjectCount());
@@ -165,8 +166,7 @@ TEST_F(PipelineTest, ProjectsAndTheirFolders)
 TEST_F(PipelineTest, ProjectSectionsThatDifferInCaseAreOne)
 {
     LogCapture log;
-    std::string first = ProjectSection("project:Tank", "tank", "");
-    first.erase(first.find("DataPreview="), std::string("DataPreview=tank/preview\r\n").size());
+    const std::string first = Edit(ProjectSection("project:Tank", "tank", ""), "DataPreview", nullptr);
     const std::string second =
         IniText({"[PROJECT:TANK]", "DataPreview=late/preview", "DataFinal=late/final"});
     ASSERT_EQ(Pipeline::InitOk, Init(first + second));
@@ -198,50 +198,59 @@ TEST_F(PipelineTest, TypedValuesOfPlainSections)
                  "ExePath=bin/report"});
     ASSERT_EQ(Pipeline::InitOk, Init(settings + s_plain + ProjectSection("project:tank", "tank", "")));
 
-    bool flag = false;
-    EXPECT_TRUE(Pipeline::GetBool("TOOLS", "yes", flag));
-    EXPECT_TRUE(flag);
-    flag = true;
-    EXPECT_FALSE(Pipeline::GetBool("tools", "On", flag));
-    EXPECT_FALSE(flag);
-    flag = true;
-    EXPECT_TRUE(Pipeline::GetBool("tools", "Zero", flag));
-    EXPECT_FALSE(flag);
-
-    float value = 0.0f;
-    EXPECT_TRUE(Pipeline::GetFloat("tools", "Float", value));
-    EXPECT_FLOAT_EQ(2.5f, value);
-    EXPECT_FALSE(Pipeline::GetFloat("tools", "BadFloat", value));
-    EXPECT_FALSE(Pipeline::GetFloat("tools", "Empty", value));
-    int number = 0;
-    EXPECT_TRUE(Pipeline::GetInt("tools", "Int", number));
-    EXPECT_EQ(-40, number);
-    EXPECT_FALSE(Pipeline::GetInt("tools", "Float", number));
-
-    char path[260];
-    EXPECT_TRUE(Pipeline::GetPath("tools", "Relative", path, sizeof(path)));
-    EXPECT_EQ(Front() + "tools/data", path);
-    EXPECT_TRUE(Pipeline::GetPath("tools", "Absolute", path, sizeof(path)));
-    EXPECT_STREQ("/opt/tools", path);
-    char small[8];
-    EXPECT_TRUE(Pipeline::GetPath("tools", "Absolute", small, sizeof(small)));
-    EXPECT_STREQ("/opt/to", small);
+    // "<read> <section> <key>" and what it gives: "<ok> <value>".
+    auto read = [](const std::string& call)
+    {
+        std::istringstream in(call);
+        std::string type, section, key;
+        in >> type >> section >> key;
+        bool flag = true;
+        float real = 0.0f;
+        int number = 0;
+        char path[260];
+        std::string text = "x";
+        std::ostringstream out;
+        if (type == "bool")
+            out << Pipeline::GetBool(section.c_str(), key.c_str(), flag) << " " << flag;
+        else if (type == "float")
+            out << Pipeline::GetFloat(section.c_str(), key.c_str(), real) << " " << real;
+        else if (type == "int")
+            out << Pipeline::GetInt(section.c_str(), key.c_str(), number) << " " << number;
+        else if (type == "path")
+            out << Pipeline::GetPath(section.c_str(), key.c_str(), path,
+                                     std::stoul(call.substr(call.rfind(' '))))
+                << " " << path;
+        else
+            out << Pipeline::GetString(section.c_str(), key.c_str(), text) << " " << text;
+        return out.str();
+    };
+    const std::pair<const char*, std::string> cases[] = {
+        {"bool TOOLS yes", "1 1"},
+        {"bool tools On", "0 0"},
+        {"bool tools Zero", "1 0"},
+        {"float tools Float", "1 2.5"},
+        {"float tools BadFloat", "0 0"},
+        {"float tools Empty", "0 0"},
+        {"int tools Int", "1 -40"},
+        {"int tools Float", "0 0"},
+        {"path tools Relative 260", "1 " + Front() + "tools/data"},
+        {"path tools Absolute 260", "1 /opt/tools"},
+        {"path tools Absolute 8", "1 /opt/to"},
+        // A value of 512 characters or more comes through as the empty text.
+        {"string tools Long", "1 "},
+        {"string tools absent", "0 "},
+        {"string project:tank DataFinal", "0 "},
+        {"string P4 revcontrolport", "1 "},
+    };
+    for (const auto& [call, expected] : cases)
+        EXPECT_EQ(expected, read(call)) << call;
     EXPECT_EQ(Front() + "bin/report", Pipeline::BugReportPath());
-
-    // A value of 512 characters or more comes through as the empty text.
-    std::string text = "x";
-    EXPECT_TRUE(Pipeline::GetString("tools", "Long", text));
-    EXPECT_EQ("", text);
-    EXPECT_FALSE(Pipeline::GetString("tools", "absent", text));
-    EXPECT_FALSE(Pipeline::GetString("project:tank", "DataFinal", text));
 
     std::string version;
     EXPECT_TRUE(Pipeline::GetVersionPath(version));
     EXPECT_EQ("\\\\server\\versions", version);
     EXPECT_TRUE(Pipeline::GetVersionUsers(version));
     EXPECT_EQ("alice;bob", version);
-    EXPECT_TRUE(Pipeline::GetString("P4", "revcontrolport", text));
-    EXPECT_EQ("", text);
 }
 
 TEST_F(PipelineTest, AliasesOfTheDataKinds)
@@ -260,18 +269,15 @@ TEST_F(PipelineTest, AliasesOfTheDataKinds)
 
 TEST_F(PipelineTest, DataKindNamesAndShortForms)
 {
-    PipelineData kind = DataSource;
-    EXPECT_TRUE(PipelineDataFromName("DataGeneric", kind));
-    EXPECT_EQ(DataGeneric, kind);
-    EXPECT_TRUE(PipelineDataFromName("FINAL", kind));
-    EXPECT_EQ(DataFinal, kind);
-    EXPECT_TRUE(PipelineDataFromName("intermediate", kind));
-    EXPECT_EQ(DataIntermediate, kind);
-    EXPECT_TRUE(PipelineDataFromName("localefolder", kind));
-    EXPECT_EQ(LocaleFolder, kind);
-    EXPECT_FALSE(PipelineDataFromName("finals", kind));
-    EXPECT_FALSE(PipelineDataFromName("", kind));
-    EXPECT_EQ(LocaleFolder, kind);
+    const std::pair<const char*, int> cases[] = {
+        {"DataGeneric", DataGeneric},   {"FINAL", DataFinal}, {"intermediate", DataIntermediate},
+        {"localefolder", LocaleFolder}, {"finals", -1},       {"", -1}};
+    for (const auto& [name, expected] : cases)
+    {
+        PipelineData kind = DataBurn;
+        EXPECT_EQ(expected >= 0, PipelineDataFromName(name, kind)) << name;
+        EXPECT_EQ(expected >= 0 ? expected : int(DataBurn), int(kind)) << name;
+    }
 }
 
 TEST_F(PipelineTest, ProjectFromPathNeedsAWholeComponentBehindTheFolder)
@@ -312,9 +318,8 @@ TEST_F(PipelineTest, NestedProjectFoldersGoToTheFirstProjectByName)
 
 TEST_F(PipelineTest, FolderWithATrailingSeparatorMatchesOnlyItself)
 {
-    std::string section = ProjectSection("project:tank", "tank", "");
-    section.replace(section.find("DataFinal=tank/final"), 20, "DataFinal=tank/final\\");
-    ASSERT_EQ(Pipeline::InitOk, Init(section));
+    ASSERT_EQ(Pipeline::InitOk,
+              Init(Edit(ProjectSection("project:tank", "tank", ""), "DataFinal", "tank/final\\")));
     EXPECT_EQ(nullptr, Pipeline::ProjectFromPath((m_root / "tank/final/t.tqm").c_str(), DataFinal));
     EXPECT_STREQ("tank", Pipeline::ProjectFromPath((m_root / "tank/final/").c_str(), DataFinal));
 }
