@@ -46,7 +46,7 @@ echo "== the same in DXT5, which must hold the same model as its source" >&2
 echo "== the burn configuration of a sample file, merged from the .burn files above it (then a folder's, as JSON)" >&2
 "$tq7z" burn config samples/project/art/generic/units/tank/readme.txt
 "$tq7z" burn config samples/project/art/generic/units --json
-echo "== the sample project burned: a working copy with the scout's exported walk model, burned by BurnerImp" >&2
+echo "== the sample project's artist script on a working copy: the scout's exported files merged (with its shared texture's pattern and shader), opened in revision control and burned" >&2
 cmake --build build -j2 --target BurnerImp
 burn_project="$out/project"
 rm -rf "$burn_project"
@@ -54,13 +54,9 @@ cp -r samples/project "$burn_project"
 # The copy's burner is the one just built; the file's lines end in CR LF.
 bin_folder="$(cd build/bin && pwd)"
 sed -i "s|^burnerPath=[^\r]*|burnerPath=$bin_folder|" "$burn_project/pipeline.ini"
+"$tq7z" run "$burn_project/tools/scripts/export_scout.lua" "$export_out"
 generic_scout="$burn_project/art/generic/units/scout"
-mkdir -p "$generic_scout"
-cp "$export_out/whole/walk.sgm" "$generic_scout/scout.sgm"
-if [ -f "$export_out/whole/walk.ebp" ]; then cp "$export_out/whole/walk.ebp" "$generic_scout/scout.ebp"; fi
-"$tq7z" burn "$burn_project/art/generic"
 final_scout="$burn_project/art/final/units/scout/scout.tqm"
-"$tq7z" model info "$final_scout"
 # units/_default.burn leaves out the top texture level of its models (mips_to_skip 1), so only
 # the textures' sizes differ from the source.
 "$tq7z" model diff "$generic_scout/scout.sgm" "$final_scout" --ignore-textures
@@ -70,3 +66,5 @@ echo "== the scout given all its texture levels by a .burn of its own: it alone 
 "$tq7z" model diff "$generic_scout/scout.sgm" "$final_scout"
 echo "== the same burn again: every file up to date" >&2
 "$tq7z" burn "$burn_project/art/generic"
+echo "== the final model of the scout: merged from its exported files and burned" >&2
+"$tq7z" model info "$final_scout"
