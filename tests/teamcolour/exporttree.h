@@ -27,6 +27,34 @@ struct Pixel
     uint8 b = 0, g = 0, r = 0, a = 255;
 };
 
+// The runtime error's text, or "" when the call returns.
+template <class F> std::string ErrorOf(F&& call)
+{
+    try
+    {
+        call();
+    }
+    catch (const std::runtime_error& e)
+    {
+        return e.what();
+    }
+    return "";
+}
+
+// The bare text thrown (not a std::exception, so that the script commands' handlers let it pass).
+template <class F> std::string BareTextOf(F&& call)
+{
+    try
+    {
+        call();
+    }
+    catch (const std::string& text)
+    {
+        return text;
+    }
+    return "";
+}
+
 class ExportTree
 {
 public:

@@ -9,25 +9,12 @@
 #include <gtest/gtest.h>
 
 using TeamColour::Pattern;
+using teamcolour_test::ErrorOf;
 using teamcolour_test::ExportTree;
 using teamcolour_test::Pixel;
 
 namespace
 {
-// The runtime error's text, or "" when the call returns.
-template <class F> std::string ErrorOf(F&& call)
-{
-    try
-    {
-        call();
-    }
-    catch (const std::runtime_error& e)
-    {
-        return e.what();
-    }
-    return "";
-}
-
 class BuildPatternTest : public ::testing::Test
 {
 protected:
@@ -88,6 +75,7 @@ TEST_F(BuildPatternTest, NoLayerImageMakesNoPattern)
 
 TEST_F(BuildPatternTest, MarkersPlaceTheBadgeAndBannerOrEndTheMerge)
 {
+    constexpr Pixel kMagenta{255, 0, 255, 255};
     const std::string coordinates = "Merge: Invalid Badge or Banner Coordinates for '" +
                                     ExportTree::Backslashed(m_tree.Tool(Companion("badge"))) +
                                     "'!  The area must fit completely inside the image!\n";
@@ -101,39 +89,20 @@ TEST_F(BuildPatternTest, MarkersPlaceTheBadgeAndBannerOrEndTheMerge)
         bool fits;
         Pattern::Rect rect; // all zero: none set
     } cases[] = {
-        {"column 192 of 256 for a 64-wide badge",
-         "badge",
-         256,
-         128,
-         {{192, 10}},
-         {255, 0, 255, 255},
-         true,
-         {192, 10, 64, 64}},
-        {"column 193", "badge", 256, 128, {{193, 10}}, {255, 0, 255, 255}, false, {}},
-        {"row 64 of 128", "badge", 256, 128, {{0, 64}}, {255, 0, 255, 255}, true, {0, 64, 64, 64}},
-        {"row 65 of 128", "badge", 256, 128, {{0, 65}}, {255, 0, 255, 255}, false, {}},
+        // clang-format off
+        {"column 192 of 256 for a 64-wide badge", "badge", 256, 128, {{192, 10}}, kMagenta, true, {192, 10, 64, 64}},
+        {"column 193", "badge", 256, 128, {{193, 10}}, kMagenta, false, {}},
+        {"row 64 of 128", "badge", 256, 128, {{0, 64}}, kMagenta, true, {0, 64, 64, 64}},
+        {"row 65 of 128", "badge", 256, 128, {{0, 65}}, kMagenta, false, {}},
         {"green 128 counts", "badge", 256, 128, {{5, 6}}, {255, 128, 255, 255}, true, {5, 6, 64, 64}},
         {"alpha 0 counts", "badge", 256, 128, {{5, 6}}, {255, 0, 255, 0}, true, {5, 6, 64, 64}},
         {"red 254 is no marker", "badge", 256, 128, {{5, 6}}, {255, 0, 254, 255}, true, {}},
         {"blue 254 is no marker", "badge", 256, 128, {{5, 6}}, {254, 0, 255, 255}, true, {}},
-        {"the first marker by rows wins",
-         "badge",
-         256,
-         128,
-         {{200, 9}, {7, 8}, {1, 20}},
-         {255, 0, 255, 255},
-         true,
-         {7, 8, 64, 64}},
-        {"a banner is 64 by 96: row 32 of 128",
-         "banner",
-         128,
-         128,
-         {{64, 32}},
-         {255, 0, 255, 255},
-         true,
-         {64, 32, 64, 96}},
-        {"row 33 of 128 for a banner", "banner", 128, 128, {{64, 33}}, {255, 0, 255, 255}, false, {}},
-        {"an image smaller than a banner", "banner", 32, 32, {{0, 0}}, {255, 0, 255, 255}, false, {}},
+        {"the first marker by rows wins", "badge", 256, 128, {{200, 9}, {7, 8}, {1, 20}}, kMagenta, true, {7, 8, 64, 64}},
+        {"a banner is 64 by 96: row 32 of 128", "banner", 128, 128, {{64, 32}}, kMagenta, true, {64, 32, 64, 96}},
+        {"row 33 of 128 for a banner", "banner", 128, 128, {{64, 33}}, kMagenta, false, {}},
+        {"an image smaller than a banner", "banner", 32, 32, {{0, 0}}, kMagenta, false, {}},
+        // clang-format on
     };
     m_tree.WriteMask(Companion("primary"), 256, 255);
     for (const Case& c : cases)
@@ -291,19 +260,8 @@ TEST_F(ExportTeamPatternTest, OpenAndBurnFailuresThrowTheirTexts)
 
     m_tree.m_openResult = true;
     m_tree.m_burnResult = false;
-    std::string bare;
-    try
-    {
-        TeamColour::ExportTeamPattern("art", "texture_share\\crate");
-    }
-    catch (const std::exception&)
-    {
-        ADD_FAILURE() << "the burn failure is no std::exception";
-    }
-    catch (const std::string& text)
-    {
-        bare = text;
-    }
+    const std::string bare =
+        teamcolour_test::BareTextOf([] { TeamColour::ExportTeamPattern("art", "texture_share\\crate"); });
     EXPECT_EQ(bare,
               "Merge: Unable to burn team colour pattern '" + target +
                   "' pattern in P4!  Please make sure no one else has it checked-out in P4 (Data Generic / "
