@@ -1,31 +1,18 @@
-#include "inventory/inventory.h"
-#include "inventory/leakreport.h"
-
+// Leak tracking ("invleaks"): a record per live reference, and the report of what died referenced.
+#include "inventory/testtypes.h"
 #include "support/logcapture.h"
+#include "support/tempfolder.h"
 
 #include "foundation/runoptions.h"
-
-#include "inventory/testtypes.h"
+#include "inventory/inventory.h"
+#include "inventory/leakreport.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
-
-namespace
-{
-std::vector<std::string> ReadLines(const std::string& fileName)
-{
-    std::ifstream in(fileName, std::ios::binary);
-    std::vector<std::string> cLine;
-    std::string line;
-    while (std::getline(in, line))
-        cLine.push_back(line);
-    return cLine;
-}
-} // namespace
 
 TEST(InventoryLeakTracking, RecordsEveryLiveReferenceByItsAddress)
 {
@@ -92,8 +79,11 @@ TEST(InventoryLeakTracking, ResourceThatDiesReferencedIsWrittenToTheLeakReport)
     ASSERT_FALSE(fileName.empty());
     EXPECT_NE(fileName.find("InventoryLeaks."), std::string::npos);
     EXPECT_EQ(fileName.substr(fileName.size() - 4), ".csv");
-    const std::vector<std::string> cLine = ReadLines(fileName);
+    std::istringstream text(TempFolder::Read(fileName));
     std::remove(fileName.c_str());
+    std::vector<std::string> cLine;
+    for (std::string line; std::getline(text, line);)
+        cLine.push_back(line);
     ASSERT_EQ(cLine.size(), 3u);
     std::string header = "Inventory Item,";
     for (int i = 0; i < 32; ++i)

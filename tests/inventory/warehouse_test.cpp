@@ -1,19 +1,13 @@
-#include "inventory/inventory.h"
-#include "inventory/leakreport.h"
-
-#include "names/faststring.h"
+// The warehouse: loads by translated name, frames, defaults, reloads, flushes, references, reports.
+#include "inventory/testtypes.h"
 #include "support/logcapture.h"
-#include "names/memorypool.h"
 
 #include "foundation/runoptions.h"
-
-#include "inventory/testtypes.h"
+#include "inventory/inventory.h"
+#include "names/faststring.h"
+#include "names/memorypool.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdio>
-#include <fstream>
-#include <sstream>
 
 namespace
 {
@@ -224,40 +218,33 @@ TEST_F(WarehouseTest, FlushTakesOnlyWhatNobodyHolds)
     EXPECT_EQ(log.Count("Unable to find resource art/held -- cannot flush!"), 1);
 }
 
-TEST_F(WarehouseTest, FlushUnreferencedTakesAWholeChainInOneCall)
+TEST_F(WarehouseTest, FlushUnreferencedTakesAWholeChainInOneCallOrOneTypeAtATime)
 {
     LoadChain();
     Inv::Reference<TestModel> model = Inv::Load<TestModel>("art/walker");
-    ASSERT_EQ(m_pWarehouse->GetCount(TestMesh::GetTypeInfo()), 1u);
-    ASSERT_EQ(m_pWarehouse->GetCount(TestTexture::GetTypeInfo()), 1u);
+    Inv::Reference<TestModel> other = Inv::Load<TestModel>("art/other");
+    ASSERT_EQ(m_pWarehouse->GetCount(TestMesh::GetTypeInfo()), 2u);
     EXPECT_TRUE(Find("art/walker_mesh_tex", TestTexture::GetTypeInfo()) != nullptr);
-
     // Held through the model: nothing goes.
     m_pWarehouse->FlushUnreferenced();
-    EXPECT_EQ(m_pWarehouse->GetCount(TestTexture::GetTypeInfo()), 1u);
+    EXPECT_EQ(m_pWarehouse->GetCount(TestTexture::GetTypeInfo()), 2u);
+
+    // One type: the mesh has come down to 0 but is of another type.
+    other = nullptr;
+    m_pWarehouse->FlushUnreferenced(TestModel::GetTypeInfo());
+    EXPECT_EQ(m_pWarehouse->GetCount(TestModel::GetTypeInfo()), 1u);
+    EXPECT_EQ(Find("art/other_mesh", TestMesh::GetTypeInfo())->GetRefCount(), 0u);
+    m_pWarehouse->FlushUnreferenced(TestMesh::GetTypeInfo());
+    EXPECT_EQ(m_pWarehouse->GetCount(TestMesh::GetTypeInfo()), 1u);
+    EXPECT_EQ(m_pWarehouse->GetCount(TestTexture::GetTypeInfo()), 2u);
 
     model = nullptr;
     m_pWarehouse->FlushUnreferenced();
-    EXPECT_EQ(m_pWarehouse->GetCount(TestModel::GetTypeInfo()), 0u);
-    EXPECT_EQ(m_pWarehouse->GetCount(TestMesh::GetTypeInfo()), 0u);
-    EXPECT_EQ(m_pWarehouse->GetCount(TestTexture::GetTypeInfo()), 0u);
+    for (Inv::ResourceTypeInfo* pInfo :
+         {TestModel::GetTypeInfo(), TestMesh::GetTypeInfo(), TestTexture::GetTypeInfo()})
+        EXPECT_EQ(m_pWarehouse->GetCount(pInfo), 0u) << pInfo->GetTypeName();
     EXPECT_EQ(TestModel::s_type.m_destroyed + TestMesh::s_type.m_destroyed + TestTexture::s_type.m_destroyed,
-              3);
-}
-
-TEST_F(WarehouseTest, FlushUnreferencedOfOneTypeLeavesTheOthers)
-{
-    LoadChain();
-    Inv::Reference<TestModel> model = Inv::Load<TestModel>("art/walker");
-    model = nullptr;
-    m_pWarehouse->FlushUnreferenced(TestModel::GetTypeInfo());
-    EXPECT_EQ(m_pWarehouse->GetCount(TestModel::GetTypeInfo()), 0u);
-    // The mesh has come down to 0 but is of another type.
-    EXPECT_EQ(m_pWarehouse->GetCount(TestMesh::GetTypeInfo()), 1u);
-    EXPECT_EQ(Find("art/walker_mesh", TestMesh::GetTypeInfo())->GetRefCount(), 0u);
-    m_pWarehouse->FlushUnreferenced(TestMesh::GetTypeInfo());
-    EXPECT_EQ(m_pWarehouse->GetCount(TestMesh::GetTypeInfo()), 0u);
-    EXPECT_EQ(m_pWarehouse->GetCount(TestTexture::GetTypeInfo()), 1u);
+              6);
 }
 
 TEST_F(WarehouseTest, AddingOneResourceTwiceLogsAssertsAndKeepsOneNode)
@@ -283,7 +270,7 @@ TEST_F(WarehouseTest, AddingOneResourceTwiceLogsAssertsAndKeepsOneNode)
     EXPECT_EQ(Find("art/rock", TestMesh::GetTypeInfo()), ref.GetResource());
 }
 
-TEST_F(WarehouseTest, SameKeyDifferentNamesBothStay)
+TEST_F(WarehouseTest, KeyCollisionsAndDuplicateNamesAreReportedAndBothStay)
 {
     ASSERT_EQ(FastString::HashStringLower(ClashA), FastString::HashStringLower(ClashB));
     LogCapture log;
@@ -293,15 +280,7 @@ TEST_F(WarehouseTest, SameKeyDifferentNamesBothStay)
     EXPECT_EQ(m_pWarehouse->GetCount(TestMesh::GetTypeInfo()), 2u);
     EXPECT_EQ(Find(ClashA, TestMesh::GetTypeInfo()), a.GetResource());
     EXPECT_EQ(Find(ClashB, TestMesh::GetTypeInfo()), b.GetResource());
-    const LogCapture::Line* pLine = log.FindLine(
-        "Frame '_ROOT_FRAME_': 'mesh_92940' Key collision with 'mesh_39051' added to inventory.");
-    ASSERT_NE(pLine, nullptr);
-    EXPECT_EQ(pLine->channel, Tag3("INV"));
-}
 
-TEST_F(WarehouseTest, DuplicateNameIsReportedAndStillAdded)
-{
-    LogCapture log;
     auto* pFirst = new TestTexture;
     pFirst->SetName("art/dup");
     auto* pSecond = new TestTexture;
@@ -309,12 +288,17 @@ TEST_F(WarehouseTest, DuplicateNameIsReportedAndStillAdded)
     Inv::Reference<TestTexture> first = m_pWarehouse->Add(pFirst);
     Inv::Reference<TestTexture> second = m_pWarehouse->Add(pSecond);
     EXPECT_EQ(m_pWarehouse->GetCount(TestTexture::GetTypeInfo()), 2u);
-    const LogCapture::Line* pLine = log.FindLine("Frame '_ROOT_FRAME_': Duplicate Texture resource 'art/dup' "
-                                                 "added to inventory - please check the resource!");
-    ASSERT_NE(pLine, nullptr);
-    EXPECT_EQ(pLine->channel, Tag3("INV"));
     // The earlier one is found first.
     EXPECT_EQ(Find("art/dup", TestTexture::GetTypeInfo())->GetData(), pFirst);
+    for (const char* message :
+         {"Frame '_ROOT_FRAME_': 'mesh_92940' Key collision with 'mesh_39051' added to inventory.",
+          "Frame '_ROOT_FRAME_': Duplicate Texture resource 'art/dup' added to inventory - please check the "
+          "resource!"})
+    {
+        const LogCapture::Line* pLine = log.FindLine(message);
+        ASSERT_NE(pLine, nullptr) << message;
+        EXPECT_EQ(pLine->channel, Tag3("INV"));
+    }
 }
 
 TEST_F(WarehouseTest, AnonymousResourcesCannotBeFound)
@@ -396,17 +380,12 @@ TEST_F(WarehouseTest, ReferencesCountCopiesAndAssignments)
         EXPECT_THROW(empty.operator->(), std::runtime_error);
         // Releasing below 0 is an assertion.
         EXPECT_THROW(Find("art/b", TestTexture::GetTypeInfo())->Release(&empty), std::runtime_error);
+        // Data held by the inventory refuses a new name.
+        EXPECT_THROW(a->SetName("art/c"), std::runtime_error);
+        EXPECT_STREQ(a->GetName(), "art/a");
     }
     dbg::ScopedThrowOnAssert passed(false);
     EXPECT_EQ(empty.operator->(), nullptr);
-}
-
-TEST_F(WarehouseTest, DataHeldByTheInventoryRefusesRename)
-{
-    Inv::Reference<TestTexture> ref = Inv::Load<TestTexture>("art/a");
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(ref->SetName("art/b"), std::runtime_error);
-    EXPECT_STREQ(ref->GetName(), "art/a");
 }
 
 TEST_F(WarehouseTest, DestroyPurgesWhatIsStillReferenced)
