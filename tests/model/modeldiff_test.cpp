@@ -77,99 +77,37 @@ TEST_F(ModelDiffTest, EachSingleChangeIsFoundOnceUnderItsPath)
         const char* a = nullptr;
         const char* b = nullptr;
     };
+    // clang-format off
     const Case cases[] = {
-        {"skeleton/bones/head/position",
-         [](RenderModel& m) {
-             m.GetSkeleton()->GetBone(3)->SetPosition({0, 0.75f, 0.5f});
-         },
-         "(0, 0.75, 0.1)", "(0, 0.75, 0.5)"},
-        {"skeleton/bones/arm_l/parent", [](RenderModel& m) { m.GetSkeleton()->SetBoneParent(4, 1); }, "2",
-         "1"},
-        {"meshes/body/vertices[2]/position",
-         [](RenderModel& m) { SetVertexFloat(m, 0, fr::VC_Position, 2 * 3 + 2, 3.5f); }},
-        {"meshes/gun/vertices[3]/uv0",
-         [](RenderModel& m) { SetVertexFloat(m, 1, fr::VC_TexCoord0, 3 * 2, 9.0f); }},
-        {"meshes/body/primsets/walker_skin/indices[4]",
-         [](RenderModel& m)
-         {
-             const uint16 index = 5;
-             MeshOf(m, 0).GetPrimSet(0, ra::Mesh::Poly_High)->WriteIndices(4, 1, std::span(&index, 1));
-         },
-         "1", "5"},
-        {"meshes/body/skin[1]/bone",
-         [](RenderModel& m) { MeshOf(m, 0).SetSkinnedTransformName(1, ra::MakeName("head")); }, "'spine'",
-         "'head'"},
+        {"skeleton/bones/head/position", [](RenderModel& m) { m.GetSkeleton()->GetBone(3)->SetPosition({0, 0.75f, 0.5f}); }, "(0, 0.75, 0.1)", "(0, 0.75, 0.5)"},
+        {"skeleton/bones/arm_l/parent", [](RenderModel& m) { m.GetSkeleton()->SetBoneParent(4, 1); }, "2", "1"},
+        {"meshes/body/vertices[2]/position", [](RenderModel& m) { SetVertexFloat(m, 0, fr::VC_Position, 2 * 3 + 2, 3.5f); }},
+        {"meshes/gun/vertices[3]/uv0", [](RenderModel& m) { SetVertexFloat(m, 1, fr::VC_TexCoord0, 3 * 2, 9.0f); }},
+        {"meshes/body/primsets/walker_skin/indices[4]", [](RenderModel& m) { const uint16 index = 5; MeshOf(m, 0).GetPrimSet(0, ra::Mesh::Poly_High)->WriteIndices(4, 1, std::span(&index, 1)); }, "1", "5"},
+        {"meshes/body/skin[1]/bone", [](RenderModel& m) { MeshOf(m, 0).SetSkinnedTransformName(1, ra::MakeName("head")); }, "'spine'", "'head'"},
         {"meshes/gun/type", [](RenderModel& m) { MeshOf(m, 1).SetMeshType(0); }, "2", "0"},
         {"meshes/gun/bounds/centre", [](RenderModel& m) { MeshOf(m, 1).SetBV(BoxAt(0.5f, 1.5f, 1, 0.2f)); }},
         {"group/bounds/scale", [](RenderModel& m) { m.GetMeshGroup()->SetBV(BoxAt(0, 1, 0, 2)); }},
-        {"shaders/walker_glow/channels[3]/colour",
-         [](RenderModel& m) { ShaderOf(m, 1).SetColour(Shader::CN_SelfIllumination, 0xFF202021); },
-         "0xFF202020", "0xFF202021"},
-        {"shaders/walker_glow/blend",
-         [](RenderModel& m) { ShaderOf(m, 1).SetBlend(Shader::Blend_One, Shader::Blend_Zero); }, "6 7",
-         "1 0"},
-        {"textures/art/textures/walker_skin/levels[0]/pixel(3, 2)",
-         [](RenderModel& m)
-         {
-             fr::Texture& texture = *ShaderOf(m, 0).GetTexture(Shader::CN_Diffuse)->GetTexture();
-             const uint8 pixel[4] = {1, 2, 3, 4};
-             texture.Write(0, 3, 2, 1, 1, pixel, 4);
-         }},
-        {"markers/muzzle/parent",
-         [](RenderModel& m)
-         {
-             m.SetCMarker(0, Marker{ra::MakeName("muzzle"), model_test::Translation(0.5f, 0, 0.25f),
-                                    ra::MakeName("arm_l"), -1});
-         },
-         "'arm_r'", "'arm_l'"},
-        {"cameras/portrait/fov",
-         [](RenderModel& m)
-         {
-             RenderModelCamera camera = m.GetCCamera(0);
-             camera.fov = 0.9f;
-             m.SetCCamera(0, camera);
-         },
-         "0.8", "0.9"},
-        {"animations/walk/time", [](RenderModel& m) { m.GetAnimList()->GetAnim(0)->SetTime(2.0f); }, "1",
-         "2"},
-        {"animations/walk/bones/pelvis/position_keys[1]",
-         [](RenderModel& m) {
-             m.GetAnimList()->GetAnim(0)->GetPositionStream(1)->SetValue(1, {0.1f, 1, 0.5f});
-         },
-         "(0.5, 0.1, 1, 0)", "(0.5, 0.1, 1, 0.5)"},
-        {"animations/walk/controls/walker_glow/keys",
-         [](RenderModel& m) { m.GetAnimList()->GetAnim(0)->GetControlStream(0)->Remove(2); }, "3", "2"},
-        {"animations/walk/cameras/portrait/rotation_keys[0]",
-         [](RenderModel& m) { m.GetAnimList()->GetAnim(0)->GetCameraRotationStream(0)->SetTime(0, 0.25f); }},
-        {"animations/idle/bounds/max",
-         [](RenderModel& m) {
-             m.GetAnimList()->GetAnimNode(1)->SetBV({-0.5f, 0, -0.5f}, {0.5f, 3, 0.5f});
-         }},
-        {"motions/walk_m/transition_out",
-         [](RenderModel& m) { m.GetMotionList().GetMotion(0)->SetTransitionOutTime(0.4f); }, "0.3", "0.4"},
-        {"motions/any_m/random[1]/weight",
-         [](RenderModel& m) { m.GetMotionList().GetMotion(2)->SetRandMotionWeight(1, 3.0f); }},
-        {"actions/move/sub_actions",
-         [](RenderModel& m) { m.GetActionTree().GetAction(0)->RemoveSubAction(0); }, "1", "0"},
-        {"clauses/is_fast/value", [](RenderModel& m) { m.GetClauseList().GetClause(0)->SetValue(2.5f); }, "2",
-         "2.5"},
-        {"conditions/fast/clauses",
-         [](RenderModel& m)
-         { m.GetConditionList().GetCondition(0)->AddClause(m.GetClauseList().GetClause(1), false); },
-         "1", "2"},
-        {"modifiers/speed_mod/clamp",
-         [](RenderModel& m) { m.GetModifierList().GetModifier(0)->SetClampValue(5.0f); }},
-        {"events/art/events/step/params[1]",
-         [](RenderModel& m)
-         {
-             ra::EventData& step = *m.GetEventList().GetEvent(0).Get();
-             step.ClearParams();
-             step.AddParam("fx", "art/fx/dust");
-             step.AddParam("marker", "smoke");
-         },
-         "'marker = muzzle'", "'marker = smoke'"},
+        {"shaders/walker_glow/channels[3]/colour", [](RenderModel& m) { ShaderOf(m, 1).SetColour(Shader::CN_SelfIllumination, 0xFF202021); }, "0xFF202020", "0xFF202021"},
+        {"shaders/walker_glow/blend", [](RenderModel& m) { ShaderOf(m, 1).SetBlend(Shader::Blend_One, Shader::Blend_Zero); }, "6 7", "1 0"},
+        {"textures/art/textures/walker_skin/levels[0]/pixel(3, 2)", [](RenderModel& m) { const uint8 pixel[4] = {1, 2, 3, 4}; ShaderOf(m, 0).GetTexture(Shader::CN_Diffuse)->GetTexture()->Write(0, 3, 2, 1, 1, pixel, 4); }},
+        {"markers/muzzle/parent", [](RenderModel& m) { m.SetCMarker(0, Marker{ra::MakeName("muzzle"), model_test::Translation(0.5f, 0, 0.25f), ra::MakeName("arm_l"), -1}); }, "'arm_r'", "'arm_l'"},
+        {"cameras/portrait/fov", [](RenderModel& m) { RenderModelCamera camera = m.GetCCamera(0); camera.fov = 0.9f; m.SetCCamera(0, camera); }, "0.8", "0.9"},
+        {"animations/walk/time", [](RenderModel& m) { m.GetAnimList()->GetAnim(0)->SetTime(2.0f); }, "1", "2"},
+        {"animations/walk/bones/pelvis/position_keys[1]", [](RenderModel& m) { m.GetAnimList()->GetAnim(0)->GetPositionStream(1)->SetValue(1, {0.1f, 1, 0.5f}); }, "(0.5, 0.1, 1, 0)", "(0.5, 0.1, 1, 0.5)"},
+        {"animations/walk/controls/walker_glow/keys", [](RenderModel& m) { m.GetAnimList()->GetAnim(0)->GetControlStream(0)->Remove(2); }, "3", "2"},
+        {"animations/walk/cameras/portrait/rotation_keys[0]", [](RenderModel& m) { m.GetAnimList()->GetAnim(0)->GetCameraRotationStream(0)->SetTime(0, 0.25f); }},
+        {"animations/idle/bounds/max", [](RenderModel& m) { m.GetAnimList()->GetAnimNode(1)->SetBV({-0.5f, 0, -0.5f}, {0.5f, 3, 0.5f}); }},
+        {"motions/walk_m/transition_out", [](RenderModel& m) { m.GetMotionList().GetMotion(0)->SetTransitionOutTime(0.4f); }, "0.3", "0.4"},
+        {"motions/any_m/random[1]/weight", [](RenderModel& m) { m.GetMotionList().GetMotion(2)->SetRandMotionWeight(1, 3.0f); }},
+        {"actions/move/sub_actions", [](RenderModel& m) { m.GetActionTree().GetAction(0)->RemoveSubAction(0); }, "1", "0"},
+        {"clauses/is_fast/value", [](RenderModel& m) { m.GetClauseList().GetClause(0)->SetValue(2.5f); }, "2", "2.5"},
+        {"conditions/fast/clauses", [](RenderModel& m) { m.GetConditionList().GetCondition(0)->AddClause(m.GetClauseList().GetClause(1), false); }, "1", "2"},
+        {"modifiers/speed_mod/clamp", [](RenderModel& m) { m.GetModifierList().GetModifier(0)->SetClampValue(5.0f); }},
+        {"events/art/events/step/params[1]", [](RenderModel& m) { ra::EventData& step = *m.GetEventList().GetEvent(0).Get(); step.ClearParams(); step.AddParam("fx", "art/fx/dust"); step.AddParam("marker", "smoke"); }, "'marker = muzzle'", "'marker = smoke'"},
         {"selection/type", [](RenderModel& m) { m.SetSelectionType(1); }, "2", "1"},
     };
+    // clang-format on
     std::unique_ptr<RenderModel> pA = Build("a");
     int frame = 0;
     for (const Case& c : cases)

@@ -41,93 +41,81 @@ void AddMarkers(RenderModel& model, std::initializer_list<Marker> cMarker)
         model.SetCMarker(i++, marker);
 }
 
-// The shared random source, replaced for a test: it answers a fixed choice and records the count
-// it was asked for.
-struct FixedRandom : ::testing::Test
+// The shared random source, replaced: it answers a fixed choice and records the count asked for.
+uint32 s_answer = 0;
+uint32 s_lastCount = 0;
+uint32 FixedAnswer(uint32 count)
 {
-    static inline uint32 s_answer = 0;
-    static inline uint32 s_lastCount = 0;
-    static uint32 Answer(uint32 count)
-    {
-        s_lastCount = count;
-        return s_answer < count ? s_answer : count - 1;
-    }
-    FixedRandom() { RenderModel::SetRandomSource(Answer); }
-    ~FixedRandom() override { RenderModel::SetRandomSource(nullptr); }
-};
-
-using RenderModelMarkers = FixedRandom;
+    s_lastCount = count;
+    return s_answer < count ? s_answer : count - 1;
+}
 } // namespace
 
-TEST_F(RenderModelMarkers, WithoutSkeletonRootIsTheFirstMarker)
+// Markers and bones are one index space, the records first; "root" is the first bone (or the
+// first marker without a skeleton) and "random" any of them, both over markers of their name.
+TEST(RenderModelMarkers, LookupByNameRootAndRandom)
 {
-    RenderModel model("m");
-    AddMarkers(model, {MakeMarker("muzzle"), MakeMarker("exhaust")});
-    EXPECT_EQ(model.GetMarkerCount(), 2);
-    EXPECT_EQ(model.FindMarker(ra::MakeName("root")), 0);
-    EXPECT_EQ(model.FindMarker(ra::MakeName("exhaust")), 1);
-
-    s_answer = 1;
-    EXPECT_EQ(model.FindMarker(ra::MakeName("random")), 1);
-    EXPECT_EQ(s_lastCount, 2u);
+    const int32 none = RenderModel::InvalidIndex;
+    struct Case
+    {
+        std::vector<const char*> markers;
+        bool bones;
+        const char* name;
+        uint32 answer;
+        int32 index;
+        uint32 asked; // the count the random source was asked for; 0 when it was not asked
+    };
+    // clang-format off
+    const Case cases[] = {
+        {{"muzzle", "exhaust"}, false, "root", 0, 0, 0},
+        {{"muzzle", "exhaust"}, false, "exhaust", 0, 1, 0},
+        {{"muzzle", "exhaust"}, false, "random", 1, 1, 2},
+        {{}, true, "root", 0, 0, 0},
+        {{"muzzle", "exhaust"}, true, "root", 0, 2, 0},
+        {{"muzzle", "exhaust"}, true, "B3", 0, 5, 0},
+        {{"muzzle", "exhaust"}, true, "nowhere", 0, none, 0},
+        {{"muzzle", "exhaust"}, true, "random", 6, 6, 7},
+        {{"muzzle", "root", "random"}, false, "root", 0, 0, 0},
+        {{"muzzle", "root", "random"}, false, "random", 0, 0, 3},
+        {{"muzzle", "root", "random"}, true, "root", 0, 3, 0},
+        {{}, false, "root", 0, none, 0},
+        {{}, false, "random", 0, none, 0},
+        {{}, false, "muzzle", 0, none, 0},
+    };
+    // clang-format on
+    RenderModel::SetRandomSource(FixedAnswer);
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(std::string(c.name) + (c.bones ? " with bones" : "") + " among " +
+                     std::to_string(c.markers.size()));
+        RenderModel model("m");
+        model.SetCMarkerCount(int32(c.markers.size()));
+        for (size_t i = 0; i < c.markers.size(); ++i)
+            model.SetCMarker(int32(i), MakeMarker(c.markers[i]));
+        if (c.bones)
+            model.SetSkeleton(FiveBones());
+        EXPECT_EQ(model.GetMarkerCount(), int32(c.markers.size()) + (c.bones ? 5 : 0));
+        s_answer = c.answer;
+        s_lastCount = 0;
+        EXPECT_EQ(model.FindMarker(ra::MakeName(c.name)), c.index);
+        EXPECT_EQ(s_lastCount, c.asked);
+    }
+    RenderModel::SetRandomSource(nullptr);
 }
 
-TEST_F(RenderModelMarkers, BonesFollowTheMarkerRecords)
+TEST(RenderModelMarkers, NamesListTheLiteralsThenMarkersButNoBones)
 {
     RenderModel model("m");
-    model.SetSkeleton(FiveBones());
-    EXPECT_EQ(model.GetMarkerCount(), 5);
-    EXPECT_EQ(model.FindMarker(ra::MakeName("root")), 0);
-
-    AddMarkers(model, {MakeMarker("muzzle"), MakeMarker("exhaust")});
-    EXPECT_EQ(model.GetMarkerCount(), 7);
-    EXPECT_EQ(model.FindMarker(ra::MakeName("root")), 2);
-    EXPECT_EQ(model.FindMarker(ra::MakeName("B3")), 5);
-    EXPECT_EQ(model.GetMarkerName(5), ra::MakeName("b3"));
-    EXPECT_EQ(model.GetMarkerName(1), ra::MakeName("exhaust"));
-    EXPECT_EQ(model.FindMarker(ra::MakeName("nowhere")), RenderModel::InvalidIndex);
-
-    // "random" may choose a bone.
-    s_answer = 6;
-    EXPECT_EQ(model.FindMarker(ra::MakeName("random")), 6);
-    EXPECT_EQ(s_lastCount, 7u);
-}
-
-TEST_F(RenderModelMarkers, TheLiteralsWinOverMarkersOfTheirName)
-{
-    RenderModel model("m");
-    AddMarkers(model, {MakeMarker("muzzle"), MakeMarker("root"), MakeMarker("random")});
-    EXPECT_EQ(model.FindMarker(ra::MakeName("root")), 0);
-    s_answer = 0;
-    EXPECT_EQ(model.FindMarker(ra::MakeName("random")), 0);
-
-    model.SetSkeleton(FiveBones());
-    EXPECT_EQ(model.FindMarker(ra::MakeName("root")), 3);
-}
-
-TEST_F(RenderModelMarkers, NothingToFindWithoutMarkersAndBones)
-{
-    RenderModel model("m");
-    EXPECT_EQ(model.GetMarkerCount(), 0);
-    for (const char* name : {"root", "random", "muzzle"})
-        EXPECT_EQ(model.FindMarker(ra::MakeName(name)), RenderModel::InvalidIndex) << name;
-    s_lastCount = 0;
-    model.FindMarker(ra::MakeName("random"));
-    EXPECT_EQ(s_lastCount, 0u);
-
     std::vector<std::string> cName;
     model.GetMarkerNames(cName);
     EXPECT_EQ(cName, (std::vector<std::string>{"root", "random"}));
-}
-
-TEST(RenderModelMarkerNames, ListsTheLiteralsThenMarkersButNoBones)
-{
-    RenderModel model("m");
     model.SetSkeleton(FiveBones());
     AddMarkers(model, {MakeMarker("Muzzle"), MakeMarker("exhaust")});
-    std::vector<std::string> cName{"earlier"};
+    cName = {"earlier"};
     model.GetMarkerNames(cName);
     EXPECT_EQ(cName, (std::vector<std::string>{"earlier", "root", "random", "muzzle", "exhaust"}));
+    EXPECT_EQ(model.GetMarkerName(5), ra::MakeName("b3"));
+    EXPECT_EQ(model.GetMarkerName(1), ra::MakeName("exhaust"));
 }
 
 TEST(RenderModelRandom, DefaultSourceStaysBelowTheCountAndVaries)

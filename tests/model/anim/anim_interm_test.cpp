@@ -4,6 +4,7 @@
 #include "model/anim/animinterm.h"
 
 #include "model/anim/anim_test_util.h"
+#include "model/mesh/mesh_test_util.h"
 #include "model/mesh/meshgroup.h"
 #include "model/rendermodel.h"
 #include "model/shader/shader_test_env.h"
@@ -19,19 +20,10 @@
 using anim_test::ExpectQuat;
 using anim_test::ExpectVec;
 using anim_test::Keys;
+using model_test::Rows;
 
 namespace
 {
-ra::Matrix34 Rows(const ra::Vec3& r0, const ra::Vec3& r1, const ra::Vec3& r2, const ra::Vec3& t)
-{
-    ra::Matrix34 m;
-    m.r[0] = r0;
-    m.r[1] = r1;
-    m.r[2] = r2;
-    m.r[3] = t;
-    return m;
-}
-
 std::unique_ptr<BoneMatrixStream> Matrices(const std::vector<ra::Matrix34>& cMatrix)
 {
     auto pStream = std::make_unique<BoneMatrixStream>(uint32(cMatrix.size()));
@@ -291,26 +283,6 @@ TEST_F(AnimIntermControls, MeshesWithoutVisibilityGetAHiddenDefault)
     // A second run adds nothing.
     anim.AddDefaultVisibilityStreams(m_group);
     EXPECT_EQ(3, anim.GetControlStreamCount());
-}
-
-TEST_F(AnimIntermControls, ConvertRunsEveryStepAgainstTheModel)
-{
-    RenderModel model("hero");
-    MakeHero(model);
-
-    AnimInterm anim("Jump");
-    anim.AddBone(ra::MakeName("root"));
-    anim.SetBoneAnimated(0, true);
-    anim.SetBoneMatrixStream(0, Matrices({Rows({1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 3, 0})}));
-    anim.AddControlStream(ra::MakeName("skin"), Info(ControlInfo::Target_Shader, 0, 0), Keys(0.2f, 0.201f));
-
-    anim.Convert(model);
-
-    ASSERT_NE(nullptr, anim.GetPositionStream(0));
-    ExpectVec({0, 3, 0}, anim.GetPositionStream(0)->GetKeyValue(0));
-    ASSERT_EQ(1, anim.GetControlStreamCount());
-    EXPECT_TRUE(anim.GetControlInfo(0).IsMeshVisibility());
-    EXPECT_EQ(0, anim.GetControlInfo(0).m_index);
 }
 
 TEST_F(AnimIntermControls, TheKeptSourceHoldsUntilTheAnimationOrTheModelChanges)

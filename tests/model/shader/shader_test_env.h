@@ -15,6 +15,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace model_test
 {
@@ -43,6 +44,41 @@ inline Inv::Reference<Texture> AddTexture(const char* name, fr::PixelFormat form
     fr::ObjectPtr<fr::Texture> pRender =
         fr::Interface::GetDevice()->CreateTexture(side, side, 1, format, false);
     return Inv::Warehouse::Get()->Add(new Texture(name, pRender));
+}
+
+// A render texture of the null device whose every byte tells its level and place.
+inline fr::ObjectPtr<fr::Texture> PatternedTexture(uint32 w, uint32 h, uint32 mips, fr::PixelFormat format)
+{
+    fr::ObjectPtr<fr::Texture> pTexture =
+        fr::Interface::GetDevice()->CreateTexture(w, h, mips, format, false);
+    for (uint32 level = 0; level < pTexture->GetMipCount(); ++level)
+    {
+        std::vector<uint8> bytes(size_t(pTexture->GetLevelPitch(level)) * pTexture->GetLevelRows(level));
+        for (size_t i = 0; i < bytes.size(); ++i)
+            bytes[i] = uint8(level * 40 + i * 7 + 1);
+        pTexture->Write(level, 0, 0, pTexture->GetLevelWidth(level), pTexture->GetLevelHeight(level), bytes,
+                        pTexture->GetLevelPitch(level));
+    }
+    return pTexture;
+}
+
+// The bytes of one level of a render texture of the null device.
+inline std::vector<uint8> LevelBytes(const fr::Texture& texture, uint32 level)
+{
+    const auto bytes = static_cast<const fr::NullTexture&>(texture).GetLevel(level);
+    return std::vector<uint8>(bytes.begin(), bytes.end());
+}
+
+// Two render textures alike in format, size and the bytes of every level.
+inline bool SameLevels(const fr::Texture& a, const fr::Texture& b)
+{
+    if (a.GetFormat() != b.GetFormat() || a.GetWidth() != b.GetWidth() || a.GetHeight() != b.GetHeight() ||
+        a.GetMipCount() != b.GetMipCount())
+        return false;
+    for (uint32 level = 0; level < a.GetMipCount(); ++level)
+        if (LevelBytes(a, level) != LevelBytes(b, level))
+            return false;
+    return true;
 }
 
 inline const fr::NullShader& RenderTree(const ShaderImp& shader)

@@ -1,7 +1,6 @@
 #include "model/file/final/rendermodelloadfinal.h"
 
 #include "model/file/final/final_test_util.h"
-#include "model/file/final/finalchunk.h"
 #include "support/logcapture.h"
 
 #include <gtest/gtest.h>
@@ -11,23 +10,6 @@ using model_test::FileHeader;
 
 namespace
 {
-std::vector<uint32> Words(const ra::Mesh& mesh, uint32 level, uint32 component)
-{
-    std::vector<uint32> c;
-    if (fr::VertexSet* pSet = mesh.GetVertexSet(level))
-        ra::ReadStreamWords(*pSet, component, c);
-    return c;
-}
-
-std::vector<uint16> Indices(const ra::Mesh& mesh, int32 primSet, uint32 level)
-{
-    const fr::PrimSet* pSet = mesh.GetPrimSet(primSet, level);
-    std::vector<uint16> c(pSet ? pSet->GetIndexCount() : 0);
-    if (pSet)
-        pSet->ReadIndices(0, uint32(c.size()), c);
-    return c;
-}
-
 // What the generic form does not carry: a low level of detail and the shadow arrays.
 void AddLowLevelAndShadows(ra::Mesh& mesh)
 {
@@ -163,13 +145,12 @@ TEST(FinalModel, ModelWrittenAndReadBackHasTheSameContentAndRewritesTheSameBytes
     Inv::Warehouse::Get()->PopFrame();
     const std::string tqm = e.data.Read("art/walker.tqm");
     const std::string tqe = e.data.Read("art/walker.tqe");
-    EXPECT_EQ(RootChildren(tqm, FinalChunk::ID_RSGM, 3),
+    EXPECT_EQ(RootChildren(tqm),
               (std::vector<std::string>{"TXTR:art/textures/walker_skin", "TXTR:art/textures/walker_glow",
                                         "SHDR:walker_skin", "SHDR:walker_glow",
                                         "SKEL:", "MSGR:", "MARK:", "CAMS:", "ANIM:walk", "ANIM:idle"}));
-    EXPECT_EQ(RootChildren(tqe, FinalChunk::ID_REBP, 4),
-              (std::vector<std::string>{"ANIM:wave",
-                                        "EVCT:", "CLST:", "CONL:", "MODL:", "MTRE:", "ACTS:", "SEUI:"}));
+    EXPECT_EQ(RootChildren(tqe), (std::vector<std::string>{"ANIM:wave", "EVCT:", "CLST:", "CONL:", "MODL:",
+                                                           "MTRE:", "ACTS:", "SEUI:"}));
 
     // Read in a frame of its own, which doesn't see the shaders and textures of the built one.
     Inv::Warehouse::Get()->PushFrame("read");
@@ -214,7 +195,7 @@ TEST(FinalModel, MarkersAndCamerasAreOneChunkEachAndOnlyWhenThereAreAny)
         model.SetCCameraCount(c.cameras);
         const std::string file =
             WriteChunks([&](Chunky& ch, ByteStreamAdapter& a) { RenderModelLoadFinal::Save(ch, a, model); });
-        EXPECT_EQ(RootChildren(file, FinalChunk::ID_RSGM, 3), c.children);
+        EXPECT_EQ(RootChildren(file), c.children);
         EXPECT_FALSE(RenderModelLoadFinal::HasEntity(model));
     }
 
@@ -292,11 +273,10 @@ TEST(FinalModel, MeshDataReadsBothLevelsAndTheShadowArraysOnlyForAShadowManager)
         std::unique_ptr<RenderModel> pModel = RenderModelLoadFinal::Load("m");
         ASSERT_TRUE(pModel);
         const ra::Mesh& mesh = *pModel->GetMeshGroup()->GetMesh(0);
-        EXPECT_EQ(Indices(mesh, 0, ra::Mesh::Poly_High), m.cHighIndex);
-        EXPECT_EQ(Indices(mesh, 0, ra::Mesh::Poly_Low), m.cLowIndex);
+        EXPECT_EQ(IndicesOf(mesh, 0), m.cHighIndex);
+        EXPECT_EQ(IndicesOf(mesh, 0, ra::Mesh::Poly_Low), m.cLowIndex);
         ASSERT_TRUE(mesh.GetVertexSet(ra::Mesh::Poly_Low));
         EXPECT_EQ(mesh.GetVertexSet(ra::Mesh::Poly_Low)->GetSize(), 3u);
-        EXPECT_EQ(Words(mesh, ra::Mesh::Poly_Low, fr::VC_Position).size(), 9u);
         EXPECT_EQ(mesh.GetShadowVertices().size(), manager ? 2u : 0u);
         EXPECT_EQ(mesh.GetShadowEdges().size(), manager ? 1u : 0u);
         EXPECT_EQ(mesh.GetShadowFaces().size(), manager ? 3u : 0u);

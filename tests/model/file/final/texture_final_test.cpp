@@ -85,8 +85,7 @@ std::unique_ptr<Texture> LoadChunks(const std::string& chunks)
 
 std::vector<uint8> Level(const Texture& texture, uint32 level)
 {
-    const auto bytes = static_cast<const fr::NullTexture&>(*texture.GetTexture()).GetLevel(level);
-    return std::vector<uint8>(bytes.begin(), bytes.end());
+    return model_test::LevelBytes(*texture.GetTexture(), level);
 }
 
 std::vector<uint8> Level(const Image& image, uint32 level)
@@ -94,20 +93,9 @@ std::vector<uint8> Level(const Image& image, uint32 level)
     return std::vector<uint8>(image.GetData(level), image.GetData(level) + image.GetDataSize(level));
 }
 
-// A render texture whose every byte tells its level and place.
 fr::ObjectPtr<fr::Texture> PatternedTexture(uint32 side, uint32 mips, fr::PixelFormat format)
 {
-    fr::ObjectPtr<fr::Texture> pTexture =
-        fr::Interface::GetDevice()->CreateTexture(side, side, mips, format, false);
-    for (uint32 level = 0; level < pTexture->GetMipCount(); ++level)
-    {
-        std::vector<uint8> bytes(std::size_t(pTexture->GetLevelPitch(level)) * pTexture->GetLevelRows(level));
-        for (std::size_t i = 0; i < bytes.size(); ++i)
-            bytes[i] = uint8(level * 40 + i * 7 + 1);
-        EXPECT_TRUE(pTexture->Write(level, 0, 0, pTexture->GetLevelWidth(level),
-                                    pTexture->GetLevelHeight(level), bytes, pTexture->GetLevelPitch(level)));
-    }
-    return pTexture;
+    return model_test::PatternedTexture(side, side, mips, format);
 }
 
 std::string Save(const Texture& texture, int mipsToSkip, bool writeAllMips, int useDXTC)

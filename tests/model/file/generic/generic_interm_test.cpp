@@ -34,29 +34,10 @@ std::unique_ptr<RenderModel> ReadModel(const std::string& file)
     return RenderModelLoadGeneric::Load(*r.m_pChunky, r.m_adapter, nullptr);
 }
 
-uint32 WordAt(const std::string& file, size_t at)
-{
-    uint32 v = 0;
-    std::memcpy(&v, file.data() + at, 4);
-    return v;
-}
-
-// The chunks under the root folder, headers included, by "ID:name".
 std::map<std::string, std::string> RootChunkBytes(const std::string& file)
 {
-    std::map<std::string, std::string> cChunk;
-    const size_t root = Chunky::FileHeaderSize;
-    const size_t begin = root + Chunky::ChunkHeaderSize + WordAt(file, root + 16);
-    const size_t end = begin + WordAt(file, root + 12);
-    for (size_t at = begin; at + Chunky::ChunkHeaderSize <= end && end <= file.size();)
-    {
-        const uint32 nameLength = WordAt(file, at + 16);
-        const std::string name = nameLength ? std::string(file.c_str() + at + Chunky::ChunkHeaderSize) : "";
-        const size_t size = Chunky::ChunkHeaderSize + nameLength + WordAt(file, at + 12);
-        cChunk[file.substr(at + 4, 4) + ":" + name] = file.substr(at, size);
-        at += size;
-    }
-    return cChunk;
+    const auto c = RootChunks(file);
+    return std::map<std::string, std::string>(c.begin(), c.end());
 }
 
 template <class T> std::string BytesOf(const T& value)

@@ -22,24 +22,9 @@ std::vector<uint32> StreamWords(uint32 component, uint32 vertexCount, uint32 see
     return c;
 }
 
-std::unique_ptr<fr::PrimSet> Triangles(const std::vector<uint16>& cIndex)
-{
-    std::unique_ptr<fr::PrimSet> pSet = fr::Interface::GetDevice()->CreatePrimSet();
-    pSet->Initialise(nullptr, nullptr, 0);
-    pSet->SetKind(fr::PK_TriangleList);
-    pSet->SetIndexCount(uint32(cIndex.size()));
-    pSet->WriteIndices(0, uint32(cIndex.size()), cIndex);
-    return pSet;
-}
-
 ra::BoundVolume Box(float centre)
 {
-    ra::OBB box;
-    box.centre = {centre, 1, 2};
-    box.scale = {3, 4, 5};
-    ra::BoundVolume bv;
-    bv.SetOBB(box);
-    return bv;
+    return BoxAt(centre, 1, 2, 3);
 }
 
 // A skinned mesh with all four streams and two shaders, one of which has no triangles.
@@ -61,7 +46,7 @@ Inv::Reference<ra::Mesh> SkinnedMesh(const Inv::Reference<Shader>& a, const Inv:
     pMesh->SetVertexSet(ra::Mesh::Poly_High, std::move(pSet));
     pMesh->SetPrimSetCount(2);
     pMesh->SetPrimSetShader(0, a);
-    pMesh->SetPrimSet(0, ra::Mesh::Poly_High, Triangles({1, 2, 3, 3, 2, 4}));
+    pMesh->SetPrimSet(0, ra::Mesh::Poly_High, TriangleList({1, 2, 3, 3, 2, 4}));
     pMesh->SetPrimSetShader(1, b);
     pMesh->SetBV(Box(1));
     auto* pResource = new Inv::Resource(pMesh.release());
@@ -79,16 +64,6 @@ std::unique_ptr<ra::MeshGroup> LoadLegacy(const std::string& chunks)
 {
     return ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a)
                       { return MeshLoadGeneric::LoadLegacy(c, a, nullptr, "model", "GENERIC:art\\"); });
-}
-
-std::vector<uint16> IndicesOf(const ra::Mesh& mesh, int32 primSet)
-{
-    const fr::PrimSet* pSet = mesh.GetPrimSet(primSet, ra::Mesh::Poly_High);
-    if (pSet == nullptr)
-        return {};
-    std::vector<uint16> c(pSet->GetIndexCount());
-    pSet->ReadIndices(0, uint32(c.size()), c);
-    return c;
 }
 
 std::string Indices(std::initializer_list<uint16> c)
@@ -140,25 +115,17 @@ TEST(GenericMesh, GroupRoundTripKeepsMeshesEntriesAndVolumesAndRewritesTheSameBy
     const std::string first =
         WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { MeshLoadGeneric::Save(c, a, group); });
     EXPECT_EQ(TopChunks(first), std::vector<std::string>{"MSGR:"});
-    std::unique_ptr<ra::MeshGroup> pRead = LoadGroup(first.substr(24));
+    std::unique_ptr<ra::MeshGroup> pRead = LoadGroup(first.substr(Chunky::FileHeaderSize));
+    // The walker's round trip (GenericModel) compares streams, indices, skin and volumes through
+    // the diff; here what it leaves out.
     ASSERT_EQ(pRead->GetMeshCount(), 2);
-    EXPECT_EQ(pRead->GetBV(), group.GetBV());
-    EXPECT_EQ(Text(pRead->GetMeshName(1)), "sword");
     EXPECT_EQ(pRead->GetMeshBone(1), 3);
-    EXPECT_EQ(pRead->GetMeshBone(0), -1);
-    EXPECT_EQ(pRead->GetMeshXRefName(0), ra::Name::INVALID);
-    EXPECT_EQ(pRead->GetShaderCount(), 2);
     EXPECT_TRUE(pRead->IsShaderLocal(0));
-
     const ra::Mesh* pBody = pRead->GetMesh(0);
     ASSERT_TRUE(pBody);
     EXPECT_EQ(pBody->GetMeshType(), 7);
     EXPECT_FALSE(pBody->GetRenderFlag());
-    EXPECT_EQ(pBody->GetPolyCount(ra::Mesh::Poly_High), 2);
     EXPECT_EQ(pBody->GetPolyCount(ra::Mesh::Poly_Low), 1);
-    ASSERT_EQ(pBody->GetSkinnedTransformCount(), 2);
-    EXPECT_EQ(Text(pBody->GetSkinnedTransformName(1)), "head");
-    EXPECT_EQ(pBody->GetSkinnedTransformIndex(1), 5);
     fr::VertexSet* pSet = pBody->GetVertexSet(ra::Mesh::Poly_High);
     ASSERT_TRUE(pSet);
     EXPECT_EQ(pSet->GetType().to_ulong(), s_allStreams);
@@ -168,21 +135,16 @@ TEST(GenericMesh, GroupRoundTripKeepsMeshesEntriesAndVolumesAndRewritesTheSameBy
         ASSERT_TRUE(ra::ReadStreamWords(*pSet, component, cWord));
         EXPECT_EQ(cWord, StreamWords(component, 5, component + 1)) << "component " << component;
     }
-    ASSERT_EQ(pBody->GetPrimSetCount(), 2);
-    EXPECT_EQ(pBody->GetPrimSetShader(0).GetResource(), skin.GetResource());
-    EXPECT_EQ(IndicesOf(*pBody, 0), (std::vector<uint16>{1, 2, 3, 3, 2, 4}));
-    // Weighted vertices make their primitive sets in mode 2.
+    // Weighted vertices make their primitive sets in mode 2, on the mesh's vertex set.
     EXPECT_EQ(pBody->GetPrimSet(0, ra::Mesh::Poly_High)->GetUsage(), 2u);
     EXPECT_EQ(pBody->GetPrimSet(0, ra::Mesh::Poly_High)->GetVertexSet(), pSet);
+    EXPECT_EQ(pRead->GetMesh(1)->GetPrimSet(0, ra::Mesh::Poly_High)->GetUsage(), 0u);
     // A shader without triangles keeps its entry and has no primitive set.
     EXPECT_EQ(pBody->GetPrimSetShader(1).GetResource(), cloth.GetResource());
     EXPECT_EQ(pBody->GetPrimSet(1, ra::Mesh::Poly_High), nullptr);
-    EXPECT_EQ(pBody->GetBV(), Box(1));
-    EXPECT_EQ(pRead->GetMesh(1)->GetPrimSet(0, ra::Mesh::Poly_High)->GetUsage(), 0u);
 
-    const std::string second =
-        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { MeshLoadGeneric::Save(c, a, *pRead); });
-    EXPECT_EQ(first, second);
+    EXPECT_EQ(WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { MeshLoadGeneric::Save(c, a, *pRead); }),
+              first);
 }
 
 TEST(GenericMesh, HandBuiltMeshOfVersionOneAndOldVolumesRead)
@@ -247,25 +209,26 @@ TEST(GenericMesh, DamagedMeshesThrowToTheCaller)
     model_test::AddShader("stone");
     auto group = [](const std::string& data)
     { return Folder("MSGR", 1, Folder("MSLC", 1, Data("DATA", 2, data), "rock") + GroupData("rock")); };
-    // An index past the vertices, a negative index count, a vertex type past the render layer's
-    // components, too many vertices for a set, a cut stream.
-    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(MeshData(2, "stone", Indices({0, 1, 3}), 3))); }), 12);
-    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(MeshData(2, "stone", "", -3))); }), 12);
-    Bytes badType;
-    badType.U32(0).U8(1).I32(0).I32(0).I32(0).I32(0).U32(1u << 9).I32(0);
-    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(badType)); }), 12);
-    Bytes tooMany;
-    tooMany.U32(0).U8(1).I32(0).I32(0).I32(0).I32(0x10000).U32(0).I32(0);
-    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(tooMany)); }), 12);
     const std::string whole = MeshData(2, "stone", Indices({0, 1, 2}), 3);
-    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(whole.substr(0, 40))); }), 6);
-    // An entry without a name, and a mesh without one.
-    EXPECT_EQ(ChunkyCode([&] { LoadGroup(Folder("MSGR", 1, GroupData(""))); }), 12);
-    EXPECT_EQ(ChunkyCode([&] { LoadGroup(Folder("MSGR", 1, Folder("MSLC", 1, ""))); }), 12);
-    // A count of skin transforms the payload cannot hold is refused before anything is made.
-    Bytes hugeSkin;
-    hugeSkin.U32(0).U8(1).I32(0).I32(0).I32(0x7FFFFFFF);
-    EXPECT_EQ(ChunkyCode([&] { LoadGroup(group(hugeSkin)); }), 6);
+    // clang-format off
+    const struct
+    {
+        const char* what;
+        std::string chunks;
+        int code;
+    } cases[] = {
+        {"index past the vertices", group(MeshData(2, "stone", Indices({0, 1, 3}), 3)), 12},
+        {"negative index count", group(MeshData(2, "stone", "", -3)), 12},
+        {"vertex type past the components", group(Bytes().U32(0).U8(1).I32(0).I32(0).I32(0).I32(0).U32(1u << 9).I32(0)), 12},
+        {"too many vertices for a set", group(Bytes().U32(0).U8(1).I32(0).I32(0).I32(0).I32(0x10000).U32(0).I32(0)), 12},
+        {"cut stream", group(whole.substr(0, 40)), 6},
+        {"entry without a name", Folder("MSGR", 1, GroupData("")), 12},
+        {"mesh without a name", Folder("MSGR", 1, Folder("MSLC", 1, "")), 12},
+        {"skin count the payload cannot hold", group(Bytes().U32(0).U8(1).I32(0).I32(0).I32(0x7FFFFFFF)), 6},
+    };
+    // clang-format on
+    for (const auto& c : cases)
+        EXPECT_EQ(ChunkyCode([&] { LoadGroup(c.chunks); }), c.code) << c.what;
 }
 
 TEST(GenericMesh, LegacyTreeReadsNodesGeometryAndCrossReferences)

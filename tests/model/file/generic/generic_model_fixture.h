@@ -37,16 +37,6 @@ struct WalkerOptions
     bool sharedShader = false;
 };
 
-inline ra::BoundVolume BoxAt(float x, float y, float z, float extent)
-{
-    ra::OBB box;
-    box.centre = {x, y, z};
-    box.scale = {extent, extent * 2, extent};
-    ra::BoundVolume bv;
-    bv.SetOBB(box);
-    return bv;
-}
-
 // Two models that hold the same, compared by the library's own diff; a failure lists every
 // difference with its path.
 inline ::testing::AssertionResult SameModel(const RenderModel& a, const RenderModel& b)
@@ -76,18 +66,6 @@ inline Inv::Reference<ra::Mesh> AddMeshAnonymous(std::unique_ptr<ra::Mesh> pMesh
     return Inv::Reference<ra::Mesh>(pResource);
 }
 
-// Floats of a stream, vertex after vertex, from a formula of vertex and element.
-inline std::vector<uint32> FloatWords(uint32 vertexCount, uint32 perVertex, float scale, float offset)
-{
-    std::vector<uint32> c(size_t(vertexCount) * perVertex);
-    for (size_t i = 0; i < c.size(); ++i)
-    {
-        const float value = offset + scale * float(i);
-        std::memcpy(&c[i], &value, 4);
-    }
-    return c;
-}
-
 // Packed weights: three weights and four bone slots per vertex.
 inline std::vector<uint32> WeightWords(uint32 vertexCount)
 {
@@ -106,16 +84,6 @@ inline std::vector<uint32> WeightWords(uint32 vertexCount)
         c.push_back(word);
     }
     return c;
-}
-
-inline std::unique_ptr<fr::PrimSet> TriangleList(const std::vector<uint16>& cIndex)
-{
-    std::unique_ptr<fr::PrimSet> pSet = fr::Interface::GetDevice()->CreatePrimSet();
-    pSet->Initialise(nullptr, nullptr, 0);
-    pSet->SetKind(fr::PK_TriangleList);
-    pSet->SetIndexCount(uint32(cIndex.size()));
-    pSet->WriteIndices(0, uint32(cIndex.size()), cIndex);
-    return pSet;
 }
 
 // A mesh of `vertexCount` vertices with the given streams, one triangle list per shader.

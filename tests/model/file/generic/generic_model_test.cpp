@@ -290,21 +290,9 @@ TEST(GenericModel, SkeletonAfterTheMeshesStillResolvesTheirSkin)
     const std::string file =
         WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { RenderModelLoadGeneric::Save(c, a, *pModel); });
     // Move SKEL behind MSGR by rebuilding the root from its children.
-    model_test::Reader r(file);
-    r.m_pChunky->ReadFolderChunk(FourCC("RSGM"), 1);
     std::string skel, rest;
-    const uint32 start = r.m_adapter.GetPos();
-    ChunkInfo info;
-    uint32 from = start;
-    while (r.m_pChunky->NextChunk(info))
-    {
-        r.m_pChunky->CloseChunk();
-        const uint32 to = r.m_adapter.GetPos();
-        const std::string bytes = file.substr(from, to - from);
-        (info.id == FourCC("SKEL") ? skel : rest) += bytes;
-        from = to;
-        // CloseChunk above ended the peeked chunk; look at the next one.
-    }
+    for (const auto& [name, bytes] : RootChunks(file))
+        (name == "SKEL:" ? skel : rest) += bytes;
     ASSERT_FALSE(skel.empty());
     Inv::Warehouse::Get()->PushFrame("read");
     std::unique_ptr<RenderModel> pRead = LoadModel(Folder("RSGM", 1, rest + skel, "walker"));
@@ -375,61 +363,4 @@ TEST(GenericModel, DamagedTreesThrowToTheCaller)
         EXPECT_EQ(ChunkyCode([&] { LoadModel(c.root); }), c.code) << c.what;
     EXPECT_THROW(LoadModel(Folder("RSGM", 1, Data("MARK", 1, Bytes().Str(std::string(300, 'p')), "m"), "x")),
                  ByteStream::Exception);
-}
-
-TEST(GenericModel, IntermediateFormWritesSampledMatricesAndReadsBackConverted)
-{
-    ModelEnv e;
-    Inv::Warehouse::Get()->PushFrame("built");
-    std::unique_ptr<RenderModel> pBuilt = BuildWalker();
-    ASSERT_TRUE(RenderModelLoadGeneric::SaveInterm("GENERIC:interm.sgm", *pBuilt, true, true, true));
-    Inv::Warehouse::Get()->PopFrame();
-    const std::string file = e.generic.Read("interm.sgm");
-    {
-        model_test::Reader r(file);
-        r.m_pChunky->ReadFolderChunk(FourCC("RSGM"), 1);
-        std::vector<std::string> c;
-        ChunkInfo info;
-        while (r.m_pChunky->NextChunk(info))
-            c.push_back(IdText(info.id) + (info.kind == Chunky::CT_Folder ? " folder v" : " data v") +
-                        std::to_string(info.version));
-        EXPECT_EQ(c, (std::vector<std::string>{"TXTR folder v1", "TXTR folder v1", "SHDR folder v1",
-                                               "SHDR folder v1", "SKEL data v2", "MSGR folder v1",
-                                               "MARK data v1", "MARK data v1", "CMRA data v2",
-                                               "ANIM folder v1", "ANIM folder v1"}));
-    }
-    Inv::Warehouse::Get()->PushFrame("read");
-    std::unique_ptr<RenderModel> pRead = RenderModelLoadGeneric::Load("GENERIC:interm", false);
-    ASSERT_TRUE(pRead);
-    // The skeleton comes back from world matrices, the bones' streams from sampled ones.
-    for (int32 i = 0; i < pBuilt->GetSkeleton()->GetBoneCount(); ++i)
-        EXPECT_TRUE(model_test::MatrixNear(pRead->GetSkeleton()->GetBone(i)->GetLocalMatrix(),
-                                           pBuilt->GetSkeleton()->GetBone(i)->GetLocalMatrix()));
-    const Anim& built = *pBuilt->GetAnimList()->GetAnim(0);
-    const Anim& read = *pRead->GetAnimList()->GetAnim(0);
-    EXPECT_EQ(read.GetFrameCount(), built.GetFrameCount());
-    for (int bone = 1; bone < 6; ++bone)
-        for (float t : {0.0f, 0.5f, 1.0f})
-        {
-            int16 h0 = 0, h1 = 0;
-            const ra::Vec3 p0 = built.GetPositionStream(bone)->Evaluate(t, false, h0);
-            const ra::Vec3 p1 = read.GetPositionStream(bone)->Evaluate(t, false, h1);
-            EXPECT_NEAR(p0.x, p1.x, 1e-5f);
-            EXPECT_NEAR(p0.y, p1.y, 1e-5f);
-            EXPECT_NEAR(p0.z, p1.z, 1e-5f);
-        }
-    // Shader control values go out with their shader's base on and come back relative again.
-    const int colour = read.FindControlStream(ra::MakeName("walker_glow"));
-    ASSERT_NE(colour, Anim::InvalidIndex);
-    for (uint32 k = 0; k < 3; ++k)
-        EXPECT_NEAR(read.GetControlStream(colour)->GetKeyValue(k), built.GetControlStream(0)->GetKeyValue(k),
-                    1e-6f);
-    // A bone that doesn't move is left without streams; every mesh has a visibility stream.
-    EXPECT_EQ(read.GetPositionStream(0), nullptr);
-    int visibility = 0;
-    for (int i = 0; i < read.GetControlStreamCount(); ++i)
-        visibility += read.GetControlInfo(i).IsMeshVisibility() ? 1 : 0;
-    EXPECT_EQ(visibility, 2);
-    pRead.reset();
-    Inv::Warehouse::Get()->PopFrame();
 }

@@ -36,66 +36,31 @@ std::unique_ptr<ShaderImp> LoadShader(const std::string& chunks)
                       [](Chunky& c, ByteStreamAdapter& a) { return ShaderLoadGeneric::Load(c, a, "model"); });
 }
 
-void ExpectSameShader(const Shader& a, const Shader& b)
-{
-    EXPECT_EQ(a.GetName(), b.GetName());
-    int32 sa, da, sb, db;
-    a.GetBlend(sa, da);
-    b.GetBlend(sb, db);
-    EXPECT_EQ(sa, sb);
-    EXPECT_EQ(da, db);
-    EXPECT_EQ(a.GetFloat(), b.GetFloat());
-    EXPECT_EQ(a.GetInt(), b.GetInt());
-    EXPECT_EQ(a.GetByte(), b.GetByte());
-    for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
-    {
-        SCOPED_TRACE(n);
-        EXPECT_EQ(a.GetMethod(n), b.GetMethod(n));
-        EXPECT_EQ(a.GetColour(n), b.GetColour(n));
-        EXPECT_EQ(a.GetTexture(n).GetResource(), b.GetTexture(n).GetResource());
-        EXPECT_EQ(a.GetAddressMode(n), b.GetAddressMode(n));
-        EXPECT_EQ(a.GetFilterMode(n), b.GetFilterMode(n));
-        EXPECT_EQ(a.GetCoordMode(n), b.GetCoordMode(n));
-        EXPECT_TRUE(SameMatrix(a.GetTransform(n), b.GetTransform(n)));
-        EXPECT_TRUE(SameMatrix(a.GetTransform2(n), b.GetTransform2(n)));
-    }
-}
 } // namespace
 
-TEST(GenericShader, RoundTripKeepsEveryFieldAndRewritesTheSameBytes)
+// Every field against the built shader is the walker's round trip (GenericModel); here, what the
+// reader makes of the file beside the fields: the values as loaded, which animation works from.
+TEST(GenericShader, RoundTripKeepsTheLoadedValuesAndRewritesTheSameBytes)
 {
     Env env;
-    Inv::Reference<Texture> texture = AddPatternedTexture("art/textures/stone");
     ShaderImp shader("Rock_Shader");
-    shader.SetBlend(6, 7);
-    shader.SetFloat(1.5f);
-    shader.SetInt(42);
-    shader.SetByte(3);
     for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
     {
-        shader.SetMethod(n, int32(n % 4));
         shader.SetColour(n, 0x10203040u + n);
-        shader.SetAddressMode(n, int32(n));
-        shader.SetFilterMode(n, int32(n) + 10);
-        shader.SetCoordMode(n, int32(n) + 20);
         shader.SetTransform(n, Counting(float(n)));
-        shader.SetTransform2(n, Counting(float(n) + 100.0f));
     }
-    shader.SetTexture(Shader::CN_Diffuse, texture);
-
+    shader.SetTexture(Shader::CN_Diffuse, AddPatternedTexture("art/textures/stone"));
     const std::string first =
         WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, shader); });
-    std::unique_ptr<ShaderImp> pRead = LoadShader(first.substr(24));
+    std::unique_ptr<ShaderImp> pRead = LoadShader(first.substr(Chunky::FileHeaderSize));
     ASSERT_TRUE(pRead);
-    ExpectSameShader(shader, *pRead);
     for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
     {
         EXPECT_EQ(pRead->GetBaseColour(n), shader.GetColour(n));
         EXPECT_TRUE(SameMatrix(pRead->GetBaseTransform(n), shader.GetTransform(n)));
     }
-    const std::string second =
-        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, *pRead); });
-    EXPECT_EQ(first, second);
+    EXPECT_EQ(WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, *pRead); }),
+              first);
 }
 
 TEST(GenericShader, HandBuiltChannelsOfVersionsTwoAndThreeReadAlike)

@@ -22,6 +22,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -148,16 +149,37 @@ inline std::vector<std::string> TopChunks(const std::string& file)
     return cName;
 }
 
-// The children of the root folder of a file, as "ID:name".
-inline std::vector<std::string> RootChildren(const std::string& file, uint32 rootId = FourCC("RSGM"),
-                                             uint32 version = 1)
+// The chunks under the root folder of a file, as "ID:name" and their bytes, headers included.
+inline std::vector<std::pair<std::string, std::string>> RootChunks(const std::string& file)
 {
-    model_test::Reader r(file);
-    r.m_pChunky->ReadFolderChunk(rootId, version);
+    auto word = [&](size_t at)
+    {
+        uint32 v = 0;
+        if (at + 4 <= file.size())
+            std::memcpy(&v, file.data() + at, 4);
+        return v;
+    };
+    std::vector<std::pair<std::string, std::string>> c;
+    const size_t root = Chunky::FileHeaderSize;
+    const size_t begin = root + Chunky::ChunkHeaderSize + word(root + 16);
+    const size_t end = std::min(file.size(), begin + word(root + 12));
+    for (size_t at = begin; at + Chunky::ChunkHeaderSize <= end;)
+    {
+        const uint32 nameLength = word(at + 16);
+        const std::string name = nameLength ? std::string(file.c_str() + at + Chunky::ChunkHeaderSize) : "";
+        const size_t size = Chunky::ChunkHeaderSize + nameLength + word(at + 12);
+        c.emplace_back(file.substr(at + 4, 4) + ":" + name, file.substr(at, size));
+        at += size;
+    }
+    return c;
+}
+
+// The children of the root folder of a file, as "ID:name".
+inline std::vector<std::string> RootChildren(const std::string& file)
+{
     std::vector<std::string> c;
-    ChunkInfo info;
-    while (r.m_pChunky->NextChunk(info))
-        c.push_back(IdText(info.id) + ":" + info.name.c_str());
+    for (const auto& chunk : RootChunks(file))
+        c.push_back(chunk.first);
     return c;
 }
 
@@ -171,6 +193,48 @@ inline std::string Text(ra::Name name)
 inline bool SameMatrix(const fr::Matrix44& a, const fr::Matrix44& b)
 {
     return std::memcmp(&a, &b, sizeof(a)) == 0;
+}
+
+inline ra::BoundVolume BoxAt(float x, float y, float z, float extent)
+{
+    ra::OBB box;
+    box.centre = {x, y, z};
+    box.scale = {extent, extent * 2, extent};
+    ra::BoundVolume bv;
+    bv.SetOBB(box);
+    return bv;
+}
+
+// Floats of a stream, vertex after vertex, from a formula of vertex and element.
+inline std::vector<uint32> FloatWords(uint32 vertexCount, uint32 perVertex, float scale, float offset)
+{
+    std::vector<uint32> c(size_t(vertexCount) * perVertex);
+    for (size_t i = 0; i < c.size(); ++i)
+    {
+        const float value = offset + scale * float(i);
+        std::memcpy(&c[i], &value, 4);
+    }
+    return c;
+}
+
+inline std::unique_ptr<fr::PrimSet> TriangleList(const std::vector<uint16>& cIndex)
+{
+    std::unique_ptr<fr::PrimSet> pSet = fr::Interface::GetDevice()->CreatePrimSet();
+    pSet->Initialise(nullptr, nullptr, 0);
+    pSet->SetKind(fr::PK_TriangleList);
+    pSet->SetIndexCount(uint32(cIndex.size()));
+    pSet->WriteIndices(0, uint32(cIndex.size()), cIndex);
+    return pSet;
+}
+
+// The indices of a primitive set of a mesh; none when it has no set there.
+inline std::vector<uint16> IndicesOf(const ra::Mesh& mesh, int32 primSet, uint32 level = ra::Mesh::Poly_High)
+{
+    const fr::PrimSet* pSet = mesh.GetPrimSet(primSet, level);
+    std::vector<uint16> c(pSet ? pSet->GetIndexCount() : 0);
+    if (pSet)
+        pSet->ReadIndices(0, uint32(c.size()), c);
+    return c;
 }
 
 // A texture of the null device whose bytes tell their place, in the inventory.

@@ -1,56 +1,35 @@
+// The generic texture: its chunk form, built by hand and written and read, and its files on disk
+// (".txr" chunk files and image files) through the inventory.
 #include "model/file/generic/textureloadgeneric.h"
 
 #include "foundation/debug.h"
 #include "image/image.h"
 #include "image/imageload.h"
 #include "image/imagetypes.h"
+#include "model/file/generic/generic_test_util.h"
 #include "model/shader/shader_test_env.h"
 #include "model/shader/textureimages.h"
+#include "storage/filepath.h"
+#include "storage/filepath_hd.h"
 #include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <vector>
 
 using model_test::Chunk;
 using model_test::Env;
 using model_test::FileHeader;
+using model_test::LevelBytes;
+using model_test::PatternedTexture;
 using model_test::Reader;
+using model_test::SameLevels;
 using model_test::U32;
 using model_test::Writer;
 
 namespace
 {
-// A render texture whose every byte tells its level and place.
-fr::ObjectPtr<fr::Texture> Patterned(uint32 w, uint32 h, uint32 mips, fr::PixelFormat format)
-{
-    fr::ObjectPtr<fr::Texture> pTexture =
-        fr::Interface::GetDevice()->CreateTexture(w, h, mips, format, false);
-    for (uint32 level = 0; level < pTexture->GetMipCount(); ++level)
-    {
-        std::vector<uint8> bytes(std::size_t(pTexture->GetLevelPitch(level)) * pTexture->GetLevelRows(level));
-        for (std::size_t i = 0; i < bytes.size(); ++i)
-            bytes[i] = uint8(level * 40 + i * 7 + 1);
-        EXPECT_TRUE(pTexture->Write(level, 0, 0, pTexture->GetLevelWidth(level),
-                                    pTexture->GetLevelHeight(level), bytes, pTexture->GetLevelPitch(level)));
-    }
-    return pTexture;
-}
-
-void ExpectSameTexture(const fr::Texture& a, const fr::Texture& b)
-{
-    ASSERT_EQ(a.GetFormat(), b.GetFormat());
-    ASSERT_EQ(a.GetWidth(), b.GetWidth());
-    ASSERT_EQ(a.GetHeight(), b.GetHeight());
-    ASSERT_EQ(a.GetMipCount(), b.GetMipCount());
-    for (uint32 level = 0; level < a.GetMipCount(); ++level)
-    {
-        const auto la = static_cast<const fr::NullTexture&>(a).GetLevel(level);
-        const auto lb = static_cast<const fr::NullTexture&>(b).GetLevel(level);
-        EXPECT_TRUE(std::equal(la.begin(), la.end(), lb.begin(), lb.end())) << "level " << level;
-    }
-}
-
 std::string Save(const Texture& texture)
 {
     Writer w;
@@ -58,89 +37,100 @@ std::string Save(const Texture& texture)
     return w.Bytes();
 }
 
+std::unique_ptr<Texture> Load(const std::string& file, bool autoMip = false)
+{
+    Reader r(file);
+    return TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter, autoMip);
+}
+
 // The chunk form of one image, as the image layer writes it.
 std::string ImagChunk(const Image& image)
 {
     Writer w;
     ImageLoad::Save(*w.m_pChunky, w.m_adapter, image);
-    return w.Bytes().substr(24);
+    return w.Bytes().substr(Chunky::FileHeaderSize);
 }
 
-std::unique_ptr<Image> Rgba(uint32 w, uint32 h, uint8 seed)
+std::unique_ptr<Image_RGBA32> Rgba(uint32 w, uint32 h, uint8 seed)
 {
     auto pImage = std::make_unique<Image_RGBA32>();
     pImage->Allocate(w, h);
     for (uint32 i = 0; i < w * h; ++i)
-        (*pImage)[i] = Colour(uint8(seed + i), uint8(seed * 2 + i), uint8(i * 3), 0xFF);
+        (*pImage)[i] = Colour(uint8(seed + i), uint8(seed * 2 + i), uint8(i * 3), uint8(128 + i));
     return pImage;
 }
-} // namespace
 
-TEST(TextureLoadGeneric, UncompressedLevelsRoundTripOneImagePerLevel)
+// The count of the INFO chunk and the number of images of a written texture.
+std::pair<int32, int> CountAndImages(const std::string& file)
 {
-    Env env;
-    Texture texture("walls", Patterned(8, 4, 4, fr::PF_A8R8G8B8));
-    const std::string bytes = Save(texture);
-
-    // TXTR "walls" { INFO v3: 4; IMAG x4 }
-    Reader check(bytes);
-    const ChunkInfo txtr = check.m_pChunky->ReadFolderChunk(TextureLoadGeneric::ID_TXTR, 1);
-    EXPECT_STREQ(txtr.name.c_str(), "walls");
-    const ChunkInfo info = check.m_pChunky->ReadDataChunk(TextureLoadGeneric::ID_INFO, 3);
-    EXPECT_EQ(info.version, 3u);
+    Reader r(file);
+    r.m_pChunky->ReadFolderChunk(TextureLoadGeneric::ID_TXTR, 1);
+    r.m_pChunky->ReadDataChunk(TextureLoadGeneric::ID_INFO, 3);
     int32 count = 0;
-    check.m_adapter.ReadValue(count);
-    EXPECT_EQ(count, 4);
-    check.m_pChunky->CloseChunk();
-    int imags = 0;
+    r.m_adapter.ReadValue(count);
+    r.m_pChunky->CloseChunk();
+    int images = 0;
     ChunkInfo child;
-    while (check.m_pChunky->NextChunk(child))
-        imags += child.id == ImageLoad::ID_IMAG ? 1 : 0;
-    EXPECT_EQ(imags, 4);
-
-    Reader r(bytes);
-    std::unique_ptr<Texture> pBack = TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter);
-    ASSERT_NE(pBack, nullptr);
-    EXPECT_STREQ(pBack->GetName(), "walls");
-    ExpectSameTexture(*texture.GetTexture(), *pBack->GetTexture());
-    EXPECT_FALSE(pBack->GetTexture()->IsAutoMip());
+    while (r.m_pChunky->NextChunk(child))
+        images += child.id == ImageLoad::ID_IMAG ? 1 : 0;
+    return {count, images};
 }
 
-TEST(TextureLoadGeneric, CompressedTextureIsOneImageHoldingEveryLevel)
+// The reader stands behind the texture: the next chunk is "NEXT".
+bool NextChunkFollows(Reader& r)
+{
+    ChunkInfo next;
+    return r.m_pChunky->NextChunk(next) && next.id == FourCC("NEXT");
+}
+
+// A scratch folder reached through "TOOL:", the raw disk alias of the tools.
+struct ToolFolder
+{
+    ToolFolder()
+    {
+        char pattern[] = "/tmp/tq7z_texture_XXXXXX";
+        root = mkdtemp(pattern);
+        FilePath::AddAlias("TOOL", "test", 99, std::make_shared<FilePathHDRaw>());
+    }
+    ~ToolFolder()
+    {
+        FilePath::Reset();
+        std::filesystem::remove_all(root);
+    }
+    std::string Name(const char* file) const { return "TOOL:" + root + "/" + file; }
+    std::string root;
+};
+} // namespace
+
+TEST(TextureLoadGeneric, LevelsRoundTripOneImagePerLevelOrOneCompressedImage)
 {
     Env env;
-    for (fr::PixelFormat format : {fr::PF_DXT1, fr::PF_DXT3, fr::PF_DXT5})
+    for (fr::PixelFormat format : {fr::PF_A8R8G8B8, fr::PF_DXT1, fr::PF_DXT3, fr::PF_DXT5})
     {
-        Texture texture("bark", Patterned(8, 8, 4, format));
+        SCOPED_TRACE(format);
+        Texture texture("walls", PatternedTexture(8, format == fr::PF_A8R8G8B8 ? 4 : 8, 4, format));
         const std::string bytes = Save(texture);
-        Reader check(bytes);
-        check.m_pChunky->ReadFolderChunk(TextureLoadGeneric::ID_TXTR, 1);
-        check.m_pChunky->ReadDataChunk(TextureLoadGeneric::ID_INFO, 3);
-        int32 count = 0;
-        check.m_adapter.ReadValue(count);
-        EXPECT_EQ(count, 1) << format;
-
-        Reader r(bytes);
-        std::unique_ptr<Texture> pBack = TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter, true);
+        const int images = format == fr::PF_A8R8G8B8 ? 4 : 1;
+        EXPECT_EQ(CountAndImages(bytes), std::make_pair(int32(images), images));
+        // Levels come from the file, even when the reader may make them.
+        std::unique_ptr<Texture> pBack = Load(bytes, true);
         ASSERT_NE(pBack, nullptr);
-        ExpectSameTexture(*texture.GetTexture(), *pBack->GetTexture());
-        EXPECT_FALSE(pBack->GetTexture()->IsAutoMip()) << "compressed levels come from the file";
+        EXPECT_STREQ(pBack->GetName(), "walls");
+        EXPECT_TRUE(SameLevels(*texture.GetTexture(), *pBack->GetTexture()));
+        EXPECT_FALSE(pBack->GetTexture()->IsAutoMip());
     }
 }
 
 TEST(TextureLoadGeneric, LoneImageWithAutoMipGetsTheWholeChain)
 {
     Env env;
-    Texture texture("flat", Patterned(4, 4, 1, fr::PF_A8R8G8B8));
-    const std::string bytes = Save(texture);
-    Reader r(bytes);
-    std::unique_ptr<Texture> pBack = TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter, true);
+    std::unique_ptr<Texture> pBack =
+        Load(Save(Texture("flat", PatternedTexture(4, 4, 1, fr::PF_A8R8G8B8))), true);
     ASSERT_NE(pBack, nullptr);
     const fr::Texture& t = *pBack->GetTexture();
     EXPECT_TRUE(t.IsAutoMip());
     EXPECT_EQ(t.GetMipCount(), 3u);
-    const auto top = static_cast<const fr::NullTexture&>(t).GetLevel(0);
-    const auto mip = static_cast<const fr::NullTexture&>(t).GetLevel(1);
+    const std::vector<uint8> top = LevelBytes(t, 0), mip = LevelBytes(t, 1);
     // First pixel of level 1, first byte: the mean of pixels 0, 1, 4 and 5 of the top.
     EXPECT_EQ(mip[0], uint8((top[0] + top[4] + top[16] + top[20]) / 4));
 }
@@ -149,22 +139,18 @@ TEST(TextureLoadGeneric, OlderInfoCarriesAStringAndTwoWordsFirst)
 {
     Env env;
     auto pImage = Rgba(2, 2, 10);
-    pImage->SetName("old");
-    std::string info = U32(5) + "dummy" + U32(7) + U32(8) + U32(1);
-    const std::string bytes =
-        FileHeader() + Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 2, info) + ImagChunk(*pImage), "old") +
-        Chunk("DATA", "NEXT", 1, "z");
-    Reader r(bytes);
+    const std::string info = U32(5) + "dummy" + U32(7) + U32(8) + U32(1);
+    Reader r(FileHeader() +
+             Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 2, info) + ImagChunk(*pImage), "old") +
+             Chunk("DATA", "NEXT", 1, "z"));
     std::unique_ptr<Texture> pBack = TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter);
     ASSERT_NE(pBack, nullptr);
     EXPECT_EQ(pBack->GetTexture()->GetWidth(), 2u);
     EXPECT_EQ(pBack->GetTexture()->GetFormat(), fr::PF_A8R8G8B8);
-    const auto level = static_cast<const fr::NullTexture&>(*pBack->GetTexture()).GetLevel(0);
+    const std::vector<uint8> level = LevelBytes(*pBack->GetTexture(), 0);
     EXPECT_EQ(level[0], 0) << "blue of pixel 0";
     EXPECT_EQ(level[2], 10) << "red of pixel 0";
-    ChunkInfo next;
-    ASSERT_TRUE(r.m_pChunky->NextChunk(next)) << "the reader stands behind the texture";
-    EXPECT_EQ(next.id, 0x4E455854u);
+    EXPECT_TRUE(NextChunkFollows(r));
 }
 
 TEST(TextureLoadGeneric, PalettedAndMixedImagesAreConverted)
@@ -175,15 +161,11 @@ TEST(TextureLoadGeneric, PalettedAndMixedImagesAreConverted)
     pPalette->PaletteEntry(3) = Colour(200, 100, 50, 255);
     (*pPalette)[0] = 3;
     (*pPalette)[1] = 0;
-    fr::ObjectPtr<fr::Texture> pTexture =
-        TextureImages::CreateRenderTexture({pPalette.get()}, false, "pal");
+    fr::ObjectPtr<fr::Texture> pTexture = TextureImages::CreateRenderTexture({pPalette.get()}, false, "pal");
     ASSERT_TRUE(pTexture);
     EXPECT_EQ(pTexture->GetFormat(), fr::PF_A8R8G8B8);
-    const auto level = static_cast<const fr::NullTexture&>(*pTexture).GetLevel(0);
-    EXPECT_EQ(level[0], 50);
-    EXPECT_EQ(level[1], 100);
-    EXPECT_EQ(level[2], 200);
-    EXPECT_EQ(level[3], 255);
+    const std::vector<uint8> level = LevelBytes(*pTexture, 0);
+    EXPECT_EQ(std::vector<uint8>(level.begin(), level.begin() + 4), (std::vector<uint8>{50, 100, 200, 255}));
 
     // A level of the wrong size stops the texture.
     auto top = Rgba(4, 4, 1);
@@ -198,42 +180,30 @@ TEST(TextureLoadGeneric, PalettedAndMixedImagesAreConverted)
 TEST(TextureLoadGeneric, BrokenFilesThrowOrGiveNull)
 {
     Env env;
-    auto pImage = Rgba(2, 2, 1);
-    const std::string imag = ImagChunk(*pImage);
+    const std::string imag = ImagChunk(*Rgba(2, 2, 1));
+    const struct
     {
-        // No INFO.
-        Reader r(FileHeader() + Chunk("FOLD", "TXTR", 1, imag, "t"));
-        EXPECT_THROW(TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter), Chunky::Exception);
-    }
-    {
-        // INFO cut short.
-        Reader r(FileHeader() + Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 3, "ab") + imag, "t"));
-        EXPECT_THROW(TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter), Chunky::Exception);
-    }
-    {
-        // INFO of a newer version.
-        Reader r(FileHeader() + Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 4, U32(1)) + imag, "t"));
-        EXPECT_THROW(TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter), Chunky::Exception);
-    }
-    {
-        // INFO promises two images, the folder holds one.
-        Reader r(FileHeader() + Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 3, U32(2)) + imag, "t"));
-        EXPECT_THROW(TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter), Chunky::Exception);
-    }
-    {
-        // An image of no type: the texture is null, and the reader goes on behind it.
-        const std::string badImag = Chunk("FOLD", "IMAG", 1,
-                                          Chunk("DATA", "ATTR", 2, U32(3) + U32(2) + U32(2) + U32(1)) +
-                                              Chunk("DATA", "DATA", 2, "12345678"),
-                                          "bad");
-        Reader r(FileHeader() + Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 3, U32(1)) + badImag, "t") +
-                 Chunk("DATA", "NEXT", 1, "z"));
-        dbg::ScopedThrowOnAssert quiet(false);
-        EXPECT_EQ(TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter), nullptr);
-        ChunkInfo next;
-        ASSERT_TRUE(r.m_pChunky->NextChunk(next));
-        EXPECT_EQ(next.id, 0x4E455854u);
-    }
+        const char* what;
+        std::string txtr;
+    } throwing[] = {
+        {"no INFO", imag},
+        {"INFO cut short", Chunk("DATA", "INFO", 3, "ab") + imag},
+        {"INFO of a newer version", Chunk("DATA", "INFO", 4, U32(1)) + imag},
+        {"two images promised, one held", Chunk("DATA", "INFO", 3, U32(2)) + imag},
+    };
+    for (const auto& c : throwing)
+        EXPECT_THROW(Load(FileHeader() + Chunk("FOLD", "TXTR", 1, c.txtr, "t")), Chunky::Exception) << c.what;
+
+    // An image of no type: the texture is null, and the reader goes on behind it.
+    const std::string badImag = Chunk("FOLD", "IMAG", 1,
+                                      Chunk("DATA", "ATTR", 2, U32(3) + U32(2) + U32(2) + U32(1)) +
+                                          Chunk("DATA", "DATA", 2, "12345678"),
+                                      "bad");
+    Reader r(FileHeader() + Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 3, U32(1)) + badImag, "t") +
+             Chunk("DATA", "NEXT", 1, "z"));
+    dbg::ScopedThrowOnAssert quiet(false);
+    EXPECT_EQ(TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter), nullptr);
+    EXPECT_TRUE(NextChunkFollows(r));
 }
 
 TEST(TextureLoadGeneric, TextureWithoutRenderObjectIsNotWritten)
@@ -251,15 +221,85 @@ TEST(TextureLoadGeneric, TextureWithoutRenderObjectIsNotWritten)
 TEST(TextureLoadGeneric, WithoutADeviceNothingLoads)
 {
     auto pImage = Rgba(2, 2, 1);
-    pImage->SetName("nodevice");
-    const std::string bytes =
-        FileHeader() + Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 3, U32(1)) + ImagChunk(*pImage), "t") +
-        Chunk("DATA", "NEXT", 1, "z");
     dbg::ScopedThrowOnAssert quiet(false);
     EXPECT_FALSE(TextureImages::CreateRenderTexture({pImage.get()}, false, "nodevice"));
-    Reader r(bytes);
+    Reader r(FileHeader() +
+             Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 3, U32(1)) + ImagChunk(*pImage), "t") +
+             Chunk("DATA", "NEXT", 1, "z"));
     EXPECT_EQ(TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter), nullptr);
-    ChunkInfo next;
-    ASSERT_TRUE(r.m_pChunky->NextChunk(next));
-    EXPECT_EQ(next.id, 0x4E455854u);
+    EXPECT_TRUE(NextChunkFollows(r));
+}
+
+TEST(TextureFiles, ImageAndChunkFilesLoadThroughTheInventory)
+{
+    Env env;
+    generic_test::RegisteredLoaders loaders;
+    ToolFolder folder;
+    auto pPicture = Rgba(8, 4, 5);
+    const std::string image = folder.Name("Stone.tga");
+    ASSERT_TRUE(ImageLoad::Save(image.c_str(), *pPicture));
+    Inv::Reference<Texture> texture = Inv::Load<Texture>(image.c_str());
+    ASSERT_TRUE(texture.IsValid());
+    const fr::Texture* pRender = texture->GetTexture();
+    ASSERT_NE(pRender, nullptr);
+    EXPECT_EQ(pRender->GetFormat(), fr::PF_A8R8G8B8);
+    EXPECT_EQ(pRender->GetWidth(), 8u);
+    EXPECT_EQ(pRender->GetHeight(), 4u);
+    EXPECT_EQ(pRender->GetMipCount(), 4u);
+    EXPECT_TRUE(pRender->IsAutoMip());
+    EXPECT_EQ(LevelBytes(*pRender, 0), std::vector<uint8>(pPicture->GetData(0), pPicture->GetData(0) + 128));
+    // A second load finds the same resource.
+    EXPECT_TRUE(Inv::Load<Texture>(image.c_str()) == texture);
+
+    Texture tiles("tiles", PatternedTexture(4, 4, 3, fr::PF_L8));
+    const std::string chunks = folder.Name("tiles.txr");
+    ASSERT_TRUE(TextureLoadGeneric::SaveFile(chunks.c_str(), tiles));
+    Inv::Reference<Texture> back = Inv::Load<Texture>(chunks.c_str());
+    ASSERT_TRUE(back.IsValid());
+    EXPECT_TRUE(SameLevels(*back->GetTexture(), *tiles.GetTexture()));
+
+    // A missing file has no stand-in.
+    EXPECT_FALSE(Inv::Load<Texture>(folder.Name("absent.tga").c_str()).IsValid());
+    EXPECT_EQ(TextureLoadGeneric::LoadFile(folder.Name("absent.txr").c_str()), nullptr);
+}
+
+TEST(TextureFiles, SixteenBitTexturesAreWrittenWidened)
+{
+    Env env;
+    ToolFolder folder;
+    fr::ObjectPtr<fr::Texture> pRender =
+        fr::Interface::GetDevice()->CreateTexture(2, 1, 1, fr::PF_R5G6B5, false);
+    // Pure red, then green 1 of 63 with blue 31 of 31.
+    const uint8 pixels[4] = {0x00, 0xF8, 0x3F, 0x00};
+    ASSERT_TRUE(pRender->Write(0, 0, 0, 2, 1, pixels, 4));
+    const std::string file = folder.Name("bits.txr");
+    ASSERT_TRUE(TextureLoadGeneric::SaveFile(file.c_str(), Texture("bits", pRender)));
+    std::unique_ptr<Texture> pBack = TextureLoadGeneric::LoadFile(file.c_str());
+    ASSERT_NE(pBack, nullptr);
+    ASSERT_EQ(pBack->GetTexture()->GetFormat(), fr::PF_A8R8G8B8);
+    EXPECT_EQ(LevelBytes(*pBack->GetTexture(), 0), (std::vector<uint8>{0, 0, 255, 255, 255, 4, 0, 255}));
+}
+
+TEST(TextureFiles, SavingAsAnImageFileWritesTheTopLevel)
+{
+    Env env;
+    ToolFolder folder;
+    auto pPicture = Rgba(4, 4, 7);
+    fr::ObjectPtr<fr::Texture> pRender =
+        TextureImages::CreateRenderTexture({pPicture.get()}, true, "picture");
+    ASSERT_TRUE(pRender);
+    const std::string file = folder.Name("picture.tga");
+    ASSERT_TRUE(TextureLoadGeneric::SaveFile(file.c_str(), Texture("picture", pRender)));
+    int sourceFormat = 0;
+    std::unique_ptr<Image> pBack = ImageLoad::Load(&sourceFormat, file.c_str());
+    ASSERT_NE(pBack, nullptr);
+    EXPECT_EQ(pBack->GetWidth(), 4u);
+    EXPECT_EQ(sourceFormat, SOURCEFORMAT_ALPHA);
+    ASSERT_EQ(pBack->GetDataSize(0), pPicture->GetDataSize(0));
+    EXPECT_TRUE(
+        std::equal(pBack->GetData(0), pBack->GetData(0) + pBack->GetDataSize(0), pPicture->GetData(0)));
+
+    LogCapture log;
+    EXPECT_FALSE(TextureLoadGeneric::SaveFile(folder.Name("nothing.tga").c_str(), Texture("nothing")));
+    EXPECT_TRUE(log.Has("Unable to convert texture to an image!"));
 }
