@@ -6,167 +6,123 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #ifdef TQ7Z_BINARY
 namespace
 {
-std::string ReadFile(const std::string& path)
-{
-    return TempFolder::Read(path);
-}
-
 const std::string s_samples = std::string(TQ7Z_SAMPLES) + "/images/";
 
-class ImageCommand : public ::testing::Test
+std::string Json(int type, int w, int h, int mips, int format)
 {
-protected:
-    // The command line after "tq7z image", split at spaces (the test paths hold none).
-    ToolRun Run(const std::string& args) const { return RunTool(Words("image " + args)); }
-    std::string Out(const std::string& name) const { return m_root + "/" + name; }
-
-    TempFolder m_folder;
-    const std::string m_root = m_folder.Path();
-};
-} // namespace
-
-TEST_F(ImageCommand, InfoAsTextAndAsJson)
-{
-    ToolRun run = Run("info " + s_samples + "walker_diffuse.tga");
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out, "type: 0 (RGBA32)\nwidth: 64\nheight: 32\nmips: 1\nsource_format: 1 (alpha)\n");
-
-    run = Run("info --json " + s_samples + "walker_normal.dds");
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out, "{\"type\": 8, \"width\": 64, \"height\": 64, \"mips\": 7, \"source_format\": 5}\n");
-
-    run = Run("info --json " + s_samples + "walker_team.bmp");
-    EXPECT_EQ(run.out, "{\"type\": 2, \"width\": 16, \"height\": 16, \"mips\": 1, \"source_format\": 0}\n");
-    run = Run("info --json " + s_samples + "walker_spec.bw");
-    EXPECT_EQ(run.out, "{\"type\": 1, \"width\": 32, \"height\": 32, \"mips\": 1, \"source_format\": 3}\n");
-    run = Run("info --json " + s_samples + "walker_diffuse.img");
-    EXPECT_EQ(run.out, "{\"type\": 0, \"width\": 64, \"height\": 32, \"mips\": 7, \"source_format\": 8}\n");
-}
-
-TEST_F(ImageCommand, FilesThatDoNotLoadExitOne)
-{
-    ToolRun run = Run("info " + Out("missing.tga"));
-    EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("no such file"), std::string::npos) << run.err;
-    EXPECT_TRUE(run.out.empty());
-
-    std::ofstream(Out("cut.tga"), std::ios::binary)
-        << ReadFile(s_samples + "walker_diffuse.tga").substr(0, 500);
-    run = Run("info " + Out("cut.tga"));
-    EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("does not load as an image"), std::string::npos) << run.err;
-
-    std::ofstream(Out("cut.img"), std::ios::binary)
-        << ReadFile(s_samples + "walker_diffuse.img").substr(0, 60);
-    run = Run("info " + Out("cut.img"));
-    EXPECT_EQ(run.status, 1);
-    EXPECT_FALSE(run.err.empty());
-}
-
-TEST_F(ImageCommand, ConvertThroughTheChunkFormKeepsTheBytes)
-{
-    // TGA to IMAG to TGA gives back the very same file.
-    ToolRun run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("d.img"));
-    ASSERT_EQ(run.status, 0) << run.err;
-    run = Run("convert " + Out("d.img") + " " + Out("d.tga"));
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(ReadFile(Out("d.tga")), ReadFile(s_samples + "walker_diffuse.tga"));
-
-    // A DDS with mips keeps every level through IMAG and back.
-    run = Run("convert " + s_samples + "walker_normal.dds " + Out("n.img"));
-    ASSERT_EQ(run.status, 0) << run.err;
-    run = Run("convert " + Out("n.img") + " " + Out("n.dds"));
-    ASSERT_EQ(run.status, 0) << run.err;
-    const std::string original = ReadFile(s_samples + "walker_normal.dds");
-    const std::string back = ReadFile(Out("n.dds"));
-    ASSERT_EQ(back.size(), original.size());
-    EXPECT_EQ(back.substr(128), original.substr(128)); // the levels; the headers' flags may differ
-}
-
-TEST_F(ImageCommand, ConvertToATypeAndWithMips)
-{
-    ToolRun run = Run("convert " + s_samples + "walker_team.bmp " + Out("t.tga") + " --type 0 --mips");
-    ASSERT_EQ(run.status, 0) << run.err;
-    run = Run("info --json " + Out("t.tga"));
-    EXPECT_EQ(run.out, "{\"type\": 0, \"width\": 16, \"height\": 16, \"mips\": 1, \"source_format\": 1}\n");
-
-    run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("m.img") + " --mips --type 7");
-    ASSERT_EQ(run.status, 0) << run.err;
-    run = Run("info --json " + Out("m.img"));
-    EXPECT_EQ(run.out, "{\"type\": 7, \"width\": 64, \"height\": 32, \"mips\": 7, \"source_format\": 8}\n");
-
-    // The chunk form doesn't carry the 16-bit types: refused before anything is written.
-    run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("s.img") + " --type 6");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("does not carry type 6"), std::string::npos) << run.err;
-    EXPECT_FALSE(std::filesystem::exists(Out("s.img")));
-
-    run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("p.img") + " --type 2");
-    ASSERT_EQ(run.status, 0) << run.err;
-    run = Run("info --json " + Out("p.img"));
-    EXPECT_EQ(run.out, "{\"type\": 2, \"width\": 64, \"height\": 32, \"mips\": 1, \"source_format\": 8}\n");
-}
-
-TEST_F(ImageCommand, ConversionsOutsideTheTableAndUnknownOutputsExitOne)
-{
-    ToolRun run = Run("convert " + s_samples + "walker_normal.dds " + Out("x.tga") + " --type 7");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("cannot be converted to type 7"), std::string::npos) << run.err;
-    EXPECT_FALSE(std::filesystem::exists(Out("x.tga")));
-
-    run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("x.tga") + " --type 9");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("no image type"), std::string::npos) << run.err;
-
-    run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("x.png"));
-    EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("Unrecognized file type"), std::string::npos) << run.err;
-    EXPECT_FALSE(std::filesystem::exists(Out("x.png")));
+    return "{\"type\": " + std::to_string(type) + ", \"width\": " + std::to_string(w) +
+           ", \"height\": " + std::to_string(h) + ", \"mips\": " + std::to_string(mips) +
+           ", \"source_format\": " + std::to_string(format) + "}\n";
 }
 
 // The pixels of level 0 of a TGA file, in memory order.
 std::vector<uint8> TGAPixels(const std::string& path)
 {
     std::unique_ptr<Image> p = imagetest::LoadFile(path, &ImageLoad::LoadTGA);
-    if (!p)
-        return {};
-    return std::vector<uint8>(p->GetData(0), p->GetData(0) + p->GetDataSize(0));
+    return p ? imagetest::Level(*p) : std::vector<uint8>();
 }
 
-TEST_F(ImageCommand, DXTFilesConvertToTGAAndBack)
+class ImageCommand : public ::testing::Test
 {
-    // DDS files of another tool give that tool's own pixels, as type 0 with or without --type.
+protected:
+    // The command line after "tq7z image"; "@" stands for the samples, "%" for the scratch folder.
+    ToolRun Run(std::string args) const
+    {
+        for (size_t at; (at = args.find_first_of("@%")) != std::string::npos;)
+            args.replace(at, 1, args[at] == '@' ? s_samples : m_folder.Path() + "/");
+        return RunTool(Words("image " + args));
+    }
+    TempFolder m_folder;
+};
+
+TEST_F(ImageCommand, InfoAndConvertAsTextAndAsJson)
+{
+    // Each step's command line and what it prints; convert steps print nothing and pass.
+    const std::pair<const char*, std::string> steps[] = {
+        {"info @walker_diffuse.tga",
+         "type: 0 (RGBA32)\nwidth: 64\nheight: 32\nmips: 1\nsource_format: 1 (alpha)\n"},
+        {"info --json @walker_normal.dds", Json(8, 64, 64, 7, 5)},
+        {"info --json @walker_team.bmp", Json(2, 16, 16, 1, 0)},
+        {"info --json @walker_spec.bw", Json(1, 32, 32, 1, 3)},
+        {"info --json @walker_diffuse.img", Json(0, 64, 32, 7, 8)},
+        {"convert @walker_team.bmp %t.tga --type 0 --mips", ""},
+        {"info --json %t.tga", Json(0, 16, 16, 1, 1)},
+        {"convert @walker_diffuse.tga %m.img --mips --type 7", ""},
+        {"info --json %m.img", Json(7, 64, 32, 7, 8)},
+        {"convert @walker_diffuse.tga %p.img --type 2", ""},
+        {"info --json %p.img", Json(2, 64, 32, 1, 8)},
+        // --type 11 encodes the whole chain, which the TGA writer decodes again.
+        {"convert @walker_diffuse.tga %w.dds --mips --type 11", ""},
+        {"info --json %w.dds", Json(11, 64, 32, 7, 7)},
+        {"convert %w.dds %w.tga", ""},
+        // The chunk form keeps the blocks.
+        {"convert @walker_diffuse.tga %w.img --type 8", ""},
+        {"info --json %w.img", Json(8, 64, 32, 1, 8)},
+        // Through the chunk form and back: the very same TGA; a DDS keeps every level.
+        {"convert @walker_diffuse.tga %d.img", ""},
+        {"convert %d.img %d.tga", ""},
+        {"convert @walker_normal.dds %n.img", ""},
+        {"convert %n.img %n.dds", ""},
+    };
+    for (const auto& [args, out] : steps)
+    {
+        const ToolRun run = Run(args);
+        EXPECT_EQ(run.status, 0) << args << ": " << run.err;
+        EXPECT_EQ(run.out, out) << args;
+    }
+    EXPECT_EQ(TGAPixels(m_folder / "w.tga").size(), 64u * 32u * 4u);
+    EXPECT_EQ(TempFolder::Read(m_folder / "d.tga"), TempFolder::Read(s_samples + "walker_diffuse.tga"));
+    const std::string original = TempFolder::Read(s_samples + "walker_normal.dds");
+    const std::string back = TempFolder::Read(m_folder / "n.dds");
+    ASSERT_EQ(back.size(), original.size());
+    EXPECT_EQ(back.substr(128), original.substr(128)); // the levels; the headers' flags may differ
+}
+
+TEST_F(ImageCommand, FailuresExitOneAndWriteNothing)
+{
+    m_folder.Write("cut.tga", TempFolder::Read(s_samples + "walker_diffuse.tga").substr(0, 500));
+    m_folder.Write("cut.img", TempFolder::Read(s_samples + "walker_diffuse.img").substr(0, 60));
+    // Arguments, the error; an output form the command doesn't write is a usage error (exit 2).
+    const std::pair<const char*, const char*> cases[] = {
+        {"info %missing.tga", "no such file"},
+        {"info %cut.tga", "does not load as an image"},
+        {"info %cut.img", ""},
+        // The chunk form doesn't carry the 16-bit types: refused before anything is written.
+        {"convert @walker_diffuse.tga %x.img --type 6", "does not carry type 6"},
+        {"convert @walker_normal.dds %x.tga --type 7", "cannot be converted to type 7"},
+        {"convert @walker_diffuse.tga %x.tga --type 9", "no image type"},
+        {"convert @walker_diffuse.tga %x.png", "writes .tga, .jpg, .dds or .img, not '.png'"},
+    };
+    for (const auto& [args, error] : cases)
+    {
+        const ToolRun run = Run(args);
+        EXPECT_EQ(run.status, std::string(args).find(".png") != std::string::npos ? 2 : 1) << args;
+        EXPECT_NE(run.err.find(error), std::string::npos) << args << ": " << run.err;
+        EXPECT_FALSE(run.err.empty()) << args;
+        EXPECT_TRUE(run.out.empty()) << args;
+    }
+    for (const char* name : {"x.img", "x.tga", "x.png"})
+        EXPECT_FALSE(std::filesystem::exists(m_folder / name)) << name;
+}
+
+TEST_F(ImageCommand, DDSFilesOfAnotherToolGiveThatToolsPixels)
+{
+    // As type 0 with or without --type.
     for (const char* name : {"dxt1_16x16", "dxt5_8x8"})
     {
-        const std::string dds = std::string(TQ7Z_IMAGE_DATA) + "/" + name + ".dds";
+        const std::string data = std::string(TQ7Z_IMAGE_DATA) + "/" + name;
         for (const char* type : {"", " --type 0"})
         {
-            ToolRun run = Run("convert " + dds + " " + Out("d.tga") + type);
+            const ToolRun run = Run("convert " + data + ".dds %d.tga" + type);
             ASSERT_EQ(run.status, 0) << run.err;
-            EXPECT_EQ(TGAPixels(Out("d.tga")), TGAPixels(std::string(TQ7Z_IMAGE_DATA) + "/" + name + ".tga"))
-                << name << type;
+            EXPECT_EQ(TGAPixels(m_folder / "d.tga"), TGAPixels(data + ".tga")) << name << type;
         }
     }
-
-    // --type 11 encodes the whole chain, which the TGA writer decodes again.
-    ToolRun run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("w.dds") + " --mips --type 11");
-    ASSERT_EQ(run.status, 0) << run.err;
-    run = Run("info --json " + Out("w.dds"));
-    EXPECT_EQ(run.out, "{\"type\": 11, \"width\": 64, \"height\": 32, \"mips\": 7, \"source_format\": 7}\n");
-    run = Run("convert " + Out("w.dds") + " " + Out("w.tga"));
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(TGAPixels(Out("w.tga")).size(), 64u * 32u * 4u);
-
-    // The chunk form keeps the blocks.
-    run = Run("convert " + s_samples + "walker_diffuse.tga " + Out("w.img") + " --type 8");
-    ASSERT_EQ(run.status, 0) << run.err;
-    run = Run("info --json " + Out("w.img"));
-    EXPECT_EQ(run.out, "{\"type\": 8, \"width\": 64, \"height\": 32, \"mips\": 1, \"source_format\": 8}\n");
 }
+} // namespace
 #endif

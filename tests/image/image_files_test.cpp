@@ -1,334 +1,423 @@
-// The TGA, BMP, .bw and JPEG readers and writers, on files built by hand and on round trips.
+// The TGA, BMP, .bw, JPEG and DDS readers and writers, on files built by hand and on round trips.
 #include "foundation/debug.h"
 #include "image/imageload.h"
 #include "image_test_util.h"
 
 #include <gtest/gtest.h>
 
-using imagetest::Bytes;
+using namespace imagetest;
 
 namespace
 {
-using Loader = std::unique_ptr<Image> (*)(ByteStreamAdapter&, const char*, int*);
-
-struct Loaded
-{
-    std::unique_ptr<Image> pImage;
-    int sourceFormat = -1;
-};
-
-Loaded LoadWith(Loader loader, const std::vector<uint8>& bytes)
-{
-    Loaded out;
-    out.pImage = imagetest::ReadFrom<std::unique_ptr<Image>>(
-        bytes, [&](ByteStreamAdapter& adapter) { return loader(adapter, "test.file", &out.sourceFormat); });
-    return out;
-}
-
-const Colour& Pixel32(const Image& image, uint32 i)
-{
-    return reinterpret_cast<const Colour*>(image.GetData(0))[i];
-}
-
 Bytes TGAHeader(uint32 w, uint32 h, uint32 depth, uint32 idLength = 0)
 {
-    Bytes b;
-    b.u8(idLength).u8(0).u8(2).fill(5, 0).fill(4, 0).u16(w).u16(h).u8(depth).u8(0x20);
-    return b;
+    return Bytes().u8(idLength).u8(0).u8(2).fill(9, 0).u16(w).u16(h).u8(depth).u8(0x20);
 }
 
 // The 54-byte header of a BMP of w by h pixels; the data offset is not read.
 Bytes BMPHeader(int32 w, int32 h, uint32 depth, uint32 usedColours, uint32 compression = 0)
 {
+    return Bytes()
+        .text("BM")
+        .u32(0)
+        .u32(0)
+        .u32(54)
+        .u32(40)
+        .u32(uint32(w))
+        .u32(uint32(h))
+        .u16(1)
+        .u16(depth)
+        .u32(compression)
+        .u32(0)
+        .u32(2835)
+        .u32(2835)
+        .u32(usedColours)
+        .u32(0);
+}
+
+Bytes BWHeader(uint32 w, uint32 h)
+{
     Bytes b;
-    b.text("BM").u32(0).u32(0).u32(54).u32(40).u32(uint32(w)).u32(uint32(h)).u16(1).u16(depth).u32(
-        compression);
-    b.u32(0).u32(2835).u32(2835).u32(usedColours).u32(0);
+    b.be16(0x01DA).u8(0).u8(1).be16(2).be16(w).be16(h).be16(1).be32(0).be32(255);
+    return b.fill(512 - b.size(), 0);
+}
+
+Bytes Count(Bytes b, uint32 from, uint32 to)
+{
+    for (uint32 i = from; i < to; ++i)
+        b.u8(i);
     return b;
 }
 
-// Every shorter prefix of a good file must load as null without touching memory outside it.
-void ExpectEveryPrefixRejected(Loader loader, const std::vector<uint8>& good)
+// A DDS header as a DDS writer lays it out, then each level filled with its level number plus one.
+struct DDSSpec
 {
-    dbg::ScopedThrowOnAssert quiet(false);
-    for (size_t n = 0; n < good.size(); ++n)
+    uint32 w = 16, h = 16;
+    const char* fourCC = "DXT1";
+    uint32 mips = 1;
+    uint32 flags = 0x1007;
+    uint32 caps = 0x1000;
+    uint32 caps2 = 0;
+    uint32 blockBytes = 8;
+};
+DDSSpec Mipped(uint32 w, uint32 h, uint32 mips)
+{
+    DDSSpec s;
+    s.w = w;
+    s.h = h;
+    s.mips = mips;
+    s.flags |= 0x20000;
+    s.caps |= 0x400008;
+    return s;
+}
+Bytes MakeDDS(const DDSSpec& s)
+{
+    Bytes b;
+    b.text("DDS ").u32(124).u32(s.flags).u32(s.h).u32(s.w).u32(0).u32(0).u32(s.mips).fill(44, 0);
+    b.u32(32).u32(0x4).text(s.fourCC).fill(20, 0).u32(s.caps).u32(s.caps2).fill(12, 0);
+    for (uint32 i = 0; i < std::max(1u, s.mips); ++i)
     {
-        std::vector<uint8> cut(good.begin(), good.begin() + long(n));
-        Loaded l = LoadWith(loader, cut);
-        ASSERT_EQ(l.pImage, nullptr) << "prefix of " << n << " bytes";
-        ASSERT_EQ(l.sourceFormat, SOURCEFORMAT_OTHER);
+        const uint32 w = std::max(1u, s.w >> i), h = std::max(1u, s.h >> i);
+        b.fill(((w + 3) / 4) * ((h + 3) / 4) * s.blockBytes, uint8(i + 1));
+    }
+    return b;
+}
+Loader DDSLoader(int skip)
+{
+    return [skip](ByteStreamAdapter& a, const char*, int* pFormat)
+    { return ImageLoad::LoadDDS(a, "test.dds", pFormat, skip); };
+}
+const Loader TGA = &ImageLoad::LoadTGA;
+const Loader BMP = &ImageLoad::LoadBMP;
+const Loader BW = &ImageLoad::LoadBW;
+const Loader JPEG = &ImageLoad::LoadJPEG;
+
+// A file built by hand and the image it holds: type, source format, size, the bytes of level 0
+// and, for a paletted one, a palette entry.
+struct GoodCase
+{
+    const char* what;
+    Loader loader;
+    Bytes file;
+    int type, sourceFormat;
+    uint32 w, h;
+    std::vector<uint8> pixels;
+    int paletteIndex = -1;
+    Colour entry = {};
+};
+
+TEST(ImageFiles, HandBuiltFilesLoadToTheirPixels)
+{
+    Bytes bmp4 = BMPHeader(3, 2, 4, 0);
+    for (uint32 i = 0; i < 16; ++i)
+        bmp4.u8(i).u8(i * 2).u8(i * 3); // blue, green, red: 16 colours of 3 bytes when the count is 0
+    bmp4.u8(0x1F).u8(0x20).u8(0xEE).u8(0xEE).u8(0x34).u8(0x50).u8(0xEE).u8(0xEE);
+    Bytes bmp8 = BMPHeader(2, 2, 8, 0);
+    for (uint32 i = 0; i < 256; ++i)
+        bmp8.u8(i).u8(255 - i).u8(7).u8(0); // 4 bytes an entry, the fourth dropped: alpha 0xFF
+    bmp8.u8(0).u8(200).fill(2, 0xEE).u8(255).u8(1).fill(2, 0xEE);
+    const std::vector<uint8> opaque = {1, 2, 3, 255, 4, 5, 6, 255, 7, 8, 9, 255, 10, 11, 12, 255};
+    const GoodCase cases[] = {
+        {"TGA 24 bits after an id field", TGA, Count(TGAHeader(2, 2, 24, 3).text("abc"), 1, 13),
+         IMAGETYPE_RGBA32, SOURCEFORMAT_OPAQUE, 2, 2, opaque},
+        {"TGA 32 bits",
+         TGA,
+         TGAHeader(1, 2, 32).u8(1).u8(2).u8(3).u8(4).u8(5).u8(6).u8(7).u8(0),
+         IMAGETYPE_RGBA32,
+         SOURCEFORMAT_ALPHA,
+         1,
+         2,
+         {1, 2, 3, 4, 5, 6, 7, 0}},
+        {"BMP 4 bits, high nibble first",
+         BMP,
+         bmp4,
+         IMAGETYPE_PALETTE,
+         SOURCEFORMAT_OPAQUE,
+         3,
+         2,
+         {1, 15, 2, 3, 4, 5},
+         15,
+         Colour(45, 30, 15, 255)},
+        {"BMP 4 bits, 2 colours used",
+         BMP,
+         BMPHeader(2, 1, 4, 2).u8(1).u8(2).u8(3).u8(4).u8(5).u8(6).u8(0x10).fill(3, 0),
+         IMAGETYPE_PALETTE,
+         SOURCEFORMAT_OPAQUE,
+         2,
+         1,
+         {1, 0},
+         1,
+         Colour(6, 5, 4, 255)},
+        {"BMP 8 bits",
+         BMP,
+         bmp8,
+         IMAGETYPE_PALETTE,
+         SOURCEFORMAT_OPAQUE,
+         2,
+         2,
+         {0, 200, 255, 1},
+         200,
+         Colour(7, 55, 200, 255)},
+        {"BMP 24 bits, rows padded", BMP,
+         Count(BMPHeader(2, 2, 24, 0), 1, 7)
+             .fill(2, 0xEE)
+             .u8(7)
+             .u8(8)
+             .u8(9)
+             .u8(10)
+             .u8(11)
+             .u8(12)
+             .fill(2, 0xEE),
+         IMAGETYPE_RGBA32, SOURCEFORMAT_OPAQUE, 2, 2, opaque},
+        {"BMP 32 bits", BMP, Count(BMPHeader(2, 2, 32, 0), 0, 16), IMAGETYPE_RGBA32, SOURCEFORMAT_ALPHA, 2, 2,
+         Count(Bytes(), 0, 16).v},
+        {".bw, big-endian",
+         BW,
+         BWHeader(3, 2).u8(0).u8(40).u8(80).u8(120).u8(160).u8(200),
+         IMAGETYPE_LUMINANCE,
+         SOURCEFORMAT_LUMINANCE,
+         3,
+         2,
+         {0, 40, 80, 120, 160, 200}},
+    };
+    for (const GoodCase& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        Loaded l = LoadWith(c.loader, c.file.v);
+        ASSERT_NE(l.pImage, nullptr);
+        EXPECT_EQ(l.pImage->GetImageType(), c.type);
+        EXPECT_EQ(l.sourceFormat, c.sourceFormat);
+        EXPECT_EQ(l.pImage->GetWidth(), c.w);
+        EXPECT_EQ(l.pImage->GetHeight(), c.h);
+        EXPECT_EQ(Level(*l.pImage), c.pixels);
+        if (c.paletteIndex >= 0)
+        {
+            EXPECT_EQ(static_cast<const Image_Palette&>(*l.pImage).PaletteEntry(c.paletteIndex), c.entry);
+        }
     }
 }
-} // namespace
 
-TEST(ImageTGA, TwentyFourBitGetsOpaqueAlphaAndKeepsFileRowOrder)
+TEST(ImageFiles, RefusedFilesGiveNullAndSayWhy)
 {
-    Bytes file = TGAHeader(2, 2, 24, 3);
-    file.text("abc"); // identification field, dropped
-    file.u8(1).u8(2).u8(3).u8(4).u8(5).u8(6).u8(7).u8(8).u8(9).u8(10).u8(11).u8(12);
-    Loaded l = LoadWith(&ImageLoad::LoadTGA, file.v);
-    ASSERT_NE(l.pImage, nullptr);
-    EXPECT_EQ(l.sourceFormat, SOURCEFORMAT_OPAQUE);
-    EXPECT_EQ(l.pImage->GetImageType(), IMAGETYPE_RGBA32);
-    ASSERT_EQ(l.pImage->GetWidth(), 2u);
-    const uint8 expect[16] = {1, 2, 3, 255, 4, 5, 6, 255, 7, 8, 9, 255, 10, 11, 12, 255};
-    EXPECT_EQ(std::memcmp(l.pImage->GetData(0), expect, 16), 0);
+    DDSSpec noWidth, huge, cube, volume = Mipped(16, 16, 1), dxt2, ati2;
+    noWidth.flags = 0x1003;
+    huge.w = 8192;
+    cube.caps2 = 0x200 | 0xFC00;
+    volume.caps2 = 0x200000;
+    dxt2.fourCC = "DXT2";
+    ati2.fourCC = "ATI2";
+    struct RefusedCase
+    {
+        const char* what;
+        Loader loader;
+        Bytes file;
+        const char* message;
+        const char* absent = "\x01"; // a text that must not be logged
+    };
+    const RefusedCase cases[] = {
+        {"TGA 16 bits", TGA, TGAHeader(2, 2, 16).fill(8, 0), ""},
+        {"TGA run-length coded", TGA, TGAHeader(2, 2, 24).set(2, 10).fill(12, 0), ""},
+        {"TGA colour map", TGA, TGAHeader(2, 2, 24).set(1, 1).fill(12, 0), ""},
+        {"TGA origin", TGA, TGAHeader(2, 2, 24).set(8, 1).fill(12, 0), ""},
+        {"TGA empty", TGA, TGAHeader(0, 2, 24), ""},
+        {"TGA huge", TGA, TGAHeader(5000, 5000, 32), "TGA is too big (5000x5000)"},
+        {"BMP magic", BMP, BMPHeader(2, 2, 24, 0).set(0, 'X'),
+         "Not a BMP that I know how to read. [test.file]"},
+        {"BMP compressed", BMP, BMPHeader(2, 2, 8, 0, 1),
+         "Don't know how to handle compressed BMPs. [test.file]"},
+        {"BMP 16 bits", BMP, BMPHeader(2, 2, 16, 0), "Unsupported BMP format. [test.file]"},
+        {"BMP short palette", BMP, BMPHeader(2, 2, 8, 4).fill(15, 0), "Not enough file for the palette."},
+        {"BMP short rows", BMP, BMPHeader(2, 2, 24, 0).fill(15, 0), "Not enough file for the bitmap."},
+        // Top-down (negative height) and oversized files are refused before anything is allocated.
+        {"BMP top-down", BMP, BMPHeader(2, -2, 24, 0), ""},
+        {"BMP huge", BMP, BMPHeader(100000, 100000, 24, 0), ""},
+        {"BMP huge palette", BMP, BMPHeader(2, 2, 8, 100000), ""},
+        {".bw small", BW, Bytes().be16(0x01DA).fill(100, 0), "BW is too small. [test.file]"},
+        {".bw mangled", BW, Bytes().be16(0xDA01).fill(510, 0), "BW file header is mangled. [test.file]"},
+        {".bw short", BW, BWHeader(4, 4).fill(15, 9), "BW file doesn't have enough pixels. [test.file]"},
+        {"JPEG garbage", JPEG, Bytes().u8(0xFF).u8(0xD8).fill(64, 0x55), "JPEG file can't be decoded"},
+        {"DDS magic", DDSLoader(0), MakeDDS(DDSSpec()).set(3, 'X'), "DDS is not happy. [test.dds]"},
+        {"DDS header size", DDSLoader(0), MakeDDS(DDSSpec()).set(4, 120), "DDS is not happy. [test.dds]"},
+        {"DDS without width", DDSLoader(0), MakeDDS(noWidth), "DDS is not happy. [test.dds]"},
+        {"DDS pixel format size", DDSLoader(0), MakeDDS(DDSSpec()).set(4 + 72, 24),
+         "DDS is not happy. [test.dds]"},
+        {"DDS huge", DDSLoader(0), MakeDDS(huge), ""},
+        {"DDS 6 levels of 16x16", DDSLoader(0), MakeDDS(Mipped(16, 16, 6)), ""},
+        // Without complex caps the writer of the file is blamed as well.
+        {"DDS cube map", DDSLoader(0), MakeDDS(cube), "Does not support loading of cube maps [test.dds]."},
+        {"DDS cube map", DDSLoader(0), MakeDDS(cube), "did not save it correctly"},
+        {"DDS volume", DDSLoader(0), MakeDDS(volume),
+         "Does not support loading of volume textures [test.dds].", "did not save it correctly"},
+        {"DDS DXT2", DDSLoader(0), MakeDDS(dxt2), "Unsupported DXTC format! 2", "Unsupported FourCC code"},
+        {"DDS ATI2", DDSLoader(0), MakeDDS(ati2), "Unsupported FourCC code in [test.dds]."},
+    };
+    dbg::ScopedThrowOnAssert quiet(false);
+    for (const RefusedCase& c : cases)
+    {
+        LogCapture log;
+        Loaded l = LoadWith(c.loader, c.file.v);
+        EXPECT_EQ(l.pImage, nullptr) << c.what;
+        EXPECT_EQ(l.sourceFormat, SOURCEFORMAT_OTHER) << c.what;
+        EXPECT_TRUE(*c.message == '\0' || log.Has(c.message)) << c.what << ": " << c.message;
+        EXPECT_FALSE(log.Has(c.absent)) << c.what << ": " << c.absent;
+    }
 }
 
-TEST(ImageTGA, ThirtyTwoBitKeepsAlphaAndSaysSo)
+TEST(ImageFiles, TruncatedFilesAreRefusedAtEveryLength)
 {
-    Bytes file = TGAHeader(1, 2, 32);
-    file.u8(1).u8(2).u8(3).u8(4).u8(5).u8(6).u8(7).u8(0);
-    Loaded l = LoadWith(&ImageLoad::LoadTGA, file.v);
-    ASSERT_NE(l.pImage, nullptr);
-    EXPECT_EQ(l.sourceFormat, SOURCEFORMAT_ALPHA);
-    EXPECT_EQ(Pixel32(*l.pImage, 0), Colour(3, 2, 1, 4));
-    EXPECT_EQ(Pixel32(*l.pImage, 1), Colour(7, 6, 5, 0));
-}
-
-TEST(ImageTGA, OtherKindsOfTGAAreRefused)
-{
+    Image_RGBA32 flat;
+    flat.Allocate(32, 32);
+    const std::vector<uint8> jpeg =
+        WriteTo([&](ByteStreamAdapter& a) { ASSERT_TRUE(ImageLoad::SaveJPEG(a, "x.jpg", flat)); });
+    const std::tuple<const char*, Loader, Bytes> files[] = {
+        {"TGA", TGA, TGAHeader(3, 2, 24, 2).text("id").fill(18, 7)},
+        {"BMP", BMP, BMPHeader(3, 3, 4, 3).fill(9, 1).fill(12, 0x12)},
+        {"DDS", DDSLoader(0), MakeDDS(Mipped(8, 8, 3))},
+        {"DDS skipping a level", DDSLoader(1), MakeDDS(Mipped(8, 8, 3))},
+        {"JPEG", JPEG, Bytes{jpeg}},
+    };
     LogCapture log;
-    Bytes sixteen = TGAHeader(2, 2, 16);
-    sixteen.fill(8, 0);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadTGA, sixteen.v).pImage, nullptr);
-
-    Bytes rle = TGAHeader(2, 2, 24);
-    rle.v[2] = 10; // run-length coded
-    rle.fill(12, 0);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadTGA, rle.v).pImage, nullptr);
-
-    Bytes colourMap = TGAHeader(2, 2, 24);
-    colourMap.v[1] = 1;
-    colourMap.fill(12, 0);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadTGA, colourMap.v).pImage, nullptr);
-
-    Bytes origin = TGAHeader(2, 2, 24);
-    origin.v[8] = 1;
-    origin.fill(12, 0);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadTGA, origin.v).pImage, nullptr);
-
-    Bytes empty = TGAHeader(0, 2, 24);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadTGA, empty.v).pImage, nullptr);
-
-    Bytes huge = TGAHeader(5000, 5000, 32);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadTGA, huge.v).pImage, nullptr);
-    EXPECT_TRUE(log.Has("TGA is too big (5000x5000)"));
+    dbg::ScopedThrowOnAssert quiet(false);
+    for (const auto& [what, loader, file] : files)
+    {
+        EXPECT_NE(LoadWith(loader, file.v).pImage, nullptr) << what;
+        // Every length for the small files, a few in the header for the JPEG.
+        const bool jpegHeader = std::string(what) == "JPEG";
+        for (size_t n = 0; n < (jpegHeader ? 101 : file.v.size()); n += jpegHeader ? 20 : 1)
+        {
+            Loaded l = LoadWith(loader, std::vector<uint8>(file.v.begin(), file.v.begin() + long(n)));
+            ASSERT_EQ(l.pImage, nullptr) << what << " cut to " << n;
+            ASSERT_EQ(l.sourceFormat, SOURCEFORMAT_OTHER) << what << " cut to " << n;
+        }
+    }
+    EXPECT_TRUE(log.Has("Malformed DDS file.  Not enough file for image."));
 }
 
-TEST(ImageTGA, TruncatedFilesAreRefusedAtEveryLength)
+TEST(ImageDDS, TypesAndTheSkipRules)
 {
-    Bytes file = TGAHeader(3, 2, 24, 2);
-    file.text("id").fill(18, 7);
-    ExpectEveryPrefixRejected(&ImageLoad::LoadTGA, file.v);
-    EXPECT_NE(LoadWith(&ImageLoad::LoadTGA, file.v).pImage, nullptr);
+    DDSSpec dxt3, dxt5, noMipFlag = Mipped(16, 16, 3), noComplex = Mipped(16, 16, 3);
+    dxt3.fourCC = "DXT3";
+    dxt5.fourCC = "DXT5";
+    dxt3.blockBytes = dxt5.blockBytes = 16;
+    noMipFlag.flags = 0x1007;
+    noComplex.caps = 0x1000;
+    // Spec, skip; then type, width, height, levels, the file level the first one comes from, and
+    // whether the writer of the file is blamed.
+    const struct
+    {
+        DDSSpec spec;
+        int skip, type;
+        uint32 w, h, mips, first;
+        bool warns;
+    } cases[] = {
+        {Mipped(16, 8, 5), 0, IMAGETYPE_DXT1, 16, 8, 5, 0, false},
+        {dxt3, 0, IMAGETYPE_DXT3, 16, 16, 1, 0, false},
+        {dxt5, 0, IMAGETYPE_DXT5, 16, 16, 1, 0, false},
+        {Mipped(32, 32, 6), 2, IMAGETYPE_DXT1, 8, 8, 4, 2, false},
+        {Mipped(8, 8, 4), 2, IMAGETYPE_DXT1, 4, 4, 3, 1, false},    // never a side below 4
+        {Mipped(32, 8, 6), 3, IMAGETYPE_DXT1, 16, 4, 5, 1, false},  // the smaller side decides
+        {Mipped(16, 16, 3), 10, IMAGETYPE_DXT1, 4, 4, 1, 2, false}, // cut to the chain, held at 4
+        {noMipFlag, 1, IMAGETYPE_DXT1, 16, 16, 1, 0, false},        // no mip count flag: no skip
+        {noComplex, 1, IMAGETYPE_DXT1, 16, 16, 1, 0, true},
+        {Mipped(16, 16, 0), 0, IMAGETYPE_DXT1, 16, 16, 1, 0, true},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(::testing::Message() << c.spec.w << "x" << c.spec.h << " " << c.spec.fourCC << " mips "
+                                          << c.spec.mips << " skip " << c.skip);
+        LogCapture log;
+        Loaded l = LoadWith(DDSLoader(c.skip), MakeDDS(c.spec).v);
+        ASSERT_NE(l.pImage, nullptr);
+        EXPECT_EQ(l.pImage->GetImageType(), c.type);
+        EXPECT_EQ(l.sourceFormat, c.type == IMAGETYPE_DXT1   ? SOURCEFORMAT_DXT1
+                                  : c.type == IMAGETYPE_DXT3 ? SOURCEFORMAT_DXT3
+                                                             : SOURCEFORMAT_DXT5);
+        EXPECT_EQ(l.pImage->GetWidth(), c.w);
+        EXPECT_EQ(l.pImage->GetHeight(), c.h);
+        ASSERT_EQ(l.pImage->GetMipCount(), c.mips);
+        for (uint32 level = 0; level < c.mips; ++level)
+        {
+            const uint32 w = std::max(1u, c.w >> level), h = std::max(1u, c.h >> level);
+            EXPECT_EQ(Level(*l.pImage, level),
+                      std::vector<uint8>(((w + 3) / 4) * ((h + 3) / 4) * c.spec.blockBytes,
+                                         uint8(c.first + level + 1)))
+                << level;
+        }
+        EXPECT_EQ(log.Has("TEXTURE FORMAT -- The tool used to create the DDS file 'test.dds' did not save it "
+                          "correctly, please check for an updated version of the tool."),
+                  c.warns);
+    }
 }
 
-TEST(ImageTGA, WrittenAndReadBackIsTheSameImage)
+TEST(ImageFiles, WrittenAndReadBackIsTheSameImage)
 {
-    auto pImage = imagetest::MakeGradient(7, 5);
-    std::vector<uint8> file = imagetest::WriteTo([&](ByteStreamAdapter& a)
-                                                 { ASSERT_TRUE(ImageLoad::SaveTGA(a, "out.tga", *pImage)); });
-    ASSERT_EQ(file.size(), 18u + 7 * 5 * 4);
-    const uint8 header[18] = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7, 0, 5, 0, 32, 0};
-    EXPECT_EQ(std::memcmp(file.data(), header, 18), 0);
-    Loaded l = LoadWith(&ImageLoad::LoadTGA, file);
-    ASSERT_NE(l.pImage, nullptr);
-    EXPECT_EQ(l.pImage->GetImageType(), IMAGETYPE_RGBA32);
-    EXPECT_EQ(l.pImage->GetWidth(), 7u);
-    EXPECT_EQ(l.pImage->GetHeight(), 5u);
-    EXPECT_EQ(std::memcmp(l.pImage->GetData(0), pImage->GetData(0), 7 * 5 * 4), 0);
-
-    // 24 bits: written as depth 24, read back with alpha 0xFF.
+    // TGA, 32 bits and 24 (read back with alpha 0xFF).
+    auto pImage = MakeGradient(7, 5);
     auto pRGB = Image::Convert(IMAGETYPE_RGB888, *pImage);
-    file = imagetest::WriteTo([&](ByteStreamAdapter& a)
-                              { ASSERT_TRUE(ImageLoad::SaveTGA(a, "out.tga", *pRGB)); });
+    std::vector<uint8> file =
+        WriteTo([&](ByteStreamAdapter& a) { ASSERT_TRUE(ImageLoad::SaveTGA(a, "o.tga", *pImage)); });
+    ASSERT_EQ(file.size(), 18u + 7 * 5 * 4);
+    EXPECT_EQ(std::vector<uint8>(file.begin(), file.begin() + 18),
+              (std::vector<uint8>{0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7, 0, 5, 0, 32, 0}));
+    Loaded l = LoadWith(TGA, file);
+    ASSERT_NE(l.pImage, nullptr);
+    EXPECT_EQ(l.pImage->GetWidth(), 7u);
+    EXPECT_EQ(Level(*l.pImage), Level(*pImage));
+    file = WriteTo([&](ByteStreamAdapter& a) { ASSERT_TRUE(ImageLoad::SaveTGA(a, "o.tga", *pRGB)); });
     ASSERT_EQ(file.size(), 18u + 7 * 5 * 3);
     EXPECT_EQ(file[16], 24);
-    l = LoadWith(&ImageLoad::LoadTGA, file);
+    l = LoadWith(TGA, file);
     ASSERT_NE(l.pImage, nullptr);
     for (uint32 i = 0; i < 35; ++i)
-    {
-        Colour c = Pixel32(*pImage, i);
-        c.a = 0xFF;
-        ASSERT_EQ(Pixel32(*l.pImage, i), c) << i;
-    }
-}
+        (*pImage)[i].a = 0xFF;
+    EXPECT_EQ(Level(*l.pImage), Level(*pImage));
 
-TEST(ImageTGA, WriterTakesOnlyTrueColourTypes)
-{
-    LogCapture log;
-    Image_Luminance lum;
-    lum.Allocate(2, 2);
-    std::vector<uint8> file = imagetest::WriteTo([&](ByteStreamAdapter& a)
-                                                 { EXPECT_FALSE(ImageLoad::SaveTGA(a, "grey.tga", lum)); });
-    EXPECT_TRUE(file.empty());
-    EXPECT_TRUE(log.Has("TEXTURES -- 'grey.tga': Unrecognized image type!"));
-}
-
-TEST(ImageBMP, FourBitPaletteCountsThreeBytesAnEntryHighNibbleFirst)
-{
-    // 3 by 2 pixels, 2 bytes a row padded to 4; 16 colours of 3 bytes when the used count is 0.
-    Bytes file = BMPHeader(3, 2, 4, 0);
-    for (uint32 i = 0; i < 16; ++i)
-        file.u8(i).u8(i * 2).u8(i * 3); // blue, green, red
-    file.u8(0x1F).u8(0x20).u8(0xEE).u8(0xEE);
-    file.u8(0x34).u8(0x50).u8(0xEE).u8(0xEE);
-    Loaded l = LoadWith(&ImageLoad::LoadBMP, file.v);
+    // DDS with its header fields; one level has no mip flag and no complex caps.
+    Image_DXT5 dxt;
+    dxt.SetMipCount(4);
+    dxt.Allocate(16, 8);
+    for (uint32 level = 0; level < 4; ++level)
+        for (uint32 i = 0; i < dxt.GetDataSize(level); ++i)
+            dxt.GetData(level)[i] = uint8(level * 50 + i);
+    file = WriteTo([&](ByteStreamAdapter& a) { ASSERT_TRUE(ImageLoad::SaveDDS(a, "out.dds", dxt)); });
+    ASSERT_EQ(file.size(), 4u + 124 + 128 + 32 + 16 + 16);
+    auto field = [&](uint32 at)
+    { return uint32(file[at] | file[at + 1] << 8 | file[at + 2] << 16 | file[at + 3] << 24); };
+    const std::pair<uint32, uint32> fields[] = {
+        {8, 0x81007u | 0x20000u},      {12, 8},         {16, 16}, {20, 4 * 8 * 4 * 16}, {28, 4},
+        {84, 0x35545844 /* "DXT5" */}, {108, 0x401008u}};
+    for (const auto& [at, value] : fields)
+        EXPECT_EQ(field(at), value) << at;
+    l = LoadWith(DDSLoader(0), file);
     ASSERT_NE(l.pImage, nullptr);
-    EXPECT_EQ(l.sourceFormat, SOURCEFORMAT_OPAQUE);
-    ASSERT_EQ(l.pImage->GetImageType(), IMAGETYPE_PALETTE);
-    const uint8 expect[6] = {1, 15, 2, 3, 4, 5};
-    EXPECT_EQ(std::memcmp(l.pImage->GetData(0), expect, 6), 0);
-    const auto& pal = static_cast<const Image_Palette&>(*l.pImage);
-    EXPECT_EQ(pal.PaletteEntry(15), Colour(45, 30, 15, 255));
+    ASSERT_EQ(l.pImage->GetMipCount(), 4u);
+    for (uint32 level = 0; level < 4; ++level)
+        EXPECT_EQ(Level(*l.pImage, level), Level(dxt, level)) << level;
+    Image_DXT1 single;
+    single.Allocate(4, 4);
+    file = WriteTo([&](ByteStreamAdapter& a) { ASSERT_TRUE(ImageLoad::SaveDDS(a, "one.dds", single)); });
+    EXPECT_EQ(field(8), 0x81007u);
+    EXPECT_EQ(field(108), 0x1000u);
 
-    // A used count of 2 reads 6 bytes of palette, then the rows.
-    Bytes two = BMPHeader(2, 1, 4, 2);
-    two.u8(1).u8(2).u8(3).u8(4).u8(5).u8(6);
-    two.u8(0x10).fill(3, 0);
-    l = LoadWith(&ImageLoad::LoadBMP, two.v);
-    ASSERT_NE(l.pImage, nullptr);
-    const auto& pal2 = static_cast<const Image_Palette&>(*l.pImage);
-    EXPECT_EQ(pal2.PaletteEntry(1), Colour(6, 5, 4, 255));
-    EXPECT_EQ(l.pImage->GetData(0)[0], 1);
-    EXPECT_EQ(l.pImage->GetData(0)[1], 0);
-}
-
-TEST(ImageBMP, EightBitPaletteCountsFourBytesAnEntry)
-{
-    Bytes file = BMPHeader(2, 2, 8, 0);
-    for (uint32 i = 0; i < 256; ++i)
-        file.u8(i).u8(255 - i).u8(7).u8(0); // the fourth byte is dropped: alpha 0xFF
-    file.u8(0).u8(200).fill(2, 0xEE);
-    file.u8(255).u8(1).fill(2, 0xEE);
-    Loaded l = LoadWith(&ImageLoad::LoadBMP, file.v);
-    ASSERT_NE(l.pImage, nullptr);
-    ASSERT_EQ(l.pImage->GetImageType(), IMAGETYPE_PALETTE);
-    const uint8 expect[4] = {0, 200, 255, 1};
-    EXPECT_EQ(std::memcmp(l.pImage->GetData(0), expect, 4), 0);
-    EXPECT_EQ(static_cast<const Image_Palette&>(*l.pImage).PaletteEntry(200), Colour(7, 55, 200, 255));
-}
-
-TEST(ImageBMP, TwentyFourAndThirtyTwoBitRows)
-{
-    Bytes rgb = BMPHeader(2, 2, 24, 0);
-    rgb.u8(1).u8(2).u8(3).u8(4).u8(5).u8(6).fill(2, 0xEE);
-    rgb.u8(7).u8(8).u8(9).u8(10).u8(11).u8(12).fill(2, 0xEE);
-    Loaded l = LoadWith(&ImageLoad::LoadBMP, rgb.v);
-    ASSERT_NE(l.pImage, nullptr);
-    EXPECT_EQ(l.sourceFormat, SOURCEFORMAT_OPAQUE);
-    ASSERT_EQ(l.pImage->GetImageType(), IMAGETYPE_RGBA32);
-    const uint8 expect24[16] = {1, 2, 3, 255, 4, 5, 6, 255, 7, 8, 9, 255, 10, 11, 12, 255};
-    EXPECT_EQ(std::memcmp(l.pImage->GetData(0), expect24, 16), 0);
-
-    Bytes rgba = BMPHeader(2, 2, 32, 0);
-    for (uint32 i = 0; i < 16; ++i)
-        rgba.u8(i);
-    l = LoadWith(&ImageLoad::LoadBMP, rgba.v);
-    ASSERT_NE(l.pImage, nullptr);
-    EXPECT_EQ(l.sourceFormat, SOURCEFORMAT_ALPHA);
-    EXPECT_EQ(Pixel32(*l.pImage, 3), Colour(14, 13, 12, 15));
-}
-
-TEST(ImageBMP, EachRefusalHasItsMessage)
-{
-    LogCapture log;
-    Bytes notBmp = BMPHeader(2, 2, 24, 0);
-    notBmp.v[0] = 'X';
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, notBmp.v).pImage, nullptr);
-    EXPECT_TRUE(log.Has("Not a BMP that I know how to read. [test.file]"));
-
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, BMPHeader(2, 2, 8, 0, 1).v).pImage, nullptr);
-    EXPECT_TRUE(log.Has("Don't know how to handle compressed BMPs. [test.file]"));
-
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, BMPHeader(2, 2, 16, 0).v).pImage, nullptr);
-    EXPECT_TRUE(log.Has("Unsupported BMP format. [test.file]"));
-
-    Bytes shortPalette = BMPHeader(2, 2, 8, 4);
-    shortPalette.fill(15, 0);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, shortPalette.v).pImage, nullptr);
-    EXPECT_TRUE(log.Has("Not enough file for the palette."));
-
-    Bytes shortRows = BMPHeader(2, 2, 24, 0);
-    shortRows.fill(15, 0);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, shortRows.v).pImage, nullptr);
-    EXPECT_TRUE(log.Has("Not enough file for the bitmap."));
-
-    // Top-down (negative height) and oversized files are refused before anything is allocated.
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, BMPHeader(2, -2, 24, 0).v).pImage, nullptr);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, BMPHeader(100000, 100000, 24, 0).v).pImage, nullptr);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadBMP, BMPHeader(2, 2, 8, 100000).v).pImage, nullptr);
-}
-
-TEST(ImageBMP, TruncatedFilesAreRefusedAtEveryLength)
-{
-    Bytes file = BMPHeader(3, 3, 4, 3);
-    file.fill(9, 1).fill(12, 0x12);
-    ExpectEveryPrefixRejected(&ImageLoad::LoadBMP, file.v);
-    EXPECT_NE(LoadWith(&ImageLoad::LoadBMP, file.v).pImage, nullptr);
-}
-
-TEST(ImageBW, BigEndianHeaderAndPlainLuminanceBytes)
-{
-    Bytes file;
-    file.be16(0x01DA).u8(0).u8(1).be16(2).be16(3).be16(2).be16(1).be32(0).be32(255);
-    file.fill(512 - file.size(), 0);
-    for (uint32 i = 0; i < 6; ++i)
-        file.u8(i * 40);
-    Loaded l = LoadWith(&ImageLoad::LoadBW, file.v);
-    ASSERT_NE(l.pImage, nullptr);
-    EXPECT_EQ(l.sourceFormat, SOURCEFORMAT_LUMINANCE);
-    EXPECT_EQ(l.pImage->GetImageType(), IMAGETYPE_LUMINANCE);
-    EXPECT_EQ(l.pImage->GetWidth(), 3u);
-    EXPECT_EQ(l.pImage->GetHeight(), 2u);
-    const uint8 expect[6] = {0, 40, 80, 120, 160, 200};
-    EXPECT_EQ(std::memcmp(l.pImage->GetData(0), expect, 6), 0);
-}
-
-TEST(ImageBW, SmallMangledAndShortFilesAreRefusedWithTheirMessages)
-{
-    LogCapture log;
-    Bytes small;
-    small.be16(0x01DA).fill(100, 0);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadBW, small.v).pImage, nullptr);
-    EXPECT_TRUE(log.Has("BW is too small. [test.file]"));
-
-    Bytes mangled;
-    mangled.be16(0xDA01).fill(510, 0);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadBW, mangled.v).pImage, nullptr);
-    EXPECT_TRUE(log.Has("BW file header is mangled. [test.file]"));
-
-    Bytes shortPixels;
-    shortPixels.be16(0x01DA).u16(0).be16(2).be16(4).be16(4).be16(1).fill(500, 0).fill(15, 9);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadBW, shortPixels.v).pImage, nullptr);
-    EXPECT_TRUE(log.Has("BW file doesn't have enough pixels. [test.file]"));
-}
-
-TEST(ImageJPEG, WrittenAndReadBackKeepsTheColoursOfFlatAreas)
-{
-    // Four flat quarters of 8 by 8 pixels: at quality 100 each comes back within a step or two.
+    // JPEG: four flat quarters of 8 by 8 pixels, at quality 100 each back within a step or two.
     const Colour quarter[4] = {Colour(200, 30, 40, 9), Colour(20, 180, 60, 9), Colour(10, 20, 230, 9),
                                Colour(128, 128, 128, 9)};
     Image_RGBA32 image;
     image.Allocate(16, 16);
-    for (uint32 y = 0; y < 16; ++y)
-        for (uint32 x = 0; x < 16; ++x)
-            image[y * 16 + x] = quarter[(y / 8) * 2 + x / 8];
-    std::vector<uint8> file = imagetest::WriteTo([&](ByteStreamAdapter& a)
-                                                 { ASSERT_TRUE(ImageLoad::SaveJPEG(a, "out.jpg", image)); });
+    for (uint32 i = 0; i < 256; ++i)
+        image[i] = quarter[(i / 128) * 2 + (i % 16) / 8];
+    file = WriteTo([&](ByteStreamAdapter& a) { ASSERT_TRUE(ImageLoad::SaveJPEG(a, "out.jpg", image)); });
     ASSERT_GT(file.size(), 100u);
     EXPECT_EQ(file[0], 0xFF);
     EXPECT_EQ(file[1], 0xD8);
-
-    Loaded l = LoadWith(&ImageLoad::LoadJPEG, file);
+    l = LoadWith(JPEG, file);
     ASSERT_NE(l.pImage, nullptr);
     EXPECT_EQ(l.sourceFormat, SOURCEFORMAT_OPAQUE);
     ASSERT_EQ(l.pImage->GetWidth(), 16u);
+    const Colour* pBack = reinterpret_cast<const Colour*>(l.pImage->GetData(0));
     for (uint32 q = 0; q < 4; ++q)
     {
-        const uint32 i = (q / 2) * 8 * 16 + (q % 2) * 8 + 3 * 16 + 3; // well inside the quarter
-        const Colour& got = Pixel32(*l.pImage, i);
+        const Colour& got = pBack[(q / 2) * 8 * 16 + (q % 2) * 8 + 3 * 16 + 3]; // well inside the quarter
         EXPECT_NEAR(got.r, quarter[q].r, 2) << q;
         EXPECT_NEAR(got.g, quarter[q].g, 2) << q;
         EXPECT_NEAR(got.b, quarter[q].b, 2) << q;
@@ -336,23 +425,26 @@ TEST(ImageJPEG, WrittenAndReadBackKeepsTheColoursOfFlatAreas)
     }
 }
 
-TEST(ImageJPEG, DamagedStreamsAndStreamsCutInTheirHeaderGiveNull)
+TEST(ImageFiles, WritersRefuseTypesTheyDoNotTakeAndWriteNothing)
 {
-    LogCapture log;
-    Bytes garbage;
-    garbage.u8(0xFF).u8(0xD8).fill(64, 0x55);
-    EXPECT_EQ(LoadWith(&ImageLoad::LoadJPEG, garbage.v).pImage, nullptr);
-    EXPECT_TRUE(log.Has("JPEG file can't be decoded"));
-
-    Image_RGBA32 image;
-    image.Allocate(32, 32);
-    std::vector<uint8> file = imagetest::WriteTo([&](ByteStreamAdapter& a)
-                                                 { ASSERT_TRUE(ImageLoad::SaveJPEG(a, "x.jpg", image)); });
-    for (size_t n : {size_t(0), size_t(2), size_t(20), size_t(100)})
+    Image_Luminance lum;
+    lum.Allocate(2, 2);
+    Image_DXT1 odd; // sides must be powers of two
+    odd.Allocate(12, 8);
+    Image_RGBA32 plain;
+    plain.Allocate(4, 4);
+    using Writer = bool (*)(ByteStreamAdapter&, const char*, const Image&);
+    const std::tuple<Writer, const Image*, const char*, const char*> cases[] = {
+        {&ImageLoad::SaveTGA, &lum, "grey.tga", "TEXTURES -- 'grey.tga': Unrecognized image type!"},
+        {&ImageLoad::SaveDDS, &odd, "odd.dds", ""},
+        {&ImageLoad::SaveDDS, &plain, "plain.dds", "TEXTURES -- 'plain.dds': Unrecognized image type!"},
+    };
+    for (const auto& [writer, pImage, name, message] : cases)
     {
-        std::vector<uint8> cut(file.begin(), file.begin() + long(n));
-        Loaded l = LoadWith(&ImageLoad::LoadJPEG, cut);
-        EXPECT_EQ(l.pImage, nullptr) << n;
-        EXPECT_EQ(l.sourceFormat, SOURCEFORMAT_OTHER);
+        LogCapture log;
+        EXPECT_TRUE(WriteTo([&](ByteStreamAdapter& a) { EXPECT_FALSE(writer(a, name, *pImage)); }).empty())
+            << name;
+        EXPECT_TRUE(log.Has(message)) << name;
     }
 }
+} // namespace

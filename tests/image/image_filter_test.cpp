@@ -34,31 +34,22 @@ std::vector<uint8> RescaledRow(const std::vector<uint8>& values, uint32 newWidth
 }
 } // namespace
 
-TEST(ImageRescale, SameSizeSpreadsAPixelByTheFilterWeights)
+TEST(ImageRescale, RowsAgainstTheFilterWeights)
 {
-    // At the same size each output takes 0.125, 0.75, 0.125 of its neighbours.
-    EXPECT_EQ(RescaledRow({0, 0, 255, 0, 0}, 5), (std::vector<uint8>{0, 32, 191, 32, 0}));
-}
-
-TEST(ImageRescale, EdgesReflectWithoutRepeatingTheEdgePixel)
-{
-    // Left: index -1 reads index 1, so pixel 0 of {0, 255, 0, 0} gets 2 * 0.125 * 255.
-    EXPECT_EQ(RescaledRow({0, 255, 0, 0}, 4)[0], 64);
-    // Right: index n reads n - 1, so the last pixel of {0, 0, 255, 0} gets 0.125 * 255 once.
-    EXPECT_EQ(RescaledRow({0, 0, 255, 0}, 4)[3], 32);
-}
-
-TEST(ImageRescale, ShrinkingWidensTheFilterAndNormalisesByTheRatio)
-{
-    // Half size: weights 0.375 at the centre, 0.25 at +-1, 0.0625 at +-2.
-    EXPECT_EQ(RescaledRow({255, 0, 0, 0}, 2), (std::vector<uint8>{96, 16}));
-    EXPECT_EQ(RescaledRow({0, 0, 80, 0}, 2), (std::vector<uint8>{10, 30}));
-}
-
-TEST(ImageRescale, GrowingInterpolatesBetweenSourcePixels)
-{
-    // Double size: outputs sit at 0, 0.5, 1, 1.5 of the source.
-    EXPECT_EQ(RescaledRow({0, 200}, 4), (std::vector<uint8>{50, 100, 175, 200}));
+    const std::tuple<std::vector<uint8>, uint32, std::vector<uint8>> cases[] = {
+        // At the same size each output takes 0.125, 0.75, 0.125 of its neighbours.
+        {{0, 0, 255, 0, 0}, 5, {0, 32, 191, 32, 0}},
+        // Edges: on the left index -1 reads index 1; on the right index n reads n - 1.
+        {{0, 255, 0, 0}, 4, {64, 191, 32, 0}},
+        {{0, 0, 255, 0}, 4, {0, 32, 191, 32}},
+        // Half size: weights 0.375 at the centre, 0.25 at +-1, 0.0625 at +-2.
+        {{255, 0, 0, 0}, 2, {96, 16}},
+        {{0, 0, 80, 0}, 2, {10, 30}},
+        // Double size: outputs sit at 0, 0.5, 1, 1.5 of the source.
+        {{0, 200}, 4, {50, 100, 175, 200}},
+    };
+    for (const auto& [row, width, expected] : cases)
+        EXPECT_EQ(RescaledRow(row, width), expected) << width;
 }
 
 TEST(ImageRescale, BothPassesRunAndAFlatImageStaysFlatWhenGrowing)
@@ -80,14 +71,11 @@ TEST(ImageRescale, BothPassesRunAndAFlatImageStaysFlatWhenGrowing)
     ASSERT_TRUE(Image::Rescale(same, *pCol));
     EXPECT_EQ(same[1].g, 32);
     EXPECT_EQ(same[2].g, 191);
-}
 
-TEST(ImageRescale, OnlyThirtyTwoBitImages)
-{
+    // Only 32-bit images.
     LogCapture log;
     Image_Luminance lum;
     lum.Allocate(2, 2);
-    Image_RGBA32 dst;
     dst.Allocate(1, 1);
     EXPECT_FALSE(Image::Rescale(dst, lum));
     EXPECT_TRUE(log.Has("Rescale not handled"));
@@ -130,29 +118,6 @@ TEST(ImageMipMap, PalettedSharesThePaletteAndPicksTheNearestEntryFirstOnATie)
     EXPECT_EQ(mip.PaletteEntry(200), Colour(0, 0, 0, 0));
 }
 
-TEST(ImageMipMap, OddSizesAreFatalAndOtherTypesGiveNull)
-{
-    auto pOdd = imagetest::MakeGradient(3, 2);
-    {
-        dbg::ScopedThrowOnAssert throwing;
-        try
-        {
-            CreateMipMap(*pOdd);
-            FAIL();
-        }
-        catch (const std::runtime_error& e)
-        {
-            EXPECT_STREQ(e.what(), "CreateMipMap only handles images with even width & height");
-        }
-    }
-    LogCapture log;
-    Image_RGB565 other;
-    other.Allocate(2, 2);
-    EXPECT_EQ(CreateMipMap(other), nullptr);
-    EXPECT_TRUE(
-        log.Has("CreateMipMap: Unsupported image type (only supports 32bit or paletted textures)"));
-}
-
 TEST(ImageMipMap, ChainFillsEveryLevelDownToOnePixel)
 {
     auto p = MakeRGBA32(4, 2,
@@ -168,7 +133,24 @@ TEST(ImageMipMap, ChainFillsEveryLevelDownToOnePixel)
     EXPECT_EQ(pLevel1[1], Colour(10, 10, 10, 10));
     EXPECT_EQ(pLevel2[0], Colour(6, 6, 6, 6));
 
+    // Odd sizes are fatal; other types give null.
+    {
+        dbg::ScopedThrowOnAssert throwing;
+        try
+        {
+            CreateMipMap(*imagetest::MakeGradient(3, 2));
+            ADD_FAILURE();
+        }
+        catch (const std::runtime_error& e)
+        {
+            EXPECT_STREQ(e.what(), "CreateMipMap only handles images with even width & height");
+        }
+    }
     LogCapture log;
+    Image_RGB565 other;
+    other.Allocate(2, 2);
+    EXPECT_EQ(CreateMipMap(other), nullptr);
+    EXPECT_TRUE(log.Has("CreateMipMap: Unsupported image type (only supports 32bit or paletted textures)"));
     Image_Luminance lum;
     lum.Allocate(2, 2);
     EXPECT_FALSE(CreateMipMapChain(lum));

@@ -9,11 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-
-namespace fs = std::filesystem;
 
 namespace
 {
@@ -22,49 +18,37 @@ class ImageByName : public ::testing::Test
 protected:
     void SetUp() override
     {
-        char pattern[] = "/tmp/tq7z_image_XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        m_root = pattern;
-        auto pSource = FilePathHD::Create(m_root.c_str(), ByteStream::Mode_Both, false, false);
-        ASSERT_TRUE(pSource);
-        ASSERT_TRUE(FilePath::AddAlias("PICS", "disk", 10, pSource));
+        ASSERT_TRUE(FilePath::AddAlias(
+            "PICS", "disk", 10,
+            FilePathHD::Create(m_folder.Path().c_str(), ByteStream::Mode_Both, false, false)));
     }
     void TearDown() override
     {
         FilePath::Reset();
         RunOptions::Clear();
-        std::error_code ec;
-        fs::remove_all(m_root, ec);
     }
-
     void WriteFile(const std::string& rel, const std::vector<uint8>& bytes) const
     {
-        fs::create_directories(fs::path(m_root + "/" + rel).parent_path());
-        std::ofstream out(m_root + "/" + rel, std::ios::binary);
-        out.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+        m_folder.Write(rel, std::string(bytes.begin(), bytes.end()));
     }
-    bool Has(const std::string& rel) const { return fs::exists(m_root + "/" + rel); }
+    bool Has(const std::string& rel) const { return std::filesystem::exists(m_folder / rel); }
 
-    // A small 32-bit TGA and a 4 by 4 DXT1 DDS, as their writers make them.
+    // A small 32-bit TGA, as its writer makes it.
     static std::vector<uint8> TGAFile(const Image& image)
     {
         return imagetest::WriteTo([&](ByteStreamAdapter& a) { ImageLoad::SaveTGA(a, "x.tga", image); });
     }
-    static std::vector<uint8> DDSFile()
-    {
-        Image_DXT1 dxt;
-        dxt.Allocate(4, 4);
-        return imagetest::WriteTo([&](ByteStreamAdapter& a) { ImageLoad::SaveDDS(a, "x.dds", dxt); });
-    }
 
-    std::string m_root;
+    TempFolder m_folder;
 };
 } // namespace
 
 TEST_F(ImageByName, WithoutExtensionDDSComesBeforeTGA)
 {
     WriteFile("art/foo.tga", TGAFile(*imagetest::MakeGradient(2, 2)));
-    WriteFile("art/foo.dds", DDSFile());
+    Image_DXT1 dxt;
+    dxt.Allocate(4, 4);
+    ASSERT_TRUE(ImageLoad::Save("PICS:art/foo.dds", dxt));
     int sourceFormat = -1;
     auto p = ImageLoad::Load(&sourceFormat, "PICS:art/foo");
     ASSERT_NE(p, nullptr);
@@ -73,7 +57,7 @@ TEST_F(ImageByName, WithoutExtensionDDSComesBeforeTGA)
     EXPECT_STREQ(p->GetName(), "PICS:art/foo");
 
     // With only the TGA there, the search goes on to it.
-    fs::remove(m_root + "/art/foo.dds");
+    std::filesystem::remove(m_folder / "art/foo.dds");
     p = ImageLoad::Load(&sourceFormat, "PICS:art/foo");
     ASSERT_NE(p, nullptr);
     EXPECT_EQ(p->GetImageType(), IMAGETYPE_RGBA32);

@@ -1,4 +1,5 @@
-// Helpers shared by the image tests: small image builders (and the shared log capture).
+// Helpers shared by the image tests: small image builders, files built by hand byte by byte, and
+// the readers and writers run on memory streams.
 #pragma once
 
 #include "foundation/output.h"
@@ -28,13 +29,19 @@ inline std::unique_ptr<Image_RGBA32> MakeRGBA32(uint32 w, uint32 h, const std::v
 // A 32-bit image whose every pixel differs: handy to see where each pixel went.
 inline std::unique_ptr<Image_RGBA32> MakeGradient(uint32 w, uint32 h)
 {
-    auto p = std::make_unique<Image_RGBA32>();
-    p->Allocate(w, h);
+    auto p = MakeRGBA32(w, h, {});
     for (uint32 y = 0; y < h; ++y)
         for (uint32 x = 0; x < w; ++x)
             (*p)[y * w + x] = Colour(uint8(x * 7 + y), uint8(y * 13 + x), uint8(x ^ y), uint8(255 - x));
     return p;
 }
+
+// The bytes of a level.
+inline std::vector<uint8> Level(const Image& image, uint32 level = 0)
+{
+    return std::vector<uint8>(image.GetData(level), image.GetData(level) + image.GetDataSize(level));
+}
+
 // A file built by hand, byte by byte.
 struct Bytes
 {
@@ -59,10 +66,9 @@ struct Bytes
         v.insert(v.end(), count, value);
         return *this;
     }
-    Bytes& raw(const void* p, uint32 count)
+    Bytes& set(size_t at, uint8 value)
     {
-        const uint8* b = static_cast<const uint8*>(p);
-        v.insert(v.end(), b, b + count);
+        v.at(at) = value;
         return *this;
     }
     uint32 size() const { return uint32(v.size()); }
@@ -93,15 +99,25 @@ inline std::vector<uint8> WriteTo(const std::function<void(ByteStreamAdapter&)>&
     return std::vector<uint8>(p, p + stream.GetLength());
 }
 
-// Runs a file reader (ImageLoad::LoadTGA and the like) on the bytes of a file on disk.
-template <class Reader> std::unique_ptr<Image> LoadFile(const std::string& path, Reader reader)
+// A file reader (ImageLoad::LoadTGA and the like) with its source format.
+using Loader = std::function<std::unique_ptr<Image>(ByteStreamAdapter&, const char*, int*)>;
+struct Loaded
+{
+    std::unique_ptr<Image> pImage;
+    int sourceFormat = -1;
+};
+inline Loaded LoadWith(const Loader& loader, const std::vector<uint8>& bytes)
+{
+    Loaded out;
+    out.pImage = ReadFrom<std::unique_ptr<Image>>(
+        bytes, [&](ByteStreamAdapter& adapter) { return loader(adapter, "test.file", &out.sourceFormat); });
+    return out;
+}
+
+// Runs a file reader on the bytes of a file on disk.
+inline std::unique_ptr<Image> LoadFile(const std::string& path, const Loader& loader)
 {
     const std::string text = TempFolder::Read(path);
-    return ReadFrom<std::unique_ptr<Image>>(std::vector<uint8>(text.begin(), text.end()),
-                                            [&](ByteStreamAdapter& adapter)
-                                            {
-                                                int sourceFormat = 0;
-                                                return reader(adapter, path.c_str(), &sourceFormat);
-                                            });
+    return LoadWith(loader, std::vector<uint8>(text.begin(), text.end())).pImage;
 }
 } // namespace imagetest
