@@ -3,11 +3,13 @@
 // from its ".burn" files, and changes of one parameter saved as the minimal ".burn" file through
 // revision control.
 #include "cli/command.h"
+#include "cli/outputfile.h"
 
 #include "burnconfig/configload.h"
 #include "burner/burner.h"
 #include "burner/burnercommand.h"
 #include "foundation/debug.h"
+#include "foundation/output.h"
 #include "pipeline/fullpath.h"
 #include "pipeline/pipeline.h"
 #include "revcontrol/revcontrolapi.h"
@@ -16,6 +18,7 @@
 #include "storage/filepath_hd.h"
 #include "storage/filepathutil.h"
 #include "storage/osfile.h"
+#include "storage/userpath.h"
 
 #include <nlohmann/json.hpp>
 
@@ -172,6 +175,16 @@ struct EditOptions
     std::string value;
 };
 
+// The save says why it failed on the burner's log channel, which the console does not show: the
+// command collects those lines while it saves and shows them with its failure.
+std::vector<std::string> s_saveLines;
+void CollectSaveLines(const char* const* lines, uint32 count, uint32 channel)
+{
+    if (channel == ConfigLoad::k_Channel)
+        for (uint32 i = 0; i < count; ++i)
+            s_saveLines.push_back(UserPath::InText(lines[i] ? lines[i] : ""));
+}
+
 // Loads, hands the parameter's target to `change`, and saves through revision control in the
 // changelist of the tools.
 template <class Change> int RunEdit(const char* command, const EditOptions& options, Change change)
@@ -215,8 +228,15 @@ template <class Change> int RunEdit(const char* command, const EditOptions& opti
     char burnName[FilePathUtil::MAXPATH];
     ConfigLoad::GetBurnFilename(full.c_str(), burnName, sizeof(burnName));
     const bool existed = (OSFile::FileAttr(burnName) & OSFile::F_ATTRIBUTE_FILE) != 0;
-    if (!ConfigLoad::SaveConfig(*pRevCtrl, changelist, full.c_str(), config))
+    s_saveLines.clear();
+    const bool listening = dbg::AddListener(&CollectSaveLines);
+    const bool saved = ConfigLoad::SaveConfig(*pRevCtrl, changelist, full.c_str(), config);
+    if (listening)
+        dbg::RemoveListener(&CollectSaveLines);
+    if (!saved)
     {
+        for (const std::string& line : s_saveLines)
+            std::fprintf(stderr, "%s\n", line.c_str());
         std::fprintf(stderr, "tq7z burn %s: the configuration of %s was not saved (see above)\n", command,
                      Native(full).c_str());
         return 1;
@@ -372,6 +392,15 @@ int RunBurnCommand(const std::string& typed, bool force, bool json)
     try
     {
         scope.SetUp(file);
+        // The burn writes under the project's final folder: say so before it starts when it cannot.
+        const char* project = Pipeline::ProjectFromPath(file.c_str(), DataGeneric);
+        const char* finalFolder = project != nullptr ? Pipeline::ProjectFolder(project, DataFinal) : nullptr;
+        if (finalFolder != nullptr)
+        {
+            const std::string shown = UserPath::FromName(finalFolder);
+            if (!cli::CheckWritableFolder("burn", shown, shown))
+                return 1;
+        }
         int changelist = 0;
         RevControlAPI* pRevCtrl = BurnerCommand::GetRevCtrl();
         if (pRevCtrl == nullptr || !pRevCtrl->FindOrCreateChangelist(s_changelistDescription, changelist))
@@ -386,7 +415,7 @@ int RunBurnCommand(const std::string& typed, bool force, bool json)
     }
     catch (const std::exception& e)
     {
-        failure = e.what();
+        failure = UserPath::InText(e.what());
     }
     scope.TearDown();
 

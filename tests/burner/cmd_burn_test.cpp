@@ -124,4 +124,13 @@ TEST_F(CmdBurnRun, FailuresGiveTheBurnerTexts)
         fs::remove(m_tree / "pid");
     }
     EXPECT_EQ(2, Burn({}, "").status) << "a path or a subcommand is required";
+
+    // A file where the final folder should be: said before anything burns.
+    m_tree.Write("pipeline.ini", s_ini);
+    m_tree.Write("final", "a file");
+    const ToolRun run = Burn({m_tree / "gen"}, "progress");
+    EXPECT_EQ(1, run.status);
+    EXPECT_EQ(run.out, "");
+    EXPECT_TRUE(EndsWith(run.err, "cannot be written: " + m_tree / "final" + " is a file, not a folder\n"))
+        << run.err;
 }
