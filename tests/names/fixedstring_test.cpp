@@ -4,32 +4,23 @@
 
 #include <gtest/gtest.h>
 
-TEST(FixedString, HoldsTextUpToItsCapacity)
+TEST(FixedString, HoldsTextUpToItsCapacityAndRefusesMore)
 {
     FixedString<4> s("abcd");
     EXPECT_STREQ(s.c_str(), "abcd");
     EXPECT_EQ(s.length(), 4u);
-}
-
-TEST(FixedString, LongerOrNullSourceIsAnAssertionAndLeavesTheOldText)
-{
-    FixedString<4> s("ab");
+    s = "ab";
     {
         dbg::ScopedThrowOnAssert throwing;
         EXPECT_THROW(s = "abcde", std::runtime_error);
     }
-    dbg::ScopedThrowOnAssert passed(false);
-    EXPECT_FALSE(s.Assign("abcde"));
-    EXPECT_FALSE(s.Assign(nullptr));
-    EXPECT_STREQ(s.c_str(), "ab");
-}
-
-TEST(FixedString, OverlongAssertionNamesTheLengthCheck)
-{
     LogCapture log;
     dbg::ScopedThrowOnAssert passed(false);
-    FixedString<2> s;
-    EXPECT_FALSE(s.Assign("abc"));
+    EXPECT_FALSE(s.Assign("abcde"));
     EXPECT_EQ(log.Count("Assertion of (T::length( rhs ) <= LEN) failed."), 1);
-    EXPECT_TRUE(s.empty());
+    EXPECT_FALSE(s.Assign(nullptr));
+    EXPECT_STREQ(s.c_str(), "ab");
+    FixedString<2> empty;
+    EXPECT_FALSE(empty.Assign("abc"));
+    EXPECT_TRUE(empty.empty());
 }

@@ -66,25 +66,30 @@ TEST(FastStringHash, MultiplicativeHashUsesSignedCharacters)
               FastString::HashMultiplicative("abcdef"));
 }
 
-TEST(FastStringCompare, OnlyAsciiLettersFold)
+TEST(FastStringCompare, OnlyAsciiLettersFoldAndACountBoundsTheCompare)
 {
-    EXPECT_TRUE(FastString::EqualNoCase("", ""));
-    EXPECT_TRUE(FastString::EqualNoCase("Bone_01", "bONE_01"));
-    EXPECT_FALSE(FastString::EqualNoCase("a[", "A{")); // '[' and '{' differ only in bit 5
-    EXPECT_FALSE(FastString::EqualNoCase("@", "`"));
-    EXPECT_FALSE(FastString::EqualNoCase("\xC4", "\xE4")); // Latin-1 letters do not fold
-    EXPECT_FALSE(FastString::EqualNoCase("bone", "bone_01"));
-    EXPECT_FALSE(FastString::EqualNoCase("bone_01", "bone"));
-    EXPECT_FALSE(FastString::EqualNoCase("", "a"));
-}
-
-TEST(FastStringCompare, BoundedCompareStopsAtTheCount)
-{
-    EXPECT_TRUE(FastString::EqualNoCase("ArtFoo", "artBAR", 3));
-    EXPECT_FALSE(FastString::EqualNoCase("ArtFoo", "artBAR", 4));
-    EXPECT_TRUE(FastString::EqualNoCase("abc", "x", 0));
-    EXPECT_FALSE(FastString::EqualNoCase("ab", "abc", 5));
-    EXPECT_TRUE(FastString::EqualNoCase("ABC", "abc", 10));
+    struct Case
+    {
+        const char* a;
+        const char* b;
+        int count; // -1: the whole texts
+        bool equal;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {"", "", -1, true}, {"Bone_01", "bONE_01", -1, true}, {"@", "`", -1, false}, {"", "a", -1, false},
+        {"a[", "A{", -1, false},     // '[' and '{' differ only in bit 5
+        {"\xC4", "\xE4", -1, false}, // Latin-1 letters do not fold
+        {"bone", "bone_01", -1, false}, {"bone_01", "bone", -1, false}, {"ArtFoo", "artBAR", 3, true},
+        {"ArtFoo", "artBAR", 4, false}, {"abc", "x", 0, true}, {"ab", "abc", 5, false}, {"ABC", "abc", 10, true},
+    };
+    // clang-format on
+    for (const Case& c : cases)
+    {
+        const bool equal =
+            c.count < 0 ? FastString::EqualNoCase(c.a, c.b) : FastString::EqualNoCase(c.a, c.b, c.count);
+        EXPECT_EQ(c.equal, equal) << c.a << " " << c.b << " " << c.count;
+    }
 }
 
 TEST(FastStringCompare, NullIsAnAssertion)
