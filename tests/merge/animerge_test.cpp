@@ -23,6 +23,8 @@ namespace
 const std::string Scout = "art/intermediate/units/scout/";
 const std::string Pattern = "art/generic/texture_share_scout_default.tqp";
 const std::string SharedShader = "art/generic/texture_share_scout.vds";
+const std::string Merge = "art/generic/units/scout/trooper.sgm";
+const std::string Two = "art/generic/units/scout/two.sgm";
 
 // The model's name and its animations' names, as tq7z model info reads the file.
 std::string Summary(const std::string& file)
@@ -43,7 +45,6 @@ struct Case
     AniMerge::Flags flags;
     std::string model; // below the project's root
     std::vector<std::string> cAnim;
-    std::string merge;
     bool result;
     // The listener's text; "%s" stands for the model file.
     std::string listener;
@@ -56,124 +57,43 @@ struct Case
 
 TEST(AniMerge, WritesWhatItsFlagsAskAndTellsEachFailure)
 {
-    const std::string scoutMerge = "art/generic/units/scout/trooper.sgm";
+    const std::string ref = Scout + "reference/ref.sgm", log = Scout + "reference/ref.log";
+    const std::string dotted = "art/intermediate/units/scout.v2/ref.sgm";
+    // clang-format off
     const Case cases[] = {
         // The model's own name is "ref": the merged one is named by the merge file.
-        {"both flags",
-         {true, true},
-         Scout + "reference/ref.sgm",
-         {Scout + "walk.sgm", Scout + "idle.sgm"},
-         scoutMerge,
-         true,
-         "",
-         "trooper: walk idle",
+        {"both flags", {true, true}, ref, {Scout + "walk.sgm", Scout + "idle.sgm"}, true, "", "trooper: walk idle",
          true},
-        {"model flag off: nothing merged, patterns still",
-         {false, true},
-         Scout + "reference/ref.sgm",
-         {Scout + "walk.sgm"},
-         scoutMerge,
-         true,
-         "",
-         "",
+        {"model flag off: nothing merged, patterns still", {false, true}, ref, {Scout + "walk.sgm"}, true, "", "",
          true},
-        {"no animations, textures off",
-         {true, false},
-         Scout + "reference/ref.sgm",
-         {},
-         scoutMerge,
-         true,
-         "",
-         "trooper:",
-         false},
-        {"a file's first animation only",
-         {true, false},
-         Scout + "reference/ref.sgm",
-         {"art/generic/units/scout/two.sgm"},
-         scoutMerge,
-         true,
-         "",
-         "trooper: walk",
-         false,
-         Scout + "reference/ref.log",
-         [](MergeTree& tree)
-         {
+        {"no animations, textures off", {true, false}, ref, {}, true, "", "trooper:", false},
+        {"a file's first animation only", {true, false}, ref, {Two}, true, "", "trooper: walk", false, log,
+         [](MergeTree& tree) {
              // A merged file of walk and idle serves as an animation file.
-             ASSERT_TRUE(AniMerge::Run({3,
-                                        tree.Path("art/generic/units/scout/two.sgm"),
-                                        tree.Intermediate("reference/ref"),
+             ASSERT_TRUE(AniMerge::Run({3, tree.Path(Two), tree.Intermediate("reference/ref"),
                                         {tree.Intermediate("walk"), tree.Intermediate("idle")}},
                                        {true, false}, [](const std::string&) {}));
          }},
-        {"model outside every intermediate folder",
-         {true, true},
-         "art/source/ref.sgm",
-         {},
-         scoutMerge,
-         false,
-         "",
-         "",
-         false,
-         "art/source/ref.log",
-         [](MergeTree& tree)
-         { std::filesystem::copy(tree.Intermediate("reference/ref"), tree.Path("art/source/ref.sgm")); }},
-        {"model that does not load",
-         {true, true},
-         Scout + "missing.sgm",
-         {},
-         scoutMerge,
-         false,
-         AniMerge::LoadFailedText,
-         "",
-         false,
-         Scout + "missing.log"},
-        {"animation that does not open",
-         {true, true},
-         Scout + "reference/ref.sgm",
-         {Scout + "run.sgm"},
-         scoutMerge,
-         false,
-         AniMerge::BuildFailedText,
-         "",
-         false},
-        {"merged file that cannot be written",
-         {true, true},
-         Scout + "reference/ref.sgm",
-         {},
-         scoutMerge,
-         false,
-         TeamColour::Format(AniMerge::SaveFailedText, "trooper"),
-         "",
-         false,
-         Scout + "reference/ref.log",
-         [&](MergeTree& tree) { std::filesystem::create_directories(tree.Path(scoutMerge)); }},
-        {"too few arguments, after set-up",
-         {true, true},
-         Scout + "reference/ref.sgm",
-         {},
-         scoutMerge,
-         false,
-         AniMerge::UsageText,
-         "",
-         false},
+        // Set-up stops before the model is looked at.
+        {"model outside every intermediate folder", {true, true}, "art/source/ref.sgm", {}, false, "", "", false,
+         "art/source/ref.log"},
+        {"model that does not load", {true, true}, Scout + "missing.sgm", {}, false, AniMerge::LoadFailedText, "",
+         false, Scout + "missing.log"},
+        {"animation that does not open", {true, true}, ref, {Scout + "run.sgm"}, false, AniMerge::BuildFailedText,
+         "", false},
+        {"merged file that cannot be written", {true, true}, ref, {}, false,
+         TeamColour::Format(AniMerge::SaveFailedText, "trooper"), "", false, log,
+         [](MergeTree& tree) { std::filesystem::create_directories(tree.Path(Merge)); }},
+        {"too few arguments, after set-up", {true, true}, ref, {}, false, AniMerge::UsageText, "", false},
         // The log's name is cut at the first point of the path.
-        {"a folder with a point",
-         {true, false},
-         "art/intermediate/units/scout.v2/ref.sgm",
-         {},
-         scoutMerge,
-         true,
-         "",
-         "trooper:",
-         false,
+        {"a folder with a point", {true, false}, dotted, {}, true, "", "trooper:", false,
          "art/intermediate/units/scout.log",
-         [](MergeTree& tree)
-         {
-             std::filesystem::create_directories(tree.Path("art/intermediate/units/scout.v2"));
-             std::filesystem::copy(tree.Intermediate("reference/ref"),
-                                   tree.Path("art/intermediate/units/scout.v2/ref.sgm"));
+         [&](MergeTree& tree) {
+             std::filesystem::create_directories(std::filesystem::path(tree.Path(dotted)).parent_path());
+             std::filesystem::copy(tree.Intermediate("reference/ref"), tree.Path(dotted));
          }},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         SCOPED_TRACE(c.name);
@@ -190,7 +110,7 @@ TEST(AniMerge, WritesWhatItsFlagsAskAndTellsEachFailure)
             c.prepare(tree);
         AniMerge::Arguments arguments;
         arguments.count = c.listener == AniMerge::UsageText ? 2 : 3;
-        arguments.mergeFile = tree.Path(c.merge);
+        arguments.mergeFile = tree.Path(Merge);
         arguments.modelFile = tree.Path(c.model);
         for (const std::string& anim : c.cAnim)
             arguments.cAnimFile.push_back(tree.Path(anim));
@@ -205,9 +125,9 @@ TEST(AniMerge, WritesWhatItsFlagsAskAndTellsEachFailure)
         EXPECT_EQ(result, c.result);
         EXPECT_EQ(listener, TeamColour::Format(c.listener.c_str(), tree.Path(c.model).c_str()));
         if (c.merged.empty())
-            EXPECT_FALSE(std::filesystem::is_regular_file(tree.Path(c.merge)));
+            EXPECT_FALSE(std::filesystem::is_regular_file(tree.Path(Merge)));
         else
-            EXPECT_EQ(Summary(tree.Path(c.merge)), c.merged);
+            EXPECT_EQ(Summary(tree.Path(Merge)), c.merged);
         EXPECT_EQ(tree.Exists(Pattern), c.patterns);
         EXPECT_EQ(tree.Exists(SharedShader), c.patterns);
         EXPECT_TRUE(tree.Exists(c.log)) << c.log;
