@@ -17,6 +17,9 @@
 #include "model/rendermodel.h"
 #include "model/shader/shader.h"
 #include "model/shader/shadertypeinfo.h"
+#include "pipeline/fullpath.h"
+#include "pipeline/mapper.h"
+#include "pipeline/pipeline.h"
 #include "playback/animbvbuilder.h"
 #include "render/device.h"
 #include "storage/bytestream.h"
@@ -296,12 +299,14 @@ void PrintText(const RenderModel& model, const Json& info)
 
 // What one model command runs in: the null render device, the inventory, the builder of animation
 // boxes, the plain disk under "TOOL" and, when given, a folder under "GENERIC" for cross-references
-// and shared shaders. Taken down in reverse order. The readers are registered per file, as its
+// and shared shaders. Without one, a file inside a project of a pipeline.ini finds them in that
+// project, as the burner does: under "GENERIC" its generic tree, under "DATA" (where the final form
+// looks) its final one. Taken down in reverse order. The readers are registered per file, as its
 // form needs them (see LoadModel).
 class ModelSession
 {
 public:
-    explicit ModelSession(const std::string& genericFolder)
+    explicit ModelSession(const std::string& genericFolder, const std::string& file = std::string())
     {
         if (!genericFolder.empty())
         {
@@ -310,6 +315,8 @@ public:
                 FilePathHD::Create(root.c_str(), ByteStream::Mode_Read, false, false);
             m_generic = pSource && FilePath::AddAlias("GENERIC", "Command Line", 100, pSource);
         }
+        else if (!file.empty())
+            MountProject(FullPath::Expand(file.c_str()));
         m_device = fr::Interface::CreateDevice({}) != nullptr;
         m_inventory = Inv::Warehouse::Create();
         RenderModelLoadGeneric::Register();
@@ -323,6 +330,12 @@ public:
             fr::Interface::DestroyDevice();
         if (m_generic)
             FilePath::RemoveAlias("GENERIC", "Command Line");
+        if (m_finalTree.IsMapped())
+            m_finalTree.Unmap();
+        if (m_genericTree.IsMapped())
+            m_genericTree.Unmap();
+        if (m_pipeline)
+            Pipeline::Shutdown();
     }
     ModelSession(const ModelSession&) = delete;
     ModelSession& operator=(const ModelSession&) = delete;
@@ -332,8 +345,29 @@ public:
     static std::string Name(const std::string& file) { return cli::ToolAlias::Name(file); }
 
 private:
+    void MountProject(const std::string& full)
+    {
+        m_pipeline = Pipeline::Initialize(full.c_str()) == Pipeline::InitOk;
+        if (!m_pipeline)
+            return;
+        const char* project = Pipeline::ProjectFromPath(full.c_str(), DataGeneric);
+        if (project == nullptr)
+            project = Pipeline::ProjectFromPath(full.c_str(), DataFinal);
+        if (project == nullptr)
+            return;
+        m_genericTree = Pipeline::CreateMapper(project, DataGeneric, false);
+        if (!m_genericTree.Mappings().empty())
+            m_genericTree.Map(true);
+        m_finalTree = Pipeline::CreateMapper(project, DataFinal, false);
+        if (!m_finalTree.Mappings().empty())
+            m_finalTree.Map(true, "DATA");
+    }
+
     // First, so that it goes last.
     cli::ToolAlias m_tool;
+    bool m_pipeline = false;
+    Mapper m_genericTree;
+    Mapper m_finalTree;
     bool m_generic = false;
     bool m_device = false;
     bool m_inventory = false;
@@ -536,7 +570,7 @@ void SetDetail(int detail)
 
 int RunInfo(const std::string& file, bool json, const std::string& genericFolder, int detail)
 {
-    ModelSession session(genericFolder);
+    ModelSession session(genericFolder, file);
     if (!session.IsReady())
     {
         std::fprintf(stderr, "tq7z model info: the null render device or the inventory could not be made\n");
@@ -600,7 +634,7 @@ int RunConvert(const std::string& in, const std::string& out, const ConvertOptio
     }
     if (!cli::CheckOutputFolder("model convert", out))
         return 1;
-    ModelSession session(options.genericFolder);
+    ModelSession session(options.genericFolder, in);
     if (!session.IsReady())
     {
         std::fprintf(stderr,
@@ -651,7 +685,7 @@ struct DiffOptions
 
 int RunDiff(const std::string& fileA, const std::string& fileB, const DiffOptions& options)
 {
-    ModelSession session(options.genericFolder);
+    ModelSession session(options.genericFolder, fileA);
     if (!session.IsReady())
     {
         std::fprintf(stderr, "tq7z model diff: the null render device or the inventory could not be made\n");
