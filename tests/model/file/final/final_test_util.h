@@ -114,17 +114,7 @@ inline void GiveFullMipChain(const char* name, uint32 side)
     uint32 levels = 1;
     while ((side >> levels) != 0)
         ++levels;
-    fr::ObjectPtr<fr::Texture> pRender =
-        fr::Interface::GetDevice()->CreateTexture(side, side, levels, fr::PF_A8R8G8B8, false);
-    for (uint32 level = 0; level < levels; ++level)
-    {
-        const uint32 edge = side >> level;
-        std::vector<uint8> bytes(size_t(pRender->GetLevelPitch(level)) * pRender->GetLevelRows(level));
-        for (size_t i = 0; i < bytes.size(); ++i)
-            bytes[i] = uint8(i * 11 + level * 3 + side);
-        pRender->Write(level, 0, 0, edge, edge, bytes, pRender->GetLevelPitch(level));
-    }
-    ref.Get()->SetTexture(pRender);
+    ref.Get()->SetTexture(model_test::PatternedTexture(side, side, levels, fr::PF_A8R8G8B8));
 }
 
 // The walker of the generic tests with textures of every level.

@@ -26,13 +26,8 @@ ra::Name N(const char* text)
     return ra::MakeName(text);
 }
 
-struct Inventory
-{
-    Inventory() { Inv::Warehouse::Create(); }
-    ~Inventory() { Inv::Warehouse::Destroy(); }
-    Inventory(const Inventory&) = delete;
-    Inventory& operator=(const Inventory&) = delete;
-};
+// The inventory (and the device beside it), for the events.
+using Inventory = model_test::Env;
 
 // A model with the animations "walk", "run" and "idle" and the event "art/events/step", into which
 // motion trees are read. Declared after the inventory, so it goes first.
