@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -97,23 +98,19 @@ TEST(AnimEvaluate, LengthAndIndicesAreCheckedByAssertions)
     Anim anim("Idle");
     anim.SetBoneCount(2);
     anim.SetTime(1.5f);
-    EXPECT_NE(std::string::npos, AssertionText([&] { anim.SetTime(0.0f); }).find("time > 0.0f"));
+    const std::pair<std::function<void()>, const char*> cases[] = {
+        {[&] { anim.SetTime(0.0f); }, "time > 0.0f"},
+        {[&] { anim.SetFrameCount(0); }, "frameCount > 0"},
+        {[&] { anim.SetBoneName(0, ra::Name::INVALID); }, "name != ra::Name::INVALID"},
+        {[&] { anim.SetBoneName(-1, ra::MakeName("x")); }, "boneIndex != InvalidIndex"},
+        {[&] { anim.SetBoneAnimated(2, true); }, "boneIndex < m_boneAnims.size()"},
+        {[&] { anim.GetCameraName(0); }, "cameraIndex < m_cameraAnims.size()"},
+        {[&] { anim.SetControlStream(0, nullptr); }, "streamIndex < m_controlAnims.size()"},
+        {[&] { anim.GetControlInfo(-1); }, "controlIndex != InvalidIndex"},
+    };
+    for (const auto& [call, assertion] : cases)
+        EXPECT_NE(AssertionText(call).find(assertion), std::string::npos) << assertion;
     EXPECT_FLOAT_EQ(1.5f, anim.GetTime());
-    EXPECT_NE(std::string::npos, AssertionText([&] { anim.SetFrameCount(0); }).find("frameCount > 0"));
-    EXPECT_NE(
-        std::string::npos,
-        AssertionText([&] { anim.SetBoneName(0, ra::Name::INVALID); }).find("name != ra::Name::INVALID"));
-    EXPECT_NE(
-        std::string::npos,
-        AssertionText([&] { anim.SetBoneName(-1, ra::MakeName("x")); }).find("boneIndex != InvalidIndex"));
-    EXPECT_NE(std::string::npos,
-              AssertionText([&] { anim.SetBoneAnimated(2, true); }).find("boneIndex < m_boneAnims.size()"));
-    EXPECT_NE(std::string::npos,
-              AssertionText([&] { anim.GetCameraName(0); }).find("cameraIndex < m_cameraAnims.size()"));
-    EXPECT_NE(std::string::npos, AssertionText([&] { anim.SetControlStream(0, nullptr); })
-                                     .find("streamIndex < m_controlAnims.size()"));
-    EXPECT_NE(std::string::npos,
-              AssertionText([&] { anim.GetControlInfo(-1); }).find("controlIndex != InvalidIndex"));
 
     // Past the assertions the calls change nothing.
     dbg::ScopedThrowOnAssert passOnAssert(false);

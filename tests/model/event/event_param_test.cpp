@@ -195,10 +195,6 @@ TEST(EventNames, TableHasFiftyFourNamesWithMatchingKeys)
 {
     EXPECT_EQ(ra::EventNames::PARAM_COUNT, 54);
     EXPECT_STREQ(ra::EventNames::GetParamName(ra::EventNames::FOOTFALL_FX), "footfall_fx");
-    EXPECT_STREQ(ra::EventNames::GetParamName(ra::EventNames::FX_ORPHAN), "fx_orphan");
-    EXPECT_STREQ(ra::EventNames::GetParamName(ra::EventNames::SOUND_PERCENT), "sound_percent");
-    EXPECT_STREQ(ra::EventNames::GetParamName(ra::EventNames::CAM_SHAKE_FALLOFF), "cam_shake_falloff");
-    EXPECT_STREQ(ra::EventNames::GetParamName(ra::EventNames::DETAIL_LEVEL), "detail_level");
     EXPECT_STREQ(ra::EventNames::GetParamName(53), "spawn_radius");
     for (int i = 0; i < ra::EventNames::PARAM_COUNT; ++i)
         EXPECT_EQ(ra::EventNames::GetParamKey(i), ra::MakeName(ra::EventNames::GetParamName(i))) << i;

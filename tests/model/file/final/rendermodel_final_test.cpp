@@ -115,16 +115,9 @@ std::string ModelFile(const char* name, const std::string& children)
 std::string MotionPayload()
 {
     // No animations, no random motions, no events, transition 0.2, no flags.
-    return Bytes()
-        .I32(0)
-        .I32(0)
-        .U8(0)
-        .I32(0)
-        .I32(0)
-        .Floats({0, 0, 0, 0})
-        .F32(0.2f)
-        .Floats({0, 0, 0, 0})
-        .Add(std::string(3, '\0'));
+    Bytes b;
+    b.I32(0).I32(0).U8(0).I32(0).I32(0).Floats({0, 0, 0, 0}).F32(0.2f);
+    return b.Floats({0, 0, 0, 0}).Add(std::string(3, '\0'));
 }
 } // namespace
 

@@ -163,14 +163,6 @@ TEST(GenericInterm, AFileOfTheWriterReadsAndWritesAgainByteForByte)
     EXPECT_TRUE(again == file);
     pRead.reset();
     Inv::Warehouse::Get()->PopFrame();
-
-    // And once more from the second file.
-    Inv::Warehouse::Get()->PushFrame("read again");
-    std::unique_ptr<RenderModel> pAgain = ReadModel(again);
-    ASSERT_TRUE(pAgain);
-    EXPECT_TRUE(WriteInterm(*pAgain) == file);
-    pAgain.reset();
-    Inv::Warehouse::Get()->PopFrame();
 }
 
 TEST(GenericInterm, AModelChangedAfterTheReadWritesItsNewData)

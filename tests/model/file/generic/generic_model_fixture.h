@@ -24,6 +24,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace generic_test
@@ -145,6 +146,33 @@ inline std::unique_ptr<AnimListNode> NodeFor(const RenderModel& model, const Inv
                                                 model.GetCameraCount(), animRef->GetControlStreamCount());
     pNode->SetAnim(animRef);
     return pNode;
+}
+
+// A clause of the type of its value, every field given.
+template <class V>
+std::unique_ptr<ra::Clause> MakeClause(const char* name, const char* variable, int comparison, V value,
+                                       V fallback)
+{
+    auto pClause = ra::Clause::Create(std::is_same_v<V, float>  ? ra::Clause::VARIABLE_FLOAT
+                                      : std::is_same_v<V, bool> ? ra::Clause::VARIABLE_BOOL
+                                                                : ra::Clause::VARIABLE_STRING);
+    pClause->SetName(ra::MakeName(name));
+    pClause->SetVariableName(ra::MakeName(variable));
+    pClause->SetComparison(comparison);
+    pClause->SetValue(value);
+    pClause->SetDefault(fallback);
+    return pClause;
+}
+
+inline Modifier* AddModifier(RenderModel& model, const char* name, const char* variable, int32 type,
+                             float refValue, float clampValue)
+{
+    Modifier* pModifier = model.GetModifierList().CreateModifier(ra::MakeName(name));
+    pModifier->SetVariableName(ra::MakeName(variable));
+    pModifier->SetType(type);
+    pModifier->SetRefValue(refValue);
+    pModifier->SetClampValue(clampValue);
+    return pModifier;
 }
 
 // The donor model: a mesh "blade" and an animation "wave" for others to take by reference.
@@ -366,27 +394,12 @@ inline std::unique_ptr<RenderModel> BuildWalker(const WalkerOptions& options = W
     Inv::Reference<ra::EventData> step(pStepResource);
     pModel->GetEventList().AddEvent(step);
 
-    auto pFast = std::make_unique<ra::ClauseFloat>();
-    pFast->SetName(ra::MakeName("is_fast"));
-    pFast->SetVariableName(ra::MakeName("speed"));
-    pFast->SetComparison(ra::Clause::COMPARE_GREATER);
-    pFast->SetValue(2.0f);
-    pFast->SetDefault(0.5f);
-    ra::Clause* pFastRaw = pFast.get();
-    pModel->GetClauseList().AddClause(std::move(pFast));
-    auto pHurt = std::make_unique<ra::ClauseBool>();
-    pHurt->SetName(ra::MakeName("is_hurt"));
-    pHurt->SetVariableName(ra::MakeName("hurt"));
-    pHurt->SetValue(true);
-    pModel->GetClauseList().AddClause(std::move(pHurt));
+    ra::ClauseList& clauses = pModel->GetClauseList();
+    clauses.AddClause(MakeClause("is_fast", "speed", ra::Clause::COMPARE_GREATER, 2.0f, 0.5f));
+    clauses.AddClause(MakeClause("is_hurt", "hurt", ra::Clause::COMPARE_EQUAL, true, false));
     ra::Condition* pFastCondition = pModel->GetConditionList().CreateCondition(ra::MakeName("fast"));
-    pFastCondition->AddClause(pFastRaw, false);
-
-    Modifier* pSpeed = pModel->GetModifierList().CreateModifier(ra::MakeName("speed_mod"));
-    pSpeed->SetVariableName(ra::MakeName("speed"));
-    pSpeed->SetType(Modifier::TYPE_SCALED);
-    pSpeed->SetRefValue(2.0f);
-    pSpeed->SetClampValue(4.0f);
+    pFastCondition->AddClause(clauses.GetClause(0), false);
+    Modifier* pSpeed = AddModifier(*pModel, "speed_mod", "speed", Modifier::TYPE_SCALED, 2.0f, 4.0f);
 
     ra::MotionList& motions = pModel->GetMotionList();
     Motion* pWalkMotion = motions.AddMotion(ra::MakeName("walk_m"));

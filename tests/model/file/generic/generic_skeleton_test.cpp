@@ -174,7 +174,6 @@ TEST(GenericSkeleton, IntermediateFormGivesBackTheFileMatricesWhileTheyHold)
     EXPECT_FALSE(pRead->GetBone(0)->GetWorldMatrix() == root);
     EXPECT_TRUE(SkeletonLoadInterm::IntermWorldMatricesHold(*pRead));
     EXPECT_EQ(write(*pRead), file);
-    EXPECT_EQ(write(*read(write(*pRead))), file);
 
     // A world matrix set on a bone is newer than the file's.
     const ra::Matrix34 moved = model_test::Rows({1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {4, 5, 6});

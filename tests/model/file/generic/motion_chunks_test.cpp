@@ -60,26 +60,13 @@ Inv::Reference<ra::EventData> StepEvent()
 void BuildTree(Model& m)
 {
     RenderModel& model = m.model;
-    auto pFast = ra::Clause::Create(ra::Clause::VARIABLE_FLOAT);
-    pFast->SetName(N("fast"));
-    pFast->SetVariableName(N("speed"));
-    pFast->SetComparison(ra::Clause::COMPARE_GREATER_EQUAL);
-    pFast->SetValue(2.5f);
-    pFast->SetDefault(-1.0f);
-    auto pMoving = ra::Clause::Create(ra::Clause::VARIABLE_BOOL);
-    pMoving->SetName(N("moving"));
-    pMoving->SetVariableName(N("is_moving"));
-    pMoving->SetComparison(ra::Clause::COMPARE_NOT_EQUAL);
-    pMoving->SetValue(false);
-    pMoving->SetDefault(true);
-    auto pStance = ra::Clause::Create(ra::Clause::VARIABLE_STRING);
-    pStance->SetName(N("crouched"));
-    pStance->SetVariableName(N("stance"));
-    pStance->SetValue(N("crouch"));
-    pStance->SetDefault(N("stand"));
-    model.GetClauseList().AddClause(std::move(pFast));
-    model.GetClauseList().AddClause(std::move(pMoving));
-    model.GetClauseList().AddClause(std::move(pStance));
+    using generic_test::MakeClause;
+    model.GetClauseList().AddClause(
+        MakeClause("fast", "speed", ra::Clause::COMPARE_GREATER_EQUAL, 2.5f, -1.0f));
+    model.GetClauseList().AddClause(
+        MakeClause("moving", "is_moving", ra::Clause::COMPARE_NOT_EQUAL, false, true));
+    model.GetClauseList().AddClause(
+        MakeClause("crouched", "stance", ra::Clause::COMPARE_EQUAL, N("crouch"), N("stand")));
 
     ra::Condition* pRunning = model.GetConditionList().CreateCondition(N("running"));
     pRunning->AddClause(model.GetClauseList().GetClause(0), false);
@@ -88,16 +75,9 @@ void BuildTree(Model& m)
     pLow->AddClause(model.GetClauseList().GetClause(2), false);
     model.GetConditionList().CreateCondition(N("empty"));
 
-    Modifier* pSpeed = model.GetModifierList().CreateModifier(N("speedmod"));
-    pSpeed->SetVariableName(N("speed"));
-    pSpeed->SetType(Modifier::TYPE_SCALED);
-    pSpeed->SetRefValue(3.0f);
-    pSpeed->SetClampValue(2.0f);
-    Modifier* pAim = model.GetModifierList().CreateModifier(N("aim"));
-    pAim->SetVariableName(N("pitch"));
-    pAim->SetType(Modifier::TYPE_ABSOLUTE);
-    pAim->SetRefValue(0.5f);
-    pAim->SetClampValue(0.25f);
+    Modifier* pSpeed =
+        generic_test::AddModifier(model, "speedmod", "speed", Modifier::TYPE_SCALED, 3.0f, 2.0f);
+    Modifier* pAim = generic_test::AddModifier(model, "aim", "pitch", Modifier::TYPE_ABSOLUTE, 0.5f, 0.25f);
 
     ra::MotionList& motions = model.GetMotionList();
     Motion* pRun = motions.AddMotion(N("run"));
