@@ -38,8 +38,16 @@ cli::CommandRegistrar s_animerge(
             ->add_option("MERGE MODEL ANIM", *files, "The merged file, the model file, the animation files")
             ->expected(2, -1)
             ->required();
-        animerge->callback([files, &exitCode]
-                           { exitCode = cli::CallPrimitive("tq7z_animerge", Strings(*files)); });
+        animerge->callback(
+            [files, &exitCode]
+            {
+                exitCode = cli::CallPrimitive("tq7z_animerge", Strings(*files));
+                // A set-up that fails says nothing to the artist; the command line says where to look.
+                if (exitCode == 1)
+                    std::fprintf(stderr, "tq7z animerge: the merge failed; MODEL must lie in the intermediate "
+                                         "folder of a project of a pipeline.ini above it, and the log beside "
+                                         "MODEL tells more\n");
+            });
 
         auto flags = std::make_shared<std::vector<bool>>();
         CLI::App* animergeFlags = app.add_subcommand(

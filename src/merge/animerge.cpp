@@ -66,9 +66,10 @@ bool SetUp(const std::string& modelFile)
         return false;
     if (!FilePath::AddAlias(ToolAlias, ToolSource, 99, std::make_shared<FilePathHDRaw>()))
         return false;
+    // The result is not tested: without a pipeline there is no tools data folder.
     Pipeline::Initialize(modelFile.c_str());
     char toolsData[FilePath::MAXPATH];
-    if (!Pipeline::GetPath("Global", "ToolsData", toolsData, sizeof(toolsData)))
+    if (!Pipeline::IsInitialized() || !Pipeline::GetPath("Global", "ToolsData", toolsData, sizeof(toolsData)))
         return false;
     std::shared_ptr<FilePathHD> pToolsData =
         FilePathHD::Create(toolsData, ByteStream::Mode_Read, false, false);

@@ -19,6 +19,11 @@ using merge_test::MergeTree;
 
 namespace
 {
+// A project "art": sources in src, generic data in gen.
+const std::string Project = "[project:art]\r\nDataSource=src\r\nDataSourceShared=\r\nDataBurn=\r\n"
+                            "DataIntermediate=int\r\nDataGeneric=gen\r\nDataFinal=final\r\nDataPreview=\r\n"
+                            "LocaleFolder=\r\nAttrLoc=\r\nParent=\r\n";
+
 std::string Replace(std::string text, const std::string& from, const std::string& to)
 {
     for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
@@ -60,17 +65,13 @@ private:
 
 TEST(ScriptCommands, ArgumentsResultsAndListenerTexts)
 {
-    // {root}: a project "art" (sources in src, generic data in gen) in local mode; {noport}: a tree
-    // whose pipeline.ini names no revision control port.
+    // {root}: the project in local mode; {noport}: a tree whose pipeline.ini names no revision
+    // control port.
     TempFolder temp;
-    const std::string project =
-        "[project:art]\r\nDataSource=src\r\nDataSourceShared=\r\nDataBurn=\r\n"
-        "DataIntermediate=int\r\nDataGeneric=gen\r\nDataFinal=final\r\nDataPreview=\r\n"
-        "LocaleFolder=\r\nAttrLoc=\r\nParent=\r\n";
     temp.Write("root/pipeline.ini",
                "[Global]\r\nToolsData=tools\r\n[p4]\r\nRevControlPort=\r\n[burner]\r\nburnerPath=tools\r\n" +
-                   project);
-    temp.Write("noport/pipeline.ini", "[Global]\r\nToolsData=tools\r\n" + project);
+                   Project);
+    temp.Write("noport/pipeline.ini", "[Global]\r\nToolsData=tools\r\n" + Project);
     temp.Write("root/readonly.txt", "", std::filesystem::perms::owner_read);
     const std::string root = temp / "root";
 
@@ -158,5 +159,34 @@ TEST(ScriptCommands, AFailedMergeHoldsItsSetUpUntilAResetAndTheFlagsHoldThrougho
     EXPECT_FALSE(std::filesystem::exists(merge));
     EXPECT_TRUE(tree.Exists("art/generic/texture_share_scout_default.tqp"));
     EXPECT_TRUE(tree.Exists("art/generic/texture_share_scout.vds"));
+}
+} // namespace
+
+namespace
+{
+TEST(ScriptCommands, OpenOrAddRefusesAFileOpenedInAnotherChangelist)
+{
+    // A server (a stand-in "p4" first on PATH) whose pending "SGM Export Changes" is 7, and which
+    // has the file open in change 9.
+    TempFolder tree, bin;
+    tree.Write("pipeline.ini", "[p4]\r\nRevControlPort=fake:1666\r\n" + Project);
+    const std::string file = tree.Write("final/tank.tqm", "final data");
+    bin.Write(
+        "p4",
+        "#!/bin/sh\ncase \"$*\" in\n"
+        "  *' info') echo 'info: User name: artist'; echo 'exit: 0';;\n"
+        "  *'changes -c artist-ws -s pending -l') printf 'info: Change 7 on 2024/01/02 by artist@artist-ws "
+        "*pending*\\n\\n\\tSGM Export Changes\\n'; echo 'exit: 0';;\n"
+        "  *' add -c 7 '*) echo 'error: tank.tqm - can'\"'\"'t add existing file'; echo 'exit: 1';;\n"
+        "  *' fstat '*) echo 'info1: depotFile //depot/final/tank.tqm'; echo 'info1: action edit'; "
+        "echo 'info1: change 9'; echo 'exit: 0';;\n"
+        "  *) echo \"error: unexpected command: $*\"; echo 'exit: 1';;\nesac\n",
+        std::filesystem::perms(0755));
+    ScopedEnv path("PATH", (bin.Path() + ":/usr/bin:/bin").c_str());
+    ScopedEnv client("P4CLIENT", "artist-ws");
+    ScopedEnv user("P4USER", "artist");
+    Host host;
+    EXPECT_EQ(host.Run("out = tq7z_p4_openoradd('" + file + "')"), "false");
+    EXPECT_EQ(host.m_listener, "PerforceMS: Could not open or add requested file!\n");
 }
 } // namespace
