@@ -44,9 +44,10 @@ cli::CommandRegistrar s_animerge(
                 exitCode = cli::CallPrimitive("tq7z_animerge", Strings(*files));
                 // A set-up that fails says nothing to the artist; the command line says where to look.
                 if (exitCode == 1)
-                    std::fprintf(stderr, "tq7z animerge: the merge failed; MODEL must lie in the intermediate "
-                                         "folder of a project of a pipeline.ini above it, and the log beside "
-                                         "MODEL tells more\n");
+                    std::fprintf(stderr,
+                                 "tq7z animerge: the merge failed; MODEL must lie in the intermediate "
+                                 "folder of a project of a pipeline.ini above it, and the log beside "
+                                 "MODEL tells more\n");
             });
 
         auto flags = std::make_shared<std::vector<bool>>();

@@ -172,9 +172,10 @@ cli::CommandRegistrar s_p4(
         status->callback([statusOptions, &exitCode] { exitCode = RunStatus(*statusOptions); });
 
         CLI::App* reset = p4->add_subcommand(
-            "reset", "Take down what tq7z_p4_openoradd left set up (tq7z_p4_reset): its revision control and\n"
-                     "the pipeline. In a script it clears a command left half done; in a fresh process there\n"
-                     "is nothing to clear, and the pipeline's shut-down reports an assertion.");
+            "reset",
+            "Take down what tq7z_p4_openoradd left set up (tq7z_p4_reset): its revision control and\n"
+            "the pipeline. In a script it clears a command left half done; in a fresh process there\n"
+            "is nothing to clear, and the pipeline's shut-down reports an assertion.");
         reset->callback([&exitCode] { exitCode = cli::CallPrimitive("tq7z_p4_reset", {}); });
     });
 } // namespace
