@@ -134,30 +134,6 @@ TEST(GenericSample, ModelInfoJsonHasTheKeysScriptsRelyOn)
         EXPECT_EQ(at(path), want) << path;
 }
 
-TEST(GenericSample, CommandsSayWhatFailedAndExitWithOne)
-{
-    REQUIRE_PROGRAM();
-    TempFolder folder;
-    const ToolRun missing = RunTool({"model", "info", folder / "none.sgm"});
-    EXPECT_EQ(missing.status, 1);
-    EXPECT_NE(missing.err.find("none.sgm: no such file"), std::string::npos) << missing.err;
-
-    const std::string sample = ReadFile(s_samples / "walker.sgm");
-    const std::string cut = folder.Write("cut.sgm", sample.substr(0, sample.size() / 2));
-    const ToolRun damaged = RunTool({"model", "info", cut, "--json"});
-    EXPECT_EQ(damaged.status, 1);
-    EXPECT_TRUE(damaged.out.empty());
-    EXPECT_NE(damaged.err.find("cut.sgm: "), std::string::npos) << damaged.err;
-    EXPECT_NE(damaged.err.find("at byte offset"), std::string::npos) << damaged.err;
-
-    const ToolRun noFolder =
-        RunTool({"model", "convert", (s_samples / "walker.sgm").string(), "/proc/none/x.sgm"});
-    EXPECT_EQ(noFolder.status, 1);
-    EXPECT_NE(noFolder.err.find("could not be written"), std::string::npos) << noFolder.err;
-
-    EXPECT_EQ(RunTool({"model", "convert", "--help"}).status, 0);
-}
-
 // The model commands across the forms: diff, the format key, convert to and from the final form.
 namespace
 {
@@ -215,14 +191,17 @@ TEST(ModelCommands, DiffPrintsTheChangedValueWithItsPathAndExitsWithOne)
 TEST(ModelCommands, UsageErrorsExitWithTwoAndUnreadableFilesWithOne)
 {
     REQUIRE_PROGRAM();
-    TempFolder folder;
+    TempFolder folder, damaged;
     const std::string walker = (s_samples / "walker.sgm").string();
+    const std::string sample = ReadFile(s_samples / "walker.sgm");
+    const std::string cut = damaged.Write("cut.sgm", sample.substr(0, sample.size() / 2));
     struct Case
     {
         std::vector<std::string> args;
         int status;
         const char* message; // in stderr; null for CLI11's own
     };
+    // clang-format off
     const Case cases[] = {
         {{"model", "diff", walker}, 2, nullptr},
         {{"model", "diff", walker, walker, "--tolerance", "-1"}, 2, nullptr},
@@ -232,11 +211,16 @@ TEST(ModelCommands, UsageErrorsExitWithTwoAndUnreadableFilesWithOne)
         {{"model", "convert", walker, folder / "out.sgm", "--dxt", "1"}, 2, "are for a .tqm file"},
         {{"model", "convert", walker, folder / "out.tqm", "--interm"}, 2, "--interm writes a .sgm file"},
         {{"model", "info", walker, "--detail", "4"}, 2, nullptr},
+        {{"model", "info", folder / "none.sgm"}, 1, "none.sgm: no such file"},
         {{"model", "diff", walker, folder / "none.tqm"}, 1, "none.tqm: no such file"},
-        {{"model", "diff", (s_samples / "../images/walker_diffuse.img").string(), walker},
-         1,
-         "not a model file (its root chunk is the folder 'IMAG'"},
+        {{"model", "info", cut, "--json"}, 1, "cut.sgm: "},
+        {{"model", "info", cut}, 1, "at byte offset"},
+        {{"model", "diff", (s_samples / "../images/walker_diffuse.img").string(), walker}, 1, "not a model file (its root chunk is the folder 'IMAG'"},
+        {{"model", "convert", walker, "/proc/none/x.sgm"}, 1, "could not be written"},
+        {{"model", "convert", "--help"}, 0, nullptr},
+        {{"model", "diff", "--help"}, 0, nullptr},
     };
+    // clang-format on
     for (const Case& c : cases)
     {
         const ToolRun run = RunTool(c.args);
@@ -245,10 +229,14 @@ TEST(ModelCommands, UsageErrorsExitWithTwoAndUnreadableFilesWithOne)
         {
             EXPECT_NE(run.err.find(c.message), std::string::npos) << run.err;
         }
+        // A file that cannot be read or written prints nothing on standard output.
+        if (c.status == 1)
+        {
+            EXPECT_TRUE(run.out.empty()) << run.out;
+        }
     }
     // Nothing of a refused convert is left behind.
     EXPECT_TRUE(fs::is_empty(folder.Path())) << fs::directory_iterator(folder.Path())->path();
-    EXPECT_EQ(RunTool({"model", "diff", "--help"}).status, 0);
 }
 
 TEST(ModelCommands, FinalFormReadsBackAsTheModelItCameFrom)
