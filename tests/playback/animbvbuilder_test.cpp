@@ -17,10 +17,7 @@ constexpr float Quarter = std::numbers::pi_v<float> / 2.0f;
 
 ControlInfo Visibility()
 {
-    ControlInfo info;
-    info.targetType = ControlInfo::Target_Mesh;
-    info.parameter = ControlInfo::Parameter_Visibility;
-    return info;
+    return ArmModel::Info(ControlInfo::Target_Mesh, ControlInfo::Parameter_Visibility);
 }
 
 // The shoulder turns a quarter about z over the animation; `boxShown` and `flagShown` are the

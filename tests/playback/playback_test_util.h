@@ -20,6 +20,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace playback_test
@@ -144,40 +145,51 @@ public:
         return pAnim;
     }
 
-    // Rotation keys at normalised times for a bone; the bone becomes animated.
-    static void Rotations(Anim& anim, int bone, const std::vector<std::pair<float, ra::Quat>>& cKey)
+    // Rotation or position keys at normalised times for a bone; the bone becomes animated.
+    template <class Stream, class Value>
+    static void Keys(Anim& anim, int bone, const std::vector<std::pair<float, Value>>& cKey)
     {
-        auto pStream = std::make_unique<BoneRotationStream>(uint32(cKey.size()));
+        auto pStream = std::make_unique<Stream>(uint32(cKey.size()));
         for (uint32 i = 0; i < cKey.size(); ++i)
         {
             pStream->SetTime(i, cKey[i].first);
             pStream->SetValue(i, cKey[i].second);
         }
-        anim.SetRotationStream(bone, std::move(pStream));
+        if constexpr (std::is_same_v<Stream, BoneRotationStream>)
+            anim.SetRotationStream(bone, std::move(pStream));
+        else
+            anim.SetPositionStream(bone, std::move(pStream));
         anim.SetBoneAnimated(bone, true);
     }
-
+    static void Rotations(Anim& anim, int bone, const std::vector<std::pair<float, ra::Quat>>& cKey)
+    {
+        Keys<BoneRotationStream>(anim, bone, cKey);
+    }
     static void Positions(Anim& anim, int bone, const std::vector<std::pair<float, ra::Vec3>>& cKey)
     {
-        auto pStream = std::make_unique<BonePositionStream>(uint32(cKey.size()));
-        for (uint32 i = 0; i < cKey.size(); ++i)
-        {
-            pStream->SetTime(i, cKey[i].first);
-            pStream->SetValue(i, cKey[i].second);
-        }
-        anim.SetPositionStream(bone, std::move(pStream));
-        anim.SetBoneAnimated(bone, true);
+        Keys<BonePositionStream>(anim, bone, cKey);
     }
 
     // A control stream of two keys (time 0 and 1) on a shader or mesh of the model.
     static void Control(Anim& anim, const char* target, ControlInfo info, float v0, float v1)
     {
         auto pStream = std::make_unique<ControlStream>(2);
-        pStream->SetTime(0, 0.0f);
-        pStream->SetValue(0, v0);
-        pStream->SetTime(1, 1.0f);
-        pStream->SetValue(1, v1);
+        for (uint32 i = 0; i < 2; ++i)
+        {
+            pStream->SetTime(i, float(i));
+            pStream->SetValue(i, i == 0 ? v0 : v1);
+        }
         anim.AddControlStream(N(target), info, std::move(pStream));
+    }
+
+    // A control on a mesh's visibility or a shader channel's value.
+    static ControlInfo Info(int target, int parameter, int channel = 0)
+    {
+        ControlInfo info;
+        info.targetType = target;
+        info.parameter = parameter;
+        info.channel = channel;
+        return info;
     }
 
     // Adds the animation to the model's list (mappings built, no box asked for).

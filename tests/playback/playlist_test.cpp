@@ -195,10 +195,11 @@ TEST_F(PlayListTest, CleanupRemovesFinishedPlaysAndFiresEventsInOrder)
     const int shortIndex = m_list.AddMotion(pShort, 3);
     m_list.AddMotion(pLong, 3);
 
-    m_list.Update(0.4f, 3);
-    m_list.Cleanup();
-    m_list.Update(0.4f, 3);
-    m_list.Cleanup();
+    for (int i = 0; i < 2; ++i)
+    {
+        m_list.Update(0.4f, 3);
+        m_list.Cleanup();
+    }
     m_list.SetChanged(false);
     m_list.Update(0.4f, 3);
     EXPECT_EQ(PlayState::STATE_FINISHED, m_list.GetState(shortIndex)->GetState());
@@ -209,17 +210,11 @@ TEST_F(PlayListTest, CleanupRemovesFinishedPlaysAndFiresEventsInOrder)
 
     ASSERT_EQ(1, m_list.GetStateCount());
     EXPECT_EQ(pLong, m_list.GetState(0)->GetMotion());
-    const std::vector<std::string> cExpected = {
-        // The long play leaves its start delay in the second update and plays that whole step.
-        "Start short",
-        "Update short 0.00 0.40",
-        "Update short 0.40 0.80",
-        "Start long",
-        "Update long 0.00 0.40",
-        "End short",
-        "Update long 0.40 0.80",
-    };
-    EXPECT_EQ(cExpected, events.m_cCall);
+    // The long play leaves its start delay in the second update and plays that whole step.
+    EXPECT_EQ((std::vector<std::string>{"Start short", "Update short 0.00 0.40", "Update short 0.40 0.80",
+                                        "Start long", "Update long 0.00 0.40", "End short",
+                                        "Update long 0.40 0.80"}),
+              events.m_cCall);
 
     m_list.Clear();
     EXPECT_EQ("End long", events.m_cCall.back());
@@ -270,12 +265,12 @@ TEST_F(PlayListTest, RandomMotionPlaysItsSelectionAndRepeatPicksAgainAfterALoop)
 
 TEST_F(PlayListTest, MoveAndSortKeepPlaysOnTheirWayOutFirstInOrder)
 {
-    Motion* pA = m_arm.PlainMotion("a", 10.0f, Motion::TYPE_LOOPING);
-    Motion* pB = m_arm.PlainMotion("b", 10.0f, Motion::TYPE_LOOPING);
-    Motion* pC = m_arm.PlainMotion("c", 10.0f, Motion::TYPE_LOOPING);
-    Motion* pD = m_arm.PlainMotion("d", 10.0f, Motion::TYPE_LOOPING);
-    for (Motion* pMotion : {pA, pB, pC, pD})
-        m_list.AddMotion(pMotion, 0);
+    Motion* cMotion[4];
+    for (int i = 0; i < 4; ++i)
+        m_list.AddMotion(cMotion[i] = m_arm.PlainMotion(std::string(1, char('a' + i)).c_str(), 10.0f,
+                                                        Motion::TYPE_LOOPING),
+                         0);
+    Motion *pA = cMotion[0], *pB = cMotion[1], *pC = cMotion[2], *pD = cMotion[3];
     m_list.MoveState(3, 0);
     EXPECT_EQ(pD, m_list.GetState(0)->GetMotion());
     EXPECT_EQ(pC, m_list.GetState(3)->GetMotion());

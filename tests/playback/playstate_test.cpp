@@ -7,13 +7,65 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 using namespace playback_test;
+
+namespace
+{
+constexpr float Any = std::numeric_limits<float>::quiet_NaN();
+
+// One update of a play and what it shows after it; Any is not checked.
+struct Step
+{
+    float dt;
+    int state;
+    float position = Any;
+    float weight = Any;
+    float timer = Any; // the timer of the state it is in
+};
+
+float Timer(const PlayState& state)
+{
+    switch (state.GetState())
+    {
+    case PlayState::STATE_START_DELAY:
+        return state.GetStartTimer();
+    case PlayState::STATE_TRANSITION_IN:
+        return state.GetInTimer();
+    case PlayState::STATE_LOOP_DELAY:
+        return state.GetLoopTimer();
+    case PlayState::STATE_EXIT_DELAY:
+        return state.GetExitTimer();
+    case PlayState::STATE_TRANSITION_OUT:
+        return state.GetOutTimer();
+    }
+    return Any;
+}
+
+void Steps(PlayState& state, std::initializer_list<Step> steps)
+{
+    int i = 0;
+    for (const Step& step : steps)
+    {
+        SCOPED_TRACE(::testing::Message() << "step " << i++);
+        state.Update(step.dt);
+        EXPECT_EQ(step.state, state.GetState());
+        for (const auto& [expected, actual] : {std::pair{step.position, state.GetPosition()},
+                                               {step.weight, state.GetWeight()},
+                                               {step.timer, Timer(state)}})
+            if (!std::isnan(expected))
+            {
+                EXPECT_NEAR(expected, actual, 1e-5f);
+            }
+    }
+}
+} // namespace
 
 class PlayStateTest : public ::testing::Test
 {
 protected:
-    // A motion of one second, or of `seconds`.
-    Motion* OneSecond(int32 type = Motion::TYPE_NON_LOOPING, float seconds = 1.0f)
+    Motion* Make(int32 type = Motion::TYPE_NON_LOOPING, float seconds = 1.0f)
     {
         return m_arm.PlainMotion(type == Motion::TYPE_LOOPING ? "loop" : "once", seconds, type);
     }
@@ -23,55 +75,63 @@ protected:
         EXPECT_NE(PlayList::InvalidIndex, index);
         return *m_list.GetState(index);
     }
+    // A play asked to exit after its first update of 0.1 seconds.
+    PlayState& Leaving(const Motion* pMotion)
+    {
+        PlayState& state = Play(pMotion);
+        state.Update(0.1f);
+        state.SetState(PlayState::STATE_EXIT_REQUEST);
+        return state;
+    }
 
     Env m_env;
     ArmModel m_arm;
     PlayList m_list;
 };
 
-TEST_F(PlayStateTest, ZeroDelaysPassThroughStartDelayAndTransitionInToPlayInTheFirstUpdate)
+TEST_F(PlayStateTest, StartDelayAndTransitionIn)
 {
-    PlayState& state = Play(OneSecond());
+    // Zero delays pass through start delay and transition in to play in the first update.
+    PlayState& state = Play(Make());
     EXPECT_EQ(PlayState::STATE_START_REQUEST, state.GetState());
-    state.Update(0.25f);
-    EXPECT_EQ(PlayState::STATE_PLAY, state.GetState());
-    EXPECT_FLOAT_EQ(0.25f, state.GetPosition());
+    Steps(state, {{0.25f, PlayState::STATE_PLAY, 0.25f, 1.0f}});
     EXPECT_FLOAT_EQ(0.0f, state.GetPreviousPosition());
     EXPECT_FLOAT_EQ(0.25f, state.GetStartTimer());
     EXPECT_FLOAT_EQ(0.25f, state.GetInTimer());
-    EXPECT_FLOAT_EQ(1.0f, state.GetWeight());
-}
 
-TEST_F(PlayStateTest, StartDelayWaitsWithNoWeightThenPlaysTheWholeStep)
-{
-    Motion* pMotion = OneSecond(Motion::TYPE_NON_LOOPING, 10.0f);
-    pMotion->SetStartDelay(2.0f, 2.0f);
-    PlayState& state = Play(pMotion);
-    EXPECT_FLOAT_EQ(2.0f, state.GetStartDelay());
+    // A start delay waits with no weight, then plays the whole step.
+    Motion* pDelayed = Make(Motion::TYPE_NON_LOOPING, 10.0f);
+    pDelayed->SetStartDelay(2.0f, 2.0f);
+    PlayState& delayed = Play(pDelayed);
+    EXPECT_FLOAT_EQ(2.0f, delayed.GetStartDelay());
+    Steps(delayed, {{0.5f, PlayState::STATE_START_DELAY, 0.0f, 0.0f, 0.5f},
+                    {0.5f, PlayState::STATE_START_DELAY, 0.0f, 0.0f, 1.0f},
+                    {0.5f, PlayState::STATE_START_DELAY, 0.0f, 0.0f, 1.5f},
+                    {0.5f, PlayState::STATE_PLAY, 0.5f}});
+    Steps(Play(pDelayed), {{3.0f, PlayState::STATE_PLAY, 3.0f}}); // one step longer than the delay
 
-    for (float expected : {0.5f, 1.0f, 1.5f})
-    {
-        state.Update(0.5f);
-        EXPECT_EQ(PlayState::STATE_START_DELAY, state.GetState());
-        EXPECT_FLOAT_EQ(expected, state.GetStartTimer());
-        EXPECT_FLOAT_EQ(0.0f, state.GetWeight());
-        EXPECT_FLOAT_EQ(0.0f, state.GetPosition());
-    }
-    state.Update(0.5f);
-    EXPECT_EQ(PlayState::STATE_PLAY, state.GetState());
-    EXPECT_FLOAT_EQ(0.5f, state.GetPosition());
+    // The transition in waits for the rest of an older play's transition out.
+    Motion* pOld = Make(Motion::TYPE_LOOPING);
+    pOld->SetTransitionOutTime(1.0f);
+    Steps(Leaving(pOld), {{0.25f, PlayState::STATE_TRANSITION_OUT, Any, 0.75f, 0.25f}});
+    PlayState& next = Play(Make(Motion::TYPE_NON_LOOPING, 10.0f));
+    EXPECT_FLOAT_EQ(0.75f, next.GetTransitionInTime());
+    // Ending the transition in from its own state goes to play without advancing.
+    Steps(next, {{0.5f, PlayState::STATE_TRANSITION_IN, 0.0f, 1.0f, 0.5f},
+                 {0.5f, PlayState::STATE_PLAY, 0.0f},
+                 {0.5f, PlayState::STATE_PLAY, 0.5f}});
 
-    // One step longer than the delay lands in play, and the position advances by the whole step.
-    PlayState& late = Play(pMotion);
-    late.Update(3.0f);
-    EXPECT_EQ(PlayState::STATE_PLAY, late.GetState());
-    EXPECT_FLOAT_EQ(3.0f, late.GetPosition());
+    // An absolute play transitioning in shows nothing.
+    PlayState& absolute = Play(Make());
+    absolute.SetAbsolute(true);
+    absolute.SetState(PlayState::STATE_TRANSITION_IN);
+    EXPECT_FLOAT_EQ(0.0f, absolute.GetWeight());
 }
 
 TEST_F(PlayStateTest, DelaysAreDrawnBetweenTheirBoundsAndStartPositionUnlessStartingAtZero)
 {
     RenderModel::SetRandomSource([](uint32 count) { return count / 4; });
-    Motion* pMotion = OneSecond(Motion::TYPE_NON_LOOPING, 10.0f);
+    Motion* pMotion = Make(Motion::TYPE_NON_LOOPING, 10.0f);
     pMotion->SetStartDelay(1.0f, 3.0f);
     pMotion->SetLoopDelay(0.0f, 4.0f);
     pMotion->SetExitDelay(2.0f, 2.0f);
@@ -81,11 +141,9 @@ TEST_F(PlayStateTest, DelaysAreDrawnBetweenTheirBoundsAndStartPositionUnlessStar
     EXPECT_FLOAT_EQ(1.0f, state.GetLoopDelay());
     EXPECT_FLOAT_EQ(2.0f, state.GetExitDelay());
     EXPECT_FLOAT_EQ(5.0f, state.GetPosition());
-
     state.SetStartAtZero(true);
     state.Reset();
     EXPECT_FLOAT_EQ(0.0f, state.GetPosition());
-
     // An absolute play keeps the position its modifier gave it.
     state.SetAbsolute(true);
     state.SetPosition(7.0f);
@@ -93,144 +151,68 @@ TEST_F(PlayStateTest, DelaysAreDrawnBetweenTheirBoundsAndStartPositionUnlessStar
     EXPECT_FLOAT_EQ(7.0f, state.GetPosition());
 }
 
-TEST_F(PlayStateTest, TransitionInWaitsForTheRestOfAnOlderPlaysTransitionOut)
+TEST_F(PlayStateTest, EndsLoopsAndHolds)
 {
-    Motion* pOld = OneSecond(Motion::TYPE_LOOPING);
-    pOld->SetTransitionOutTime(1.0f);
-    PlayState& old = Play(pOld);
-    old.Update(0.1f);
-    old.SetState(PlayState::STATE_EXIT_REQUEST);
-    old.Update(0.25f);
-    ASSERT_EQ(PlayState::STATE_TRANSITION_OUT, old.GetState());
-    EXPECT_FLOAT_EQ(0.25f, old.GetOutTimer());
-    EXPECT_FLOAT_EQ(0.75f, old.GetWeight());
+    // Non-looping: ends without transition and its weight drops; nobody follows events, so the
+    // end is not reported as finished.
+    PlayState& once = Play(Make());
+    Steps(once, {{0.4f, PlayState::STATE_PLAY},
+                 {0.4f, PlayState::STATE_PLAY, 0.8f, 1.0f},
+                 {0.4f, PlayState::STATE_FINISHED, Any, 0.0f}});
+    EXPECT_FALSE(once.HasFinished());
+    EXPECT_NE(std::string::npos, AssertionText([&] { once.Update(0.1f); }).find("dbBreak"));
 
-    PlayState& next = Play(OneSecond(Motion::TYPE_NON_LOOPING, 10.0f));
-    EXPECT_FLOAT_EQ(0.75f, next.GetTransitionInTime());
-    next.Update(0.5f);
-    EXPECT_EQ(PlayState::STATE_TRANSITION_IN, next.GetState());
-    EXPECT_FLOAT_EQ(0.5f, next.GetInTimer());
-    EXPECT_FLOAT_EQ(1.0f, next.GetWeight());
-    EXPECT_FLOAT_EQ(0.0f, next.GetPosition());
-    // Ending the transition in from its own state goes to play without advancing.
-    next.Update(0.5f);
-    EXPECT_EQ(PlayState::STATE_PLAY, next.GetState());
-    EXPECT_FLOAT_EQ(0.0f, next.GetPosition());
-    next.Update(0.5f);
-    EXPECT_FLOAT_EQ(0.5f, next.GetPosition());
+    // Looping wraps by modulo and says so for one update.
+    PlayState& loop = Play(Make(Motion::TYPE_LOOPING));
+    Steps(loop, {{0.4f, PlayState::STATE_PLAY}, {0.4f, PlayState::STATE_PLAY}});
+    EXPECT_FALSE(loop.HasLooped());
+    Steps(loop, {{0.4f, PlayState::STATE_PLAY, 0.2f}});
+    EXPECT_NEAR(1.2f, loop.GetPreviousPosition() + 0.4f, 1e-5f);
+    EXPECT_TRUE(loop.HasLooped());
+    Steps(loop, {{0.4f, PlayState::STATE_PLAY, 0.6f}});
+    EXPECT_FALSE(loop.HasLooped());
 
-    // An absolute play transitioning in shows nothing.
-    PlayState& absolute = Play(OneSecond());
-    absolute.SetAbsolute(true);
-    absolute.SetState(PlayState::STATE_TRANSITION_IN);
-    EXPECT_FLOAT_EQ(0.0f, absolute.GetWeight());
-}
-
-TEST_F(PlayStateTest, NonLoopingMotionEndsWithoutTransitionAndItsWeightDrops)
-{
-    PlayState& state = Play(OneSecond());
-    state.Update(0.4f);
-    state.Update(0.4f);
-    EXPECT_FLOAT_EQ(0.8f, state.GetPosition());
-    EXPECT_FLOAT_EQ(1.0f, state.GetWeight());
-    state.Update(0.4f);
-    EXPECT_EQ(PlayState::STATE_FINISHED, state.GetState());
-    EXPECT_FLOAT_EQ(0.0f, state.GetWeight());
-    // Nobody follows events, so the end is not reported as finished.
-    EXPECT_FALSE(state.HasFinished());
-    EXPECT_NE(std::string::npos, AssertionText([&] { state.Update(0.1f); }).find("dbBreak"));
-}
-
-TEST_F(PlayStateTest, LoopingMotionWrapsByModuloOrWaitsOutItsLoopDelay)
-{
-    PlayState& state = Play(OneSecond(Motion::TYPE_LOOPING));
-    state.Update(0.4f);
-    state.Update(0.4f);
-    EXPECT_FALSE(state.HasLooped());
-    state.Update(0.4f);
-    EXPECT_EQ(PlayState::STATE_PLAY, state.GetState());
-    EXPECT_NEAR(0.2f, state.GetPosition(), 1e-5f);
-    EXPECT_NEAR(1.2f, state.GetPreviousPosition() + 0.4f, 1e-5f);
-    EXPECT_TRUE(state.HasLooped());
-    state.Update(0.4f);
-    EXPECT_FALSE(state.HasLooped());
-    EXPECT_NEAR(0.6f, state.GetPosition(), 1e-5f);
-
-    Motion* pDelayed = OneSecond(Motion::TYPE_LOOPING);
+    // Or waits out its loop delay at full weight.
+    Motion* pDelayed = Make(Motion::TYPE_LOOPING);
     pDelayed->SetLoopDelay(0.5f, 0.5f);
     PlayState& delayed = Play(pDelayed);
-    delayed.Update(0.6f);
-    delayed.Update(0.6f);
-    EXPECT_EQ(PlayState::STATE_LOOP_DELAY, delayed.GetState());
+    Steps(delayed, {{0.6f, PlayState::STATE_PLAY}, {0.6f, PlayState::STATE_LOOP_DELAY, Any, 1.0f}});
     EXPECT_TRUE(delayed.HasLooped());
-    EXPECT_FLOAT_EQ(1.0f, delayed.GetWeight());
-    delayed.Update(0.25f);
-    EXPECT_EQ(PlayState::STATE_LOOP_DELAY, delayed.GetState());
-    EXPECT_FLOAT_EQ(0.25f, delayed.GetLoopTimer());
-    EXPECT_NEAR(1.2f, delayed.GetPosition(), 1e-5f);
-    delayed.Update(0.3f);
-    EXPECT_EQ(PlayState::STATE_PLAY, delayed.GetState());
-    EXPECT_NEAR(0.2f, delayed.GetPosition(), 1e-5f);
-}
+    Steps(delayed,
+          {{0.25f, PlayState::STATE_LOOP_DELAY, 1.2f, Any, 0.25f}, {0.3f, PlayState::STATE_PLAY, 0.2f}});
 
-TEST_F(PlayStateTest, HoldEndStaysInPlayWithNoMovementReported)
-{
-    PlayState& state = Play(OneSecond(Motion::TYPE_HOLD_END));
-    state.Update(0.6f);
-    state.Update(0.6f);
-    EXPECT_EQ(PlayState::STATE_PLAY, state.GetState());
-    EXPECT_FLOAT_EQ(state.GetPosition(), state.GetPreviousPosition());
-    EXPECT_FALSE(state.HasLooped());
-    EXPECT_FLOAT_EQ(1.0f, state.GetWeight());
+    // Hold end stays in play with no movement reported.
+    PlayState& hold = Play(Make(Motion::TYPE_HOLD_END));
+    Steps(hold, {{0.6f, PlayState::STATE_PLAY}, {0.6f, PlayState::STATE_PLAY, Any, 1.0f}});
+    EXPECT_FLOAT_EQ(hold.GetPosition(), hold.GetPreviousPosition());
+    EXPECT_FALSE(hold.HasLooped());
 }
 
 TEST_F(PlayStateTest, ExitRequestRunsExitDelayWhilePlayingThenFadesOut)
 {
-    Motion* pMotion = OneSecond(Motion::TYPE_LOOPING, 10.0f);
+    Motion* pMotion = Make(Motion::TYPE_LOOPING, 10.0f);
     pMotion->SetExitDelay(1.0f, 1.0f);
     pMotion->SetTransitionOutTime(0.5f);
-    PlayState& state = Play(pMotion);
-    state.Update(0.1f);
-    state.SetState(PlayState::STATE_EXIT_REQUEST);
-
-    state.Update(0.4f);
-    EXPECT_EQ(PlayState::STATE_EXIT_DELAY, state.GetState());
-    EXPECT_FLOAT_EQ(0.4f, state.GetExitTimer());
-    EXPECT_FLOAT_EQ(0.5f, state.GetPosition());
-    EXPECT_FLOAT_EQ(1.0f, state.GetWeight());
-    state.Update(0.4f);
-    EXPECT_EQ(PlayState::STATE_EXIT_DELAY, state.GetState());
-    state.Update(0.4f);
-    EXPECT_EQ(PlayState::STATE_TRANSITION_OUT, state.GetState());
-    EXPECT_FLOAT_EQ(0.4f, state.GetOutTimer());
-    EXPECT_NEAR(0.2f, state.GetWeight(), 1e-5f);
-    const float held = state.GetPosition();
-    state.Update(0.05f);
-    EXPECT_NEAR(0.1f, state.GetWeight(), 1e-5f);
-    EXPECT_FLOAT_EQ(held, state.GetPosition());
-    state.Update(0.05f);
-    EXPECT_EQ(PlayState::STATE_FINISHED, state.GetState());
-
+    PlayState& state = Leaving(pMotion);
+    Steps(state, {{0.4f, PlayState::STATE_EXIT_DELAY, 0.5f, 1.0f, 0.4f},
+                  {0.4f, PlayState::STATE_EXIT_DELAY},
+                  {0.4f, PlayState::STATE_TRANSITION_OUT, Any, 0.2f, 0.4f}});
+    const float held = state.GetPosition(); // the position holds while fading
+    Steps(state, {{0.05f, PlayState::STATE_TRANSITION_OUT, held, 0.1f}, {0.05f, PlayState::STATE_FINISHED}});
     // With no delay and no transition an exit takes one update.
-    PlayState& quick = Play(OneSecond(Motion::TYPE_LOOPING));
-    quick.Update(0.1f);
-    quick.SetState(PlayState::STATE_EXIT_REQUEST);
-    quick.Update(0.1f);
-    EXPECT_EQ(PlayState::STATE_FINISHED, quick.GetState());
-
+    Steps(Leaving(Make(Motion::TYPE_LOOPING)), {{0.1f, PlayState::STATE_FINISHED}});
     // A disabled exit delay or transition is skipped.
     PlayState& cut = Play(pMotion);
     cut.Update(0.1f);
     cut.SetExitDelayEnabled(false);
     cut.SetTransitionEnabled(false);
     cut.SetState(PlayState::STATE_EXIT_REQUEST);
-    cut.Update(0.1f);
-    EXPECT_EQ(PlayState::STATE_FINISHED, cut.GetState());
+    Steps(cut, {{0.1f, PlayState::STATE_FINISHED}});
 }
 
 TEST_F(PlayStateTest, OnlyRequestsTransitionInAndExitDelayCanBeSetFromOutside)
 {
-    PlayState& state = Play(OneSecond());
+    PlayState& state = Play(Make());
     for (int allowed : {0, 1, 2, 4, 7})
     {
         EXPECT_EQ("", AssertionText([&] { state.SetState(allowed); }));
@@ -244,21 +226,11 @@ TEST_F(PlayStateTest, OnlyRequestsTransitionInAndExitDelayCanBeSetFromOutside)
         EXPECT_EQ(7, state.GetState());
     }
     state.SetState(PlayState::STATE_PLAY_REQUEST);
-    state.Update(0.25f);
-    EXPECT_EQ(PlayState::STATE_PLAY, state.GetState());
-    EXPECT_FLOAT_EQ(0.25f, state.GetPosition());
-
+    Steps(state, {{0.25f, PlayState::STATE_PLAY, 0.25f}});
     EXPECT_NE(std::string::npos, AssertionText([&] { state.SetRate(-1.0f); }).find("rate >= 0.0f"));
-}
 
-TEST_F(PlayStateTest, StateTextsOfTheLists)
-{
-    EXPECT_STREQ("Start Delay", PlayState::GetStateText(3));
-    EXPECT_STREQ("Transition In", PlayState::GetStateText(4));
-    EXPECT_STREQ("Playing", PlayState::GetStateText(5));
-    EXPECT_STREQ("Loop Delay", PlayState::GetStateText(6));
-    EXPECT_STREQ("Exit Delay", PlayState::GetStateText(7));
-    EXPECT_STREQ("Transition Out", PlayState::GetStateText(8));
-    EXPECT_STREQ("Exiting", PlayState::GetStateText(9));
-    EXPECT_STREQ("", PlayState::GetStateText(0));
+    const char* const texts[] = {"",        "",           "",           "Start Delay",    "Transition In",
+                                 "Playing", "Loop Delay", "Exit Delay", "Transition Out", "Exiting"};
+    for (int i = 0; i < 10; ++i)
+        EXPECT_STREQ(texts[i], PlayState::GetStateText(i)) << i;
 }
