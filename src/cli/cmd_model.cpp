@@ -731,7 +731,8 @@ int RunDiff(const std::string& fileA, const std::string& fileB, const DiffOption
 }
 
 const char* const s_genericHelp =
-    "Folder mounted as GENERIC, where cross-referenced models and shared shaders are found";
+    "Folder mounted as GENERIC, where cross-referenced models and shared shaders are found (by default "
+    "the generic tree of the project that holds the file, with its final tree as DATA)";
 const char* const s_detailHelp = "Reading quality of final textures: 0 flat grey, 1 and 2 leave out the top "
                                  "two or one levels, 3 all levels";
 

@@ -1,35 +1,39 @@
 #include "foundation/debug.h"
 #include "logging/consolelistener.h"
-#include "storage/userpath.h"
 #include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 
-TEST(Console, ShowsErrorsAndWarningsAndTracesOnlyWhenVerbose)
+TEST(Console, ShowsErrorsAndWarningsAlwaysTracesWhenVerboseNamesInTheUsersForm)
 {
-    const auto trace = [] { dbTracef("RENDER - Driver[null]"); };
-    const auto tagged = [] { dbTagf(FourCC("RMUS"), "Loading model 'TOOL:/tmp/a.tqm'..."); };
-    const auto error = [] { dbErrorf("one\ntwo"); };
-    const auto warning = [] { dbWarningAt("x.cpp", 7, "TEXTURES -- 'TOOL:\\tmp\\b.xyz': Unrecognized"); };
+    enum Kind
+    {
+        Trace,
+        Tagged,
+        Error,
+        Warning
+    };
     const struct
     {
-        std::function<void()> log;
+        Kind kind;
+        const char* text;
         bool verbose, listening;
         const char* shown;
     } cases[] = {
-        {trace, false, true, ""},
-        {trace, true, true, "RENDER - Driver[null]\n"},
-        {tagged, false, true, ""},
-        {tagged, true, true, "RMUS: Loading model '/tmp/a.tqm'...\n"},
-        {error, false, true, "one\ntwo\n"},
-        {warning, false, true, "x.cpp(7): WARNING: TEXTURES -- '/tmp/b.xyz': Unrecognized\n"},
-        // Nobody listens: the debugger's channel, which writes nothing without a debugger, and does
-        // not repeat what the console showed.
-        {trace, false, false, ""},
-        {error, false, false, "one\ntwo\n"},
+        {Trace, "RENDER - Driver[null]", false, true, ""},
+        {Trace, "RENDER - Driver[null]", true, true, "RENDER - Driver[null]\n"},
+        {Tagged, "Loading 'TOOL:/tmp/a.tqm'", false, true, ""},
+        {Tagged, "Loading 'TOOL:/tmp/a.tqm'", true, true, "RMUS: Loading '/tmp/a.tqm'\n"},
+        // The alias split drops the leading separator of "TOOL:"'s full path; it is put back.
+        {Error, "one\nUnable to write 'TOOL:a\\b.sgm' from TOOL:\\c", false, true,
+         "one\nUnable to write '/a/b.sgm' from /c\n"},
+        {Warning, "DATA:art\\x.tga, MYTOOL:x", false, true, "x.cpp(7): WARNING: DATA:art/x.tga, MYTOOL:x\n"},
+        // Nobody listens: the debugger's channel, silent without a debugger, and never a repeat of
+        // what the console showed.
+        {Trace, "alone", false, false, ""},
+        {Error, "alone", false, false, "alone\n"},
     };
     for (const auto& c : cases)
     {
@@ -38,33 +42,17 @@ TEST(Console, ShowsErrorsAndWarningsAndTracesOnlyWhenVerbose)
         auto pLog = c.listening ? std::make_unique<LogCapture>() : nullptr;
         dbg::StartConsole(c.verbose);
         testing::internal::CaptureStderr();
-        c.log();
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), c.shown);
+        if (c.kind == Trace)
+            dbTracef("%s", c.text);
+        else if (c.kind == Tagged)
+            dbTagf(FourCC("RMUS"), "%s", c.text);
+        else if (c.kind == Error)
+            dbErrorf("%s", c.text);
+        else
+            dbWarningAt("x.cpp", 7, "%s", c.text);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), c.shown) << c.text;
         EXPECT_TRUE(dbg::StopConsole());
-        if (pLog)
-        {
-            EXPECT_GE(pLog->Size(), 1u) << c.shown << ": the listeners get every line";
-        }
+        EXPECT_TRUE(!pLog || pLog->Size() >= 1) << c.text << ": the listeners get every line";
     }
     EXPECT_FALSE(dbg::StopConsole()) << "stopped already";
-}
-
-TEST(Console, NamesInTheSystemsFormAreShownAsTheUserTypesThem)
-{
-    const struct
-    {
-        const char* text;
-        const char* user;
-    } cases[] = {
-        {"TOOL:\\tmp\\x.sgm", "/tmp/x.sgm"},
-        {"TOOL:tmp\\x.sgm", "/tmp/x.sgm"}, // the alias split dropped the leading separator
-        {"DATA:art\\x.tga", "DATA:art/x.tga"},
-        {"Unable to write 'TOOL:\\a\\b.sgm'!", "Unable to write '/a/b.sgm'!"},
-        {"from TOOL:a\\b to TOOL:\\c", "from /a/b to /c"},
-        {"MYTOOL:x and TOOL_X", "MYTOOL:x and TOOL_X"},
-        {"Exporting File \\tmp\\w.sgm...", "Exporting File /tmp/w.sgm..."},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(UserPath::InText(c.text), c.user) << c.text;
-    EXPECT_EQ(UserPath::FromName("TOOL:home\\artist\\walk.sgm"), "/home/artist/walk.sgm");
 }
