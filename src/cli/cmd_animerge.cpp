@@ -3,6 +3,7 @@
 // A setting of the flags or a reset holds only for the one process, so these are mostly for
 // trying a command out; scripts call the commands themselves (tq7z run).
 #include "cli/command.h"
+#include "cli/outputfile.h"
 
 #include "cli/scriptcommand.h"
 
@@ -41,6 +42,17 @@ cli::CommandRegistrar s_animerge(
         animerge->callback(
             [files, &exitCode]
             {
+                // The merge writes MERGE as .sgm, with its .ebp, whatever it ends in.
+                if (!cli::CheckOutputExtension("animerge", files->front(), {".sgm"}))
+                {
+                    exitCode = 2;
+                    return;
+                }
+                if (!cli::CheckOutputFolder("animerge", files->front()))
+                {
+                    exitCode = 1;
+                    return;
+                }
                 exitCode = cli::CallPrimitive("tq7z_animerge", Strings(*files));
                 // A set-up that fails says nothing to the artist; the command line says where to look.
                 if (exitCode == 1)

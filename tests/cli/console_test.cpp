@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <regex>
 
@@ -63,18 +64,21 @@ TEST(Console, CommandsThatWriteRefuseUnknownFormsAndFoldersTheyCannotWrite)
 {
     const struct
     {
-        std::vector<std::string> args; // OUT is appended
+        std::vector<std::string> args; // "OUT" stands for the file to write
         const char* extension;         // one that the command writes
         const char* forms;             // the forms its refusal lists
     } cases[] = {
-        {{"export", kSamples + "/project/art/source/units/scout/walk.json"},
+        {{"export", kSamples + "/project/art/source/units/scout/walk.json", "OUT"},
          ".sgm",
          "writes .sgm, not '.xyz'"},
-        {{"model", "convert", kSamples + "/models/walker.sgm"}, ".tqm", "the forms written are .sgm"},
-        {{"image", "convert", kSamples + "/images/walker_diffuse.tga"},
+        {{"model", "convert", kSamples + "/models/walker.sgm", "OUT"}, ".tqm", "the forms written are .sgm"},
+        {{"animerge", "OUT", kSamples + "/models/walker.sgm", kSamples + "/models/walker.sgm"},
+         ".sgm",
+         "writes .sgm"},
+        {{"image", "convert", kSamples + "/images/walker_diffuse.tga", "OUT"},
          ".img",
          "writes .tga, .jpg, .dds or .img"},
-        {{"pattern", "build", kSamples + "/project/art/source/texture_share_scout.tga"},
+        {{"pattern", "build", kSamples + "/project/art/source/texture_share_scout.tga", "OUT"},
          ".tqp",
          "writes .tqp"},
     };
@@ -85,12 +89,13 @@ TEST(Console, CommandsThatWriteRefuseUnknownFormsAndFoldersTheyCannotWrite)
         // A folder under a regular file cannot be made, even by root.
         const std::string blocker = folder.Write("notes.txt", "a file");
         std::vector<std::string> args = c.args;
-        args.push_back(folder / "out.xyz");
+        std::string& out = *std::find(args.begin(), args.end(), "OUT");
+        out = folder / "out.xyz";
         ToolRun run = RunTool(args);
         EXPECT_EQ(run.status, 2);
         EXPECT_NE(run.err.find(c.forms), std::string::npos) << run.err;
 
-        args.back() = blocker + "/sub/out" + c.extension;
+        out = blocker + "/sub/out" + c.extension;
         run = RunTool(args);
         EXPECT_EQ(run.status, 1);
         EXPECT_NE(run.err.find("cannot be written: " + blocker + " is a file, not a folder"),
