@@ -135,14 +135,6 @@ TEST_F(RenderModelTest, SelectionComesFromTheGroupsBoundVolume)
     EXPECT_EQ(centre[0], 1.0f);
     EXPECT_EQ(centre[1], 3.0f);
     EXPECT_EQ(model.GetSelectionVolume(), box);
-
-    const float otherExtents[2] = {7, 8}, otherCentre[2] = {9, 10};
-    model.SetSelectionBox(otherExtents, otherCentre);
-    model.SetSelectionType(3);
-    model.GetSelectionBox(extents, centre);
-    EXPECT_EQ(extents[1], 8.0f);
-    EXPECT_EQ(centre[0], 9.0f);
-    EXPECT_EQ(model.GetSelectionType(), 3);
 }
 
 TEST_F(RenderModelTest, DroppingTheModelReleasesItsMeshes)

@@ -41,30 +41,28 @@ ControlInfo Target(int32 targetType)
     return info;
 }
 
+// The mappings of a node, from a count and an entry of each family.
+template <class CountT, class EntryT>
+std::vector<int32> Mappings(const AnimListNode& node, CountT count, EntryT entry)
+{
+    std::vector<int32> cMapping;
+    for (int i = 0; i < int((node.*count)()); ++i)
+        cMapping.push_back((node.*entry)(i));
+    return cMapping;
+}
+
 std::vector<int32> BoneMappings(const AnimListNode& node)
 {
-    std::vector<int32> cMapping;
-    for (size_t i = 0; i < node.GetBoneMappingCount(); ++i)
-        cMapping.push_back(node.GetBoneMapping(int(i)));
-    return cMapping;
+    return Mappings(node, &AnimListNode::GetBoneMappingCount, &AnimListNode::GetBoneMapping);
 }
-
 std::vector<int32> CameraMappings(const AnimListNode& node)
 {
-    std::vector<int32> cMapping;
-    for (int i = 0; i < node.GetCameraMappingCount(); ++i)
-        cMapping.push_back(node.GetCameraMapping(i));
-    return cMapping;
+    return Mappings(node, &AnimListNode::GetCameraMappingCount, &AnimListNode::GetCameraMapping);
 }
-
 std::vector<int32> ControlMappings(const AnimListNode& node)
 {
-    std::vector<int32> cMapping;
-    for (int i = 0; i < node.GetNumControlMappings(); ++i)
-        cMapping.push_back(node.GetControlMapping(i));
-    return cMapping;
+    return Mappings(node, &AnimListNode::GetNumControlMappings, &AnimListNode::GetControlMapping);
 }
-
 } // namespace
 
 // A model "hero" with bones root, arm, hand; cameras cam1, cam2; shaders skin, metal; meshes body,
