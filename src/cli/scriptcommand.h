@@ -2,6 +2,7 @@
 #pragma once
 
 #include "scripts/primitive.h"
+#include "storage/userpath.h"
 
 #include <cstdio>
 #include <string>
@@ -25,13 +26,14 @@ inline int CallPrimitive(const char* name, const std::vector<Script::Value>& cAr
         std::fflush(stdout);
         return result.IsTrue() ? 0 : 1;
     }
+    // The texts name files in the system's form; the user reads them as typed.
     catch (const Script::ScriptError& error)
     {
-        std::fprintf(stderr, "%s\n", error.GetText().c_str());
+        std::fprintf(stderr, "%s\n", UserPath::InText(error.GetText().c_str()).c_str());
     }
     catch (const std::string& text)
     {
-        std::fprintf(stderr, "%s", text.c_str());
+        std::fprintf(stderr, "%s", UserPath::InText(text.c_str()).c_str());
     }
     return 2;
 }

@@ -2,6 +2,7 @@
 // which keep the value a script gives them until the process ends.
 #include "merge/animerge.h"
 #include "scripts/primitive.h"
+#include "storage/userpath.h"
 
 namespace Script
 {
@@ -35,7 +36,9 @@ Value AniMergeCommand(const Value* argList, int count)
         for (int i = 2; i < count; ++i)
             arguments.cAnimFile.push_back(FullName(argList[i]));
     }
-    return Value::Boolean(AniMerge::Run(arguments, s_flags, &ListenerPrint));
+    // The merge's texts name files in the system's form; the artist reads them as typed.
+    return Value::Boolean(AniMerge::Run(
+        arguments, s_flags, [](const std::string& text) { ListenerPrint(UserPath::InText(text.c_str())); }));
 }
 
 Value AniMergeFlagsCommand(const Value* argList, int count)
