@@ -202,7 +202,7 @@ TEST(ImageChunk, DamagedChunksGiveNullAndLeaveTheReaderBehindTheFolder)
     {
         LogCapture log;
         EXPECT_EQ(LoadImage(ImageFolder(2, attributes, dataBytes)), nullptr) << message;
-        EXPECT_TRUE(log.Has(message)) << message;
+        EXPECT_TRUE(Logged(log, message)) << message;
     }
     // A newer attribute version is the container's refusal.
     EXPECT_THROW(LoadImage(ImageFolder(3, {0, 1, 1, 1}, -1)), Chunky::Exception);

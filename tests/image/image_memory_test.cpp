@@ -169,34 +169,26 @@ TEST(ImageConvert, PixelsOfEachPairWorkedOutByHand)
 {
     // Source type, width, its bytes; target type, the bytes expected. Colours are blue, green,
     // red, alpha in memory; 16-bit values little-endian.
+    const int RGBA32 = IMAGETYPE_RGBA32;
+    // clang-format off
     const std::tuple<int, uint32, std::vector<uint8>, int, std::vector<uint8>> cases[] = {
         // 565 widens each field to the nearest byte; no alpha, so 0xFF. 0x8401: red 16 -> 131.6 ->
         // 132; green 32 -> 129.5.. -> 130; blue 1 -> 8.2 -> 8.
-        {IMAGETYPE_RGB565,
-         4,
-         {0x00, 0xF8, 0xE0, 0x07, 0x1F, 0x00, 0x01, 0x84},
-         IMAGETYPE_RGBA32,
+        {IMAGETYPE_RGB565, 4, {0x00, 0xF8, 0xE0, 0x07, 0x1F, 0x00, 0x01, 0x84}, RGBA32,
          {0, 0, 255, 255, 0, 255, 0, 255, 255, 0, 0, 255, 8, 130, 132, 255}},
         // 1555: alpha the top bit, then 5 bits each of red, green, blue.
-        {IMAGETYPE_RGBA5551,
-         3,
-         {0x00, 0x80, 0x00, 0x7C, 0x21, 0x04},
-         IMAGETYPE_RGBA32,
-         {0, 0, 0, 255, 0, 0, 255, 0, 8, 8, 8, 0}},
+        {IMAGETYPE_RGBA5551, 3, {0x00, 0x80, 0x00, 0x7C, 0x21, 0x04}, RGBA32, {0, 0, 0, 255, 0, 0, 255, 0, 8, 8, 8, 0}},
         // 4444: alpha, red, green, blue nibbles; a nibble n widens to n * 17.
-        {IMAGETYPE_RGBA4444, 2, {0x34, 0x12, 0xF0, 0xF0}, IMAGETYPE_RGBA32, {68, 51, 34, 17, 0, 255, 0, 255}},
-        {IMAGETYPE_LUMINANCE,
-         2,
-         {0x40, 0xFE},
-         IMAGETYPE_RGBA32,
-         {0x40, 0x40, 0x40, 0xFF, 0xFE, 0xFE, 0xFE, 0xFF}},
-        {IMAGETYPE_RGB888, 1, {1, 2, 3}, IMAGETYPE_RGBA32, {1, 2, 3, 0xFF}},
+        {IMAGETYPE_RGBA4444, 2, {0x34, 0x12, 0xF0, 0xF0}, RGBA32, {68, 51, 34, 17, 0, 255, 0, 255}},
+        {IMAGETYPE_LUMINANCE, 2, {0x40, 0xFE}, RGBA32, {0x40, 0x40, 0x40, 0xFF, 0xFE, 0xFE, 0xFE, 0xFF}},
+        {IMAGETYPE_RGB888, 1, {1, 2, 3}, RGBA32, {1, 2, 3, 0xFF}},
         // 128 -> (128*15+127)/255 = 8; 8 -> 0; 9 -> 1; alpha 255 -> 15.
-        {IMAGETYPE_RGBA32, 2, {68, 51, 34, 17, 9, 8, 128, 255}, IMAGETYPE_RGBA4444, {0x34, 0x12, 0x01, 0xF8}},
-        {IMAGETYPE_RGBA32, 2, {68, 51, 34, 17, 9, 8, 128, 255}, IMAGETYPE_RGB888, {68, 51, 34, 9, 8, 128}},
+        {RGBA32, 2, {68, 51, 34, 17, 9, 8, 128, 255}, IMAGETYPE_RGBA4444, {0x34, 0x12, 0x01, 0xF8}},
+        {RGBA32, 2, {68, 51, 34, 17, 9, 8, 128, 255}, IMAGETYPE_RGB888, {68, 51, 34, 9, 8, 128}},
         // Index bytes copy to luminance.
         {IMAGETYPE_PALETTE, 4, {0, 7, 255, 3}, IMAGETYPE_LUMINANCE, {0, 7, 255, 3}},
     };
+    // clang-format on
     for (const auto& [from, w, bytes, to, expected] : cases)
     {
         auto p = Image::Convert(to, *WithBytes(from, w, 1, bytes));

@@ -54,6 +54,12 @@ struct Bytes
     }
     Bytes& u16(uint32 x) { return u8(x).u8(x >> 8); }
     Bytes& u32(uint32 x) { return u16(x).u16(x >> 16); }
+    Bytes& u8s(std::initializer_list<uint32> xs)
+    {
+        for (uint32 x : xs)
+            u8(x);
+        return *this;
+    }
     Bytes& be16(uint32 x) { return u8(x >> 8).u8(x); }
     Bytes& be32(uint32 x) { return be16(x >> 16).be16(x); }
     Bytes& text(const char* s)
@@ -97,6 +103,12 @@ inline std::vector<uint8> WriteTo(const std::function<void(ByteStreamAdapter&)>&
     write(adapter);
     const uint8* p = stream.GetBuffer();
     return std::vector<uint8>(p, p + stream.GetLength());
+}
+
+// Whether `text` was logged; an empty text asks nothing.
+inline bool Logged(const LogCapture& log, const char* text)
+{
+    return *text == '\0' || log.Has(text);
 }
 
 // A file reader (ImageLoad::LoadTGA and the like) with its source format.
