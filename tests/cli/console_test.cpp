@@ -62,25 +62,20 @@ TEST(Console, EachSubcommandOnTheSamplesShowsNoTracesOrInternalNames)
 
 TEST(Console, CommandsThatWriteRefuseUnknownFormsAndFoldersTheyCannotWrite)
 {
+    const std::string walker = kSamples + "/models/walker.sgm", art = kSamples + "/project/art/source/";
     const struct
     {
         std::vector<std::string> args; // "OUT" stands for the file to write
         const char* extension;         // one that the command writes
         const char* forms;             // the forms its refusal lists
     } cases[] = {
-        {{"export", kSamples + "/project/art/source/units/scout/walk.json", "OUT"},
-         ".sgm",
-         "writes .sgm, not '.xyz'"},
-        {{"model", "convert", kSamples + "/models/walker.sgm", "OUT"}, ".tqm", "the forms written are .sgm"},
-        {{"animerge", "OUT", kSamples + "/models/walker.sgm", kSamples + "/models/walker.sgm"},
-         ".sgm",
-         "writes .sgm"},
+        {{"export", art + "units/scout/walk.json", "OUT"}, ".sgm", "writes .sgm, not '.xyz'"},
+        {{"model", "convert", walker, "OUT"}, ".tqm", "the forms written are .sgm"},
+        {{"animerge", "OUT", walker, walker}, ".sgm", "writes .sgm"},
         {{"image", "convert", kSamples + "/images/walker_diffuse.tga", "OUT"},
          ".img",
-         "writes .tga, .jpg, .dds or .img"},
-        {{"pattern", "build", kSamples + "/project/art/source/texture_share_scout.tga", "OUT"},
-         ".tqp",
-         "writes .tqp"},
+         "writes .tga, .jpg, .dds"},
+        {{"pattern", "build", art + "texture_share_scout.tga", "OUT"}, ".tqp", "writes .tqp"},
     };
     for (const auto& c : cases)
     {
@@ -98,9 +93,7 @@ TEST(Console, CommandsThatWriteRefuseUnknownFormsAndFoldersTheyCannotWrite)
         out = blocker + "/sub/out" + c.extension;
         run = RunTool(args);
         EXPECT_EQ(run.status, 1);
-        EXPECT_NE(run.err.find("cannot be written: " + blocker + " is a file, not a folder"),
-                  std::string::npos)
-            << run.err;
+        EXPECT_NE(run.err.find(blocker + " is a file, not a folder"), std::string::npos) << run.err;
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1)
             << "nothing written";
     }
