@@ -69,15 +69,11 @@ TEST(AnimEvaluate, ControlStreamsCarryTheirTargetsAndEvaluateToZeroWithoutKeys)
 {
     Anim anim("Fade");
     anim.SetTime(0.5f);
-    ControlInfo opacity;
-    opacity.targetType = ControlInfo::Target_Shader;
-    opacity.m_index = 3;
-    opacity.channel = 4;
-    opacity.parameter = ControlInfo::Parameter_Colour;
+    const ControlInfo opacity =
+        anim_test::Control(ControlInfo::Target_Shader, 4, ControlInfo::Parameter_Colour, 3);
     EXPECT_EQ(0, anim.AddControlStream(ra::MakeName("glass"), opacity, anim_test::Keys(1.0f, 0.0f)));
-    ControlInfo visibility;
-    visibility.targetType = ControlInfo::Target_Mesh;
-    EXPECT_EQ(1, anim.AddControlStream(ra::MakeName("door"), visibility, nullptr));
+    EXPECT_EQ(1, anim.AddControlStream(ra::MakeName("door"), anim_test::Control(ControlInfo::Target_Mesh),
+                                       nullptr));
 
     EXPECT_EQ(opacity, anim.GetControlInfo(0));
     EXPECT_TRUE(anim.GetControlInfo(1).IsMeshVisibility());

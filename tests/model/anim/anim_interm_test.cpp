@@ -17,6 +17,7 @@
 #include <memory>
 #include <vector>
 
+using anim_test::Control;
 using anim_test::ExpectQuat;
 using anim_test::ExpectVec;
 using anim_test::Keys;
@@ -50,14 +51,6 @@ std::unique_ptr<Skeleton> Chain(const ra::Quat& rootRotation = ra::Quat())
 const float kHalfRoot2 = 0.70710677f;
 const float kHalfRoot3 = 0.86602540f;
 
-ControlInfo Info(int32 targetType, int32 channel, int32 parameter)
-{
-    ControlInfo info;
-    info.targetType = targetType;
-    info.channel = channel;
-    info.parameter = parameter;
-    return info;
-}
 } // namespace
 
 TEST(AnimIntermBones, LocalStreamsComeFromTheParentsSampleAtTheSameKey)
@@ -224,21 +217,21 @@ TEST_F(AnimIntermControls, BaseValuesComeOffAndStreamsThatDoNothingGo)
     AnimInterm anim("Glow");
     const ra::Name skin = ra::MakeName("skin");
     // Diffuse by its second byte 0x33: base 0.2. Opacity by its alpha 0x66: base 0.4.
-    anim.AddControlStream(skin, Info(ControlInfo::Target_Shader, 0, 0), Keys(0.7f, 0.2f));
-    anim.AddControlStream(skin, Info(ControlInfo::Target_Shader, 4, 0), Keys(0.9f, 0.4f));
+    anim.AddControlStream(skin, Control(ControlInfo::Target_Shader, 0, 0), Keys(0.7f, 0.2f));
+    anim.AddControlStream(skin, Control(ControlInfo::Target_Shader, 4, 0), Keys(0.9f, 0.4f));
     // Offsets: base transform (0.25, 0.5) after the inverse of scale 2 and move (0.1, 0.2) is
     // (0.075, 0.15).
-    anim.AddControlStream(skin, Info(ControlInfo::Target_Shader, 1, 1), Keys(0.075f, 0.575f));
-    anim.AddControlStream(skin, Info(ControlInfo::Target_Shader, 1, 2), Keys(0.15f, 0.153f));
+    anim.AddControlStream(skin, Control(ControlInfo::Target_Shader, 1, 1), Keys(0.075f, 0.575f));
+    anim.AddControlStream(skin, Control(ControlInfo::Target_Shader, 1, 2), Keys(0.15f, 0.153f));
     // Scales have no base.
-    anim.AddControlStream(skin, Info(ControlInfo::Target_Shader, 2, 3), Keys(0.004f, -0.004f));
-    anim.AddControlStream(skin, Info(ControlInfo::Target_Shader, 2, 4), Keys(0.0f, 0.5f));
+    anim.AddControlStream(skin, Control(ControlInfo::Target_Shader, 2, 3), Keys(0.004f, -0.004f));
+    anim.AddControlStream(skin, Control(ControlInfo::Target_Shader, 2, 4), Keys(0.0f, 0.5f));
     // Visibility stays whatever its values.
-    anim.AddControlStream(ra::MakeName("head"), Info(ControlInfo::Target_Mesh, 0, 0), Keys(0.0f, 0.0f));
+    anim.AddControlStream(ra::MakeName("head"), Control(ControlInfo::Target_Mesh, 0, 0), Keys(0.0f, 0.0f));
     // A shader the group lacks keeps its values and no index.
-    anim.AddControlStream(ra::MakeName("ghost"), Info(ControlInfo::Target_Shader, 0, 0), Keys(0.0f, 1.0f));
+    anim.AddControlStream(ra::MakeName("ghost"), Control(ControlInfo::Target_Shader, 0, 0), Keys(0.0f, 1.0f));
     // Exactly the base throughout: nothing to do.
-    anim.AddControlStream(skin, Info(ControlInfo::Target_Shader, 0, 0), Keys(0.2f, 0.2f));
+    anim.AddControlStream(skin, Control(ControlInfo::Target_Shader, 0, 0), Keys(0.2f, 0.2f));
 
     anim.FixControlStreams(m_group);
 
@@ -264,9 +257,9 @@ TEST_F(AnimIntermControls, BaseValuesComeOffAndStreamsThatDoNothingGo)
 TEST_F(AnimIntermControls, MeshesWithoutVisibilityGetAHiddenDefault)
 {
     AnimInterm anim("Open");
-    anim.AddControlStream(ra::MakeName("body"), Info(ControlInfo::Target_Mesh, 0, 0), Keys(1.0f, 0.0f));
+    anim.AddControlStream(ra::MakeName("body"), Control(ControlInfo::Target_Mesh, 0, 0), Keys(1.0f, 0.0f));
     // A stream of the mesh that drives something else is not its visibility.
-    anim.AddControlStream(ra::MakeName("head"), Info(ControlInfo::Target_Mesh, 0, 1), Keys(1.0f, 0.0f));
+    anim.AddControlStream(ra::MakeName("head"), Control(ControlInfo::Target_Mesh, 0, 1), Keys(1.0f, 0.0f));
 
     anim.AddDefaultVisibilityStreams(m_group);
 
@@ -302,7 +295,8 @@ TEST_F(AnimIntermControls, TheKeptSourceHoldsUntilTheAnimationOrTheModelChanges)
         0, Matrices({ra::Matrix34::Identity(), Rows({0, 1, 0}, {-1, 0, 0}, {0, 0, 1}, {1, 2, 3})}));
     source.SetBoneMatrixStream(1, Matrices({Rows({1, 0, 0}, {0, 0, 1}, {0, -1, 0}, {0, 5, 0}),
                                             Rows({0, 1, 0}, {-1, 0, 0}, {0, 0, 1}, {-4, 2, 3})}));
-    source.AddControlStream(ra::MakeName("skin"), Info(ControlInfo::Target_Shader, 0, 0), Keys(0.7f, 0.2f));
+    source.AddControlStream(ra::MakeName("skin"), Control(ControlInfo::Target_Shader, 0, 0),
+                            Keys(0.7f, 0.2f));
     auto pTurn = std::make_unique<CameraRotationStream>(1);
     pTurn->SetValue(0, {0, 0, 0, -1});
     source.AddCamera(ra::MakeName("cam"), nullptr, std::move(pTurn));

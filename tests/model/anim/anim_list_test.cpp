@@ -34,13 +34,6 @@ std::unique_ptr<ControlStream> OneKey(float value)
     return pStream;
 }
 
-ControlInfo Target(int32 targetType)
-{
-    ControlInfo info;
-    info.targetType = targetType;
-    return info;
-}
-
 // The mappings of a node, from a count and an entry of each family.
 template <class CountT, class EntryT>
 std::vector<int32> Mappings(const AnimListNode& node, CountT count, EntryT entry)
@@ -122,12 +115,12 @@ TEST_F(AnimListTest, LocalAnimationMapsBonesInSkeletonOrderAndTheRestByName)
     pAnim->SetBoneName(1, N("arm"));
     pAnim->SetBoneName(2, N("root"));
     pAnim->AddCamera(N("cam2"), nullptr, nullptr);
-    pAnim->AddControlStream(N("metal"), Target(ControlInfo::Target_Shader), OneKey(1));
-    pAnim->AddControlStream(N("head"), Target(ControlInfo::Target_Mesh), OneKey(1));
-    pAnim->AddControlStream(N("skin"), Target(1), OneKey(1));
-    pAnim->AddControlStream(N("nothing"), Target(ControlInfo::Target_Shader), OneKey(1));
+    pAnim->AddControlStream(N("metal"), anim_test::Control(ControlInfo::Target_Shader), OneKey(1));
+    pAnim->AddControlStream(N("head"), anim_test::Control(ControlInfo::Target_Mesh), OneKey(1));
+    pAnim->AddControlStream(N("skin"), anim_test::Control(1), OneKey(1));
+    pAnim->AddControlStream(N("nothing"), anim_test::Control(ControlInfo::Target_Shader), OneKey(1));
     // A shader name under the mesh target is looked up among meshes.
-    pAnim->AddControlStream(N("skin"), Target(ControlInfo::Target_Mesh), OneKey(1));
+    pAnim->AddControlStream(N("skin"), anim_test::Control(ControlInfo::Target_Mesh), OneKey(1));
 
     EXPECT_EQ(0, m_list.AddAnim(Node(std::move(pAnim)), false));
 
@@ -158,11 +151,11 @@ TEST_F(AnimListTest, CrossReferencedAnimationMapsBonesByName)
 TEST_F(AnimListTest, ShaderFlagsFollowTheShaderStreamsOfEveryNode)
 {
     auto pMetal = std::make_unique<Anim>("shine");
-    pMetal->AddControlStream(N("metal"), Target(ControlInfo::Target_Shader), OneKey(1));
+    pMetal->AddControlStream(N("metal"), anim_test::Control(ControlInfo::Target_Shader), OneKey(1));
     // A mesh stream at the same index as a shader sets nothing.
     auto pSkin = std::make_unique<Anim>("blush");
-    pSkin->AddControlStream(N("body"), Target(ControlInfo::Target_Mesh), OneKey(1));
-    pSkin->AddControlStream(N("skin"), Target(ControlInfo::Target_Shader), OneKey(1));
+    pSkin->AddControlStream(N("body"), anim_test::Control(ControlInfo::Target_Mesh), OneKey(1));
+    pSkin->AddControlStream(N("skin"), anim_test::Control(ControlInfo::Target_Shader), OneKey(1));
     m_list.AddAnim(Node(std::move(pMetal)), false);
     m_list.AddAnim(Node(std::move(pSkin)), false);
 
@@ -204,8 +197,8 @@ TEST_F(AnimListTest, MissingAnimationGetsAnEmptyStandInWithTheModelsBones)
 TEST_F(AnimListTest, MismatchedNodesAreAssertionsAndAreMappedAnyway)
 {
     auto pAnim = std::make_unique<Anim>("run");
-    pAnim->AddControlStream(N("skin"), Target(ControlInfo::Target_Shader), OneKey(1));
-    pAnim->AddControlStream(N("head"), Target(ControlInfo::Target_Mesh), OneKey(1));
+    pAnim->AddControlStream(N("skin"), anim_test::Control(ControlInfo::Target_Shader), OneKey(1));
+    pAnim->AddControlStream(N("head"), anim_test::Control(ControlInfo::Target_Mesh), OneKey(1));
     auto pNode = std::make_unique<AnimListNode>(2, 2, 0);
     pNode->SetAnim(Anim::AddToInventory(std::move(pAnim)));
     AnimListNode* pRaw = pNode.get();

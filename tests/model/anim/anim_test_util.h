@@ -2,6 +2,7 @@
 // streams, and the text of the assertion that a call trips.
 #pragma once
 
+#include "model/anim/anim.h"
 #include "model/anim/animstream.h"
 
 #include "foundation/debug.h"
@@ -27,6 +28,17 @@ inline void ExpectQuat(const ra::Quat& expected, const ra::Quat& actual, float t
     EXPECT_NEAR(expected.y, actual.y, tolerance);
     EXPECT_NEAR(expected.z, actual.z, tolerance);
     EXPECT_NEAR(expected.w, actual.w, tolerance);
+}
+
+// What a control stream drives: target, channel, parameter and the target's place in the group.
+inline ControlInfo Control(int32 targetType, int32 channel = 0, int32 parameter = 0, int32 index = -1)
+{
+    ControlInfo info;
+    info.targetType = targetType;
+    info.m_index = index;
+    info.channel = channel;
+    info.parameter = parameter;
+    return info;
 }
 
 // Values v0 at time 0 and v1 at time 1.

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "model/anim/anim.h"
+#include "model/anim/anim_test_util.h"
 #include "model/anim/animlist.h"
 #include "model/event/eventdata.h"
 #include "model/file/generic/generic_test_util.h"
@@ -330,20 +331,15 @@ inline std::unique_ptr<RenderModel> BuildWalker(const WalkerOptions& options = W
                                                            {0.5f, ra::QuatFromAxisAngle({0, 1, 0}, 0.1f * f)},
                                                            {1.0f, {0, 0, 0, 1}}}));
     }
-    ControlInfo colour;
-    colour.targetType = ControlInfo::Target_Shader;
-    colour.channel = Shader::CN_Diffuse;
-    colour.parameter = ControlInfo::Parameter_Colour;
     // The shader's and the mesh's places in the group, as the exporter sets them.
-    colour.m_index = 1;
-    pWalk->AddControlStream(ra::MakeName("walker_glow"), colour,
-                            Keys<ControlStream>({{0.0f, 0.0f}, {0.5f, -0.25f}, {1.0f, 0.0f}}));
-    ControlInfo visibility;
-    visibility.targetType = ControlInfo::Target_Mesh;
-    visibility.parameter = ControlInfo::Parameter_Visibility;
-    visibility.m_index = 1;
-    pWalk->AddControlStream(ra::MakeName("gun"), visibility,
-                            Keys<ControlStream>({{0.0f, 1.0f}, {0.75f, 0.0f}}));
+    pWalk->AddControlStream(
+        ra::MakeName("walker_glow"),
+        anim_test::Control(ControlInfo::Target_Shader, Shader::CN_Diffuse, ControlInfo::Parameter_Colour, 1),
+        Keys<ControlStream>({{0.0f, 0.0f}, {0.5f, -0.25f}, {1.0f, 0.0f}}));
+    pWalk->AddControlStream(
+        ra::MakeName("gun"),
+        anim_test::Control(ControlInfo::Target_Mesh, 0, ControlInfo::Parameter_Visibility, 1),
+        Keys<ControlStream>({{0.0f, 1.0f}, {0.75f, 0.0f}}));
     pWalk->AddCamera(ra::MakeName("portrait"),
                      Keys<CameraPositionStream>({{0.0f, {0, 1.5f, 3}}, {1.0f, {1, 1.5f, 3}}}),
                      Keys<CameraRotationStream>({{0.0f, {0, 0, 0, 1}}, {1.0f, {0, 0.1f, 0, 0.995f}}}));

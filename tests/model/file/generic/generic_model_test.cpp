@@ -438,21 +438,16 @@ void AddSway(RenderModel& model)
 
     const ra::MeshGroup& group = *model.GetMeshGroup();
     const Shader& glow = *group.GetShader(group.FindShader(ra::MakeName("walker_glow"))).Get();
-    ControlInfo colour;
-    colour.channel = Shader::CN_Diffuse;
-    colour.parameter = ControlInfo::Parameter_Colour;
+    const ControlInfo colour = anim_test::Control(ControlInfo::Target_Shader, Shader::CN_Diffuse);
+    const ControlInfo offset =
+        anim_test::Control(ControlInfo::Target_Shader, Shader::CN_Diffuse, ControlInfo::Parameter_OffsetU);
     const float colourBase = AnimInterm::ShaderBaseValue(glow, colour);
+    const float offsetBase = AnimInterm::ShaderBaseValue(glow, offset);
     pSway->AddControlStream(ra::MakeName("walker_glow"), colour,
                             Keys<ControlStream>({{0.0f, colourBase + 0.1f}, {1.0f, colourBase - 0.3f}}));
-    ControlInfo offset = colour;
-    offset.parameter = ControlInfo::Parameter_OffsetU;
-    const float offsetBase = AnimInterm::ShaderBaseValue(glow, offset);
     pSway->AddControlStream(ra::MakeName("walker_glow"), offset,
                             Keys<ControlStream>({{0.0f, offsetBase + 0.001f}, {1.0f, offsetBase - 0.002f}}));
-    ControlInfo visibility;
-    visibility.targetType = ControlInfo::Target_Mesh;
-    visibility.parameter = ControlInfo::Parameter_Visibility;
-    pSway->AddControlStream(ra::MakeName("gun"), visibility,
+    pSway->AddControlStream(ra::MakeName("gun"), anim_test::Control(ControlInfo::Target_Mesh),
                             Keys<ControlStream>({{0.0f, 0.0f}, {0.5f, 1.0f}}));
     pSway->AddCamera(ra::MakeName("portrait"), Keys<CameraPositionStream>({{0.0f, {0, 1, 3}}}),
                      Keys<CameraRotationStream>({{0.0f, {0, 0, 0, -1}}, {1.0f, {0, 0.1f, 0, -0.995f}}}));
