@@ -395,7 +395,7 @@ int RunBurnCommand(const std::string& typed, bool force, bool json)
         // The burn writes under the project's final folder: say so before it starts when it cannot.
         const char* project = Pipeline::ProjectFromPath(file.c_str(), DataGeneric);
         const char* finalFolder = project != nullptr ? Pipeline::ProjectFolder(project, DataFinal) : nullptr;
-        if (finalFolder != nullptr)
+        if (finalFolder != nullptr && *finalFolder != '\0')
         {
             const std::string shown = UserPath::FromName(finalFolder);
             if (!cli::CheckWritableFolder("burn", shown, shown))
