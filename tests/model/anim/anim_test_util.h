@@ -4,6 +4,7 @@
 
 #include "model/anim/anim.h"
 #include "model/anim/animstream.h"
+#include "model/shader/shader_test_env.h"
 
 #include "foundation/debug.h"
 
@@ -52,18 +53,5 @@ inline std::unique_ptr<ControlStream> Keys(float v0, float v1)
     return pStream;
 }
 
-// The message of the assertion that `f` trips; empty when none fires.
-template <class F> std::string AssertionText(F f)
-{
-    dbg::ScopedThrowOnAssert throwOnAssert;
-    try
-    {
-        f();
-    }
-    catch (const std::runtime_error& e)
-    {
-        return e.what();
-    }
-    return "";
-}
+using model_test::AssertionText;
 } // namespace anim_test

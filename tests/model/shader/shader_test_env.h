@@ -2,6 +2,7 @@
 // command sets them up, and chunk files in memory.
 #pragma once
 
+#include "foundation/debug.h"
 #include "inventory/inventory.h"
 #include "model/shader/shaderimp.h"
 #include "model/shader/texture.h"
@@ -14,6 +15,7 @@
 
 #include <cstring>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -37,6 +39,21 @@ struct Env
     Env(const Env&) = delete;
     Env& operator=(const Env&) = delete;
 };
+
+// The message of the assertion that `f` trips; empty when none fires.
+template <class F> std::string AssertionText(F f)
+{
+    dbg::ScopedThrowOnAssert throwOnAssert;
+    try
+    {
+        f();
+    }
+    catch (const std::runtime_error& e)
+    {
+        return e.what();
+    }
+    return "";
+}
 
 // A render texture of the null device wrapped in a Texture and put into the inventory.
 inline Inv::Reference<Texture> AddTexture(const char* name, fr::PixelFormat format, uint32 side = 4)

@@ -543,16 +543,11 @@ TEST(FinalMesh, WriterAssertsAMeshHasHighVertices)
             mesh.SetVertexSet(ra::Mesh::Poly_High, ra::CreateVertexSet(type, c.vertices));
         }
         mesh.SetBV(BoxAt(0, 0, 0, 1));
-        dbg::ScopedThrowOnAssert throwing;
-        std::string what;
-        try
-        {
-            WriteChunks([&](Chunky& ch, ByteStreamAdapter& a) { MeshLoadFinal::SaveMesh(ch, a, mesh, "m"); });
-        }
-        catch (const std::runtime_error& error)
-        {
-            what = error.what();
-        }
+        const std::string what = model_test::AssertionText(
+            [&] {
+                WriteChunks([&](Chunky& ch, ByteStreamAdapter& a)
+                            { MeshLoadFinal::SaveMesh(ch, a, mesh, "m"); });
+            });
         if (c.assertion == nullptr)
             EXPECT_EQ(what, "");
         else
