@@ -74,6 +74,8 @@ TEST(FilePathUtilEdits, EditsInPlace)
         {"DATA:Art\\Tank.TGA", [](char* p) { return Replace(p, "missing", "x"); }, false,
          "DATA:Art\\Tank.TGA"},
         {s_a250x, [](char* p) { return Replace(p, "x.tga", "0123456789.tga"); }, false, s_a250x},
+        {s_a250x, [](char* p) { return Replace(p, "x.tga", "01234.tga"); }, false,
+         s_a250x}, // 260: no room for the end
         {s_a250x, [](char* p) { return Replace(p, "x.tga", "0123.tga"); }, true,
          std::string(250, 'a') + "\\0123.tga"},
 
@@ -182,6 +184,10 @@ TEST(FilePathUtilSplit, SplitPathGivesEachPiece)
     EXPECT_FALSE(GetFolder(std::string(300, 'a').c_str(), out));
     // A name of 260 characters is accepted, but its file part alone does not fit a path buffer.
     EXPECT_FALSE(SplitPath(std::string(260, 'b').c_str(), nullptr, nullptr, out, nullptr));
+    PathBuf folder;
+    EXPECT_TRUE(SplitPath((std::string(200, 'f') + "\\" + std::string(59, 'n')).c_str(), nullptr, folder, out,
+                          nullptr));
+    EXPECT_EQ(out.str(), std::string(59, 'n'));
 }
 
 TEST(FilePathUtilSplit, SplitThenMakeGivesTheNormalisedName)
