@@ -202,6 +202,8 @@ TEST_F(BurnTree, LoadFailsWithoutAConfigurationOrAProject)
     EXPECT_EQ(tank + ".burn", out);
     ASSERT_TRUE(ConfigLoad::GetBurnFilename((m_root / "gen/units/").c_str(), out, sizeof(out)));
     EXPECT_EQ(Path("gen/units/_default.burn"), out);
+    EXPECT_FALSE(ConfigLoad::GetBurnFilename(Path("gen/units/none.sgm").c_str(), out, sizeof(out)))
+        << "no file, no name";
 }
 
 TEST_F(BurnTree, BaseIsReadOncePerProcess)

@@ -197,6 +197,7 @@ TEST(NamedPipe, MessagesKeepTheirBoundariesAcrossBlocks)
     BurnerUpdateMsg big;
     big.results.AddText(1, std::string(1984, 'w').c_str());
     ASSERT_EQ(Encode(big).GetBytes().size(), 2000u);
+    EXPECT_FALSE(WriteMessage(*pClient, BurnerMessage{})) << "an empty message is not sent";
     ASSERT_TRUE(SendMessage(*pClient, BurnerReadyMsg{}));
     ASSERT_TRUE(SendMessage(*pClient, big));
     ASSERT_TRUE(SendMessage(*pClient, big));

@@ -65,6 +65,10 @@ TEST(NullTexture, WriteThenReadARectangle)
     std::vector<uint8> back(rect.size(), 0xEE);
     ASSERT_TRUE(tex->Read(0, 1, 1, 3, 2, back, 9));
     EXPECT_EQ(back, rect);
+    // An empty rectangle reads nothing, whatever the pitch and the room.
+    dbg::ScopedThrowOnAssert throwing;
+    EXPECT_TRUE(tex->Read(0, 0, 0, 0, 2, std::span<uint8>(), 12));
+    EXPECT_TRUE(tex->Read(0, 0, 0, 3, 0, std::span<uint8>(), 12));
 }
 
 TEST(NullTexture, WritesOutsideALevelAreAssertions)
