@@ -1,8 +1,9 @@
-// What the sampling tests share: an export started on a scene read from JSON text (so that the
-// exporter answers the scene's range), its lists walked, and a model with a skeleton of the walked
-// bones and an empty animation list, as assembly hands it to sampling.
+// What the sampling and assembly tests share: an export started on a scene read from JSON text (so
+// that the exporter answers the scene's range), its lists walked, and a model with a skeleton of the
+// walked bones and an empty animation list, as assembly hands it to sampling, or the assembled model.
 #pragma once
 
+#include "exporter/exporter_fixture.h"
 #include "exporter/sgmerrors.h"
 #include "exporter/sgmexport.h"
 #include "host/scene.h"
@@ -29,18 +30,14 @@ protected:
         host::SetFrameRate(30);
     }
 
-    // Starts an export of "run.sgm" on the scene and walks it. Meshes are exported, so material
-    // warnings show.
+    // Starts an export of "run.sgm" on the scene (ending one started before) and walks it. Meshes
+    // and animation are exported, so material warnings show.
     SGMExport& Start(const std::string& json)
     {
-        try
-        {
-            m_pScene = scene::ReadSceneText(json, "anim.json");
-        }
-        catch (const scene::SceneError& e)
-        {
-            ADD_FAILURE() << e.what();
-        }
+        m_pModel.reset();
+        if (m_started)
+            m_pExport->ShutdownExport();
+        m_pScene = exporter_test::ReadScene(json);
         m_pExport = std::make_unique<SGMExport>();
         m_started = m_pExport->InitExport(m_options, "/tmp/tq7z_anim_test/units/walker/run.sgm",
                                           m_pScene.get(), true);
@@ -70,6 +67,13 @@ protected:
             m_pModel->SetSkeleton(std::move(pSkeleton));
         }
         return *m_pModel;
+    }
+
+    // The model assembled from the walked lists, as an export makes it; null when none is made.
+    RenderModel* Build()
+    {
+        m_pModel = m_pExport->BuildRenderModel(m_options);
+        return m_pModel.get();
     }
 
     // Samples into a fresh model; the animation, or null when none was made.

@@ -12,24 +12,14 @@ namespace
 {
 using anim_test::AnimFixture;
 
-void ExpectRows(const ra::Matrix34& expected, const ra::Matrix34& actual, float tolerance = 1e-5f)
+void ExpectRows(const ra::Matrix34& expected, const ra::Matrix34& actual)
 {
-    for (int r = 0; r < 4; ++r)
-    {
-        EXPECT_NEAR(expected.r[r].x, actual.r[r].x, tolerance) << "row " << r;
-        EXPECT_NEAR(expected.r[r].y, actual.r[r].y, tolerance) << "row " << r;
-        EXPECT_NEAR(expected.r[r].z, actual.r[r].z, tolerance) << "row " << r;
-    }
+    exporter_test::ExpectMatrix(actual, expected);
 }
 
 ra::Matrix34 Rows(ra::Vec3 r0, ra::Vec3 r1, ra::Vec3 r2, ra::Vec3 r3)
 {
-    ra::Matrix34 m;
-    m.r[0] = r0;
-    m.r[1] = r1;
-    m.r[2] = r2;
-    m.r[3] = r3;
-    return m;
+    return ra::Matrix34{{r0, r1, r2, r3}};
 }
 
 const char* const s_Mesh =
@@ -56,10 +46,11 @@ std::string BoneScene(const char* range)
       ]})";
 }
 
-TEST_F(AnimFixture, BonesAreSampledEveryFrameIntoOneAnimationNamedAfterTheModel)
+TEST_F(AnimFixture, BonesAreSampledEveryFrameIntoOneAnimationNamedAfterTheModelAndEveryMeshGetsVisibility)
 {
     Start(BoneScene("[0, 2]"));
     ASSERT_EQ(2u, m_pExport->GetBoneNodes().size());
+    ASSERT_EQ(3u, m_pExport->GetMeshNodes().size());
     Anim* pAnim = Sample();
     ASSERT_NE(nullptr, pAnim);
     EXPECT_EQ(1, m_pModel->GetAnimList()->GetAnimCount());
@@ -78,8 +69,6 @@ TEST_F(AnimFixture, BonesAreSampledEveryFrameIntoOneAnimationNamedAfterTheModel)
 
     const BoneMatrixStream* pRoot = pInterm->GetBoneMatrixStream(0);
     const BoneMatrixStream* pArm = pInterm->GetBoneMatrixStream(1);
-    ASSERT_NE(nullptr, pRoot);
-    ASSERT_NE(nullptr, pArm);
     ASSERT_EQ(3u, pRoot->GetKeyCount());
     ASSERT_EQ(3u, pArm->GetKeyCount());
     const float times[3] = {0.0f, 0.5f, 1.0f};
@@ -90,52 +79,7 @@ TEST_F(AnimFixture, BonesAreSampledEveryFrameIntoOneAnimationNamedAfterTheModel)
         ExpectRows(Rows({1, 0, 0}, {0, 0, -1}, {0, 1, 0}, {0, float(k), 0}), pRoot->GetKeyValue(k));
         ExpectRows(Rows({1, 0, 0}, {0, 0, -1}, {0, 1, 0}, {3, 0, 0}), pArm->GetKeyValue(k));
     }
-}
 
-TEST_F(AnimFixture, LengthCountsTheLastFrameWhole)
-{
-    Start(R"({"frameRate": 30, "animationRange": [0, 30],
-              "nodes": [{"name": "Root", "bone": true, "object": {"class": "box"}}]})");
-    Anim* pAnim = Sample();
-    ASSERT_NE(nullptr, pAnim);
-    EXPECT_EQ(31, pAnim->GetFrameCount());
-    EXPECT_NEAR(1.0333333f, pAnim->GetTime(), 1e-6f);
-    const BoneMatrixStream* pStream = dynamic_cast<AnimInterm*>(pAnim)->GetBoneMatrixStream(0);
-    ASSERT_EQ(31u, pStream->GetKeyCount());
-    EXPECT_FLOAT_EQ(0.1f, pStream->GetKeyTime(3));
-    EXPECT_NEAR(1.0f, pStream->GetKeyTime(30), 1e-5f);
-}
-
-TEST_F(AnimFixture, SingleFrameRangeGivesOneKeyEverywhere)
-{
-    Start(R"({"frameRate": 25, "animationRange": [0, 0],
-              "nodes": [{"name": "Root", "bone": true, "object": {"class": "box"},
-                         "transform": [[1,0,0],[0,1,0],[0,0,1],[1,2,3]]},
-                        {"name": "Plain", )" +
-          std::string(s_Mesh) + R"(},
-                        {"name": "Dim", "visibility": 0.25, )" +
-          s_Mesh + R"(}]})");
-    Anim* pAnim = Sample();
-    ASSERT_NE(nullptr, pAnim);
-    EXPECT_EQ(1, pAnim->GetFrameCount());
-    EXPECT_FLOAT_EQ(1.0f / 25.0f, pAnim->GetTime());
-
-    const BoneMatrixStream* pBone = dynamic_cast<AnimInterm*>(pAnim)->GetBoneMatrixStream(0);
-    ASSERT_EQ(1u, pBone->GetKeyCount());
-    EXPECT_EQ(0.0f, pBone->GetKeyTime(0));
-    ExpectRows(Rows({1, 0, 0}, {0, 0, -1}, {0, 1, 0}, {-1, 3, -2}), pBone->GetKeyValue(0));
-
-    ASSERT_EQ(2, pAnim->GetControlStreamCount());
-    EXPECT_EQ((Keys{{0.0f, 1.0f}}), KeysOf(pAnim->GetControlStream(FindControl(*pAnim, 2, 0, 0, 0))));
-    EXPECT_EQ((Keys{{0.0f, 0.25f}}), KeysOf(pAnim->GetControlStream(FindControl(*pAnim, 2, 1, 0, 0))));
-}
-
-TEST_F(AnimFixture, EveryMeshGetsAVisibilityStream)
-{
-    Start(BoneScene("[0, 2]"));
-    ASSERT_EQ(3u, m_pExport->GetMeshNodes().size());
-    Anim* pAnim = Sample();
-    ASSERT_NE(nullptr, pAnim);
     ASSERT_EQ(3, pAnim->GetControlStreamCount());
     for (int i = 0; i < 3; ++i)
     {
@@ -155,6 +99,55 @@ TEST_F(AnimFixture, EveryMeshGetsAVisibilityStream)
     EXPECT_EQ(3, m_pModel->GetAnimList()->GetAnimNode(0)->GetNumControlMappings());
 }
 
+TEST_F(AnimFixture, RangeGivesFramesLengthAndKeyTimes)
+{
+    // A frame's key at its time from the range start over the whole range; the length counts the last
+    // frame whole. The root rises one unit a frame along host z from where the range starts.
+    auto rising = [](int from, int count)
+    {
+        std::string frames;
+        for (int f = from; f < from + count; ++f)
+            frames += (f > from ? ",[[1,0,0],[0,1,0],[0,0,1],[0,0," : "[[1,0,0],[0,1,0],[0,0,1],[0,0,") +
+                      std::to_string(f) + "]]";
+        return R"({"frames": [)" + frames + "]}";
+    };
+    struct Case
+    {
+        int rate, from, to;
+        std::string transform, visibility;
+        float length;
+        Keys visibilityKeys;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {30, 0, 30, rising(0, 31), "1", 31.0f / 30, {{0, 1}}},
+        {25, 0, 0, "[[1,0,0],[0,1,0],[0,0,1],[1,2,3]]", "0.25", 1.0f / 25, {{0, 0.25f}}},
+        {30, 10, 12, rising(10, 3), R"({"frames": [0, 1, 1]})", 3.0f / 30, {{0, 0}, {0.5f, 1}, {1, 1}}},
+    };
+    // clang-format on
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.from);
+        Start(R"({"frameRate": )" + std::to_string(c.rate) + R"(, "animationRange": [)" +
+              std::to_string(c.from) + "," + std::to_string(c.to) +
+              R"(], "nodes": [{"name": "Root", "bone": true, "object": {"class": "box"},
+              "transform": )" +
+              c.transform + R"(}, {"name": "Mesh", "visibility": )" + c.visibility + ", " + s_Mesh + "}]}");
+        Anim* pAnim = Sample();
+        ASSERT_NE(nullptr, pAnim);
+        const uint32 frames = uint32(c.to - c.from + 1);
+        EXPECT_EQ(int32(frames), pAnim->GetFrameCount());
+        EXPECT_NEAR(c.length, pAnim->GetTime(), 1e-6f);
+        const BoneMatrixStream* pBone = dynamic_cast<AnimInterm*>(pAnim)->GetBoneMatrixStream(0);
+        ASSERT_EQ(frames, pBone->GetKeyCount());
+        for (uint32 k = 0; k < frames; ++k)
+            EXPECT_NEAR(frames > 1 ? float(k) / float(frames - 1) : 0.0f, pBone->GetKeyTime(k), 1e-5f) << k;
+        const ra::Vec3 last = pBone->GetKeyValue(frames - 1).r[3];
+        exporter_test::ExpectNear(last, frames > 1 ? ra::Vec3(0, float(c.to), 0) : ra::Vec3(-1, 3, -2));
+        EXPECT_EQ(c.visibilityKeys, KeysOf(pAnim->GetControlStream(0)));
+    }
+}
+
 TEST_F(AnimFixture, SlowVisibilityChangeIsReducedToItsEnds)
 {
     // Down by 0.004 a frame: each step is below the tolerance, but it is still a change.
@@ -170,25 +163,6 @@ TEST_F(AnimFixture, SlowVisibilityChangeIsReducedToItsEnds)
     EXPECT_FLOAT_EQ(1.0f, keys[0].second);
     EXPECT_NEAR(1.0f, keys[1].first, 1e-6f);
     EXPECT_FLOAT_EQ(0.98f, keys[1].second);
-}
-
-TEST_F(AnimFixture, RangeStartingLaterSamplesFromItsFirstFrame)
-{
-    Start(R"({"frameRate": 30, "animationRange": [10, 12],
-              "nodes": [{"name": "Root", "bone": true, "object": {"class": "box"},
-                         "transform": {"frames": [[[1,0,0],[0,1,0],[0,0,1],[0,0,10]],
-                                                  [[1,0,0],[0,1,0],[0,0,1],[0,0,11]],
-                                                  [[1,0,0],[0,1,0],[0,0,1],[0,0,12]]]}},
-                        {"name": "Blink", "visibility": {"frames": [0, 1, 1]}, )" +
-          std::string(s_Mesh) + R"(}]})");
-    Anim* pAnim = Sample();
-    ASSERT_NE(nullptr, pAnim);
-    EXPECT_EQ(3, pAnim->GetFrameCount());
-    const BoneMatrixStream* pBone = dynamic_cast<AnimInterm*>(pAnim)->GetBoneMatrixStream(0);
-    ASSERT_EQ(3u, pBone->GetKeyCount());
-    for (uint32 k = 0; k < 3; ++k)
-        EXPECT_FLOAT_EQ(10.0f + float(k), pBone->GetKeyValue(k).r[3].y);
-    EXPECT_EQ((Keys{{0.0f, 0.0f}, {0.5f, 1.0f}, {1.0f, 1.0f}}), KeysOf(pAnim->GetControlStream(0)));
 }
 
 TEST_F(AnimFixture, TargetedBoneLooksAtItsTarget)

@@ -45,13 +45,6 @@ protected:
     }
 
     ShaderImp& ShaderOf(size_t index) const { return *m_pExport->GetShaderList()[index]->pShader; }
-
-    static bool HasMessage(const std::string& text)
-    {
-        const std::vector<std::string>& messages = Messages();
-        return std::any_of(messages.begin(), messages.end(),
-                           [&](const std::string& m) { return m.find(text) != std::string::npos; });
-    }
 };
 
 const char* const s_OpacityWarning =
@@ -81,71 +74,48 @@ TEST_F(AnimShaders, ScalarValuesAreClampedAndOnlyChangesMakeStreams)
     EXPECT_TRUE(Messages().empty());
 }
 
-TEST_F(AnimShaders, AnimatedMapAmountsSwitchTheChannelAndWarn)
+TEST_F(AnimShaders, AnimatedMapAmountsSwitchTheChannelAndWarnWhenTheColourDiffers)
 {
-    StartShaders(MaterialScene(
-        R"({"name": "FadeMap", "class": "bitmap", "file": "fade.tga", "uvGen": null},
-           {"name": "TintMap", "class": "bitmap", "file": "tint.tga", "uvGen": null})",
-        {R"({"name": "Fade", "class": "standard", "opacity": 1,
-             "maps": {"opacity": {"texmap": "FadeMap", "amount": {"frames": [1, 0.5, 0.25]}}}})",
-         R"({"name": "Tint", "class": "standard", "diffuse": [0.5, 0.5, 0.5],
-             "maps": {"diffuse": {"texmap": "TintMap", "amount": {"frames": [0, 0, 1]}}}})"}));
-    Anim* pAnim = Sample();
-    ASSERT_NE(nullptr, pAnim);
-
-    const int fade = FindControl(*pAnim, ControlInfo::Target_Shader, 0, 4, 0);
-    ASSERT_NE(-1, fade);
-    EXPECT_EQ((Keys{{0.0f, 1.0f}, {0.5f, 0.5f}, {1.0f, 0.25f}}), KeysOf(pAnim->GetControlStream(fade)));
-    EXPECT_EQ(3, ShaderOf(0).GetMethod(4));
-
-    const int tint = FindControl(*pAnim, ControlInfo::Target_Shader, 1, 0, 0);
-    ASSERT_NE(-1, tint);
-    EXPECT_EQ((Keys{{0.0f, 0.0f}, {0.5f, 0.0f}, {1.0f, 1.0f}}), KeysOf(pAnim->GetControlStream(tint)));
-    EXPECT_EQ(3, ShaderOf(1).GetMethod(0));
-
-    EXPECT_TRUE(HasMessage(s_OpacityWarning));
-    EXPECT_TRUE(HasMessage(s_DiffuseWarning));
-    EXPECT_EQ(2, SGMErrors::Get()->GetWarningCount());
-}
-
-TEST_F(AnimShaders, MaterialWarningsNeedMeshesAndAColourThatDiffers)
-{
-    // Opacity 0 and a black diffuse are what animated amounts expect: no warning, methods switch.
-    StartShaders(MaterialScene(R"({"name": "Map", "class": "bitmap", "file": "map.tga", "uvGen": null})",
-                               {R"({"name": "Fade", "class": "standard", "opacity": 0, "diffuse": [0, 0, 0],
-             "maps": {"opacity": {"texmap": "Map", "amount": {"frames": [1, 0.5, 0.25]}},
-                      "diffuse": {"texmap": "Map", "amount": {"frames": [1, 0.5, 0.25]}}}})"}));
-    ASSERT_NE(nullptr, Sample());
-    EXPECT_EQ(3, ShaderOf(0).GetMethod(4));
-    EXPECT_EQ(3, ShaderOf(0).GetMethod(0));
-    EXPECT_TRUE(Messages().empty());
-}
-
-TEST_F(AnimShaders, NoWarningsInAnAnimationOnlyExport)
-{
-    StartShaders(MaterialScene(R"({"name": "FadeMap", "class": "bitmap", "file": "fade.tga", "uvGen": null})",
-                               {R"({"name": "Fade", "class": "standard", "opacity": 1,
-             "maps": {"opacity": {"texmap": "FadeMap", "amount": {"frames": [1, 0.5, 0.25]}}}})"}));
-    m_options.exportMeshes = false;
-    ASSERT_NE(nullptr, Sample());
-    EXPECT_EQ(3, ShaderOf(0).GetMethod(4));
-    EXPECT_TRUE(Messages().empty());
-}
-
-TEST_F(AnimShaders, ConstantMapAmountFallsBackToTheOpacity)
-{
-    // The map's amount does not move, so the material's own opacity is tried, and it moves.
-    StartShaders(MaterialScene(R"({"name": "FadeMap", "class": "bitmap", "file": "fade.tga", "uvGen": null})",
-                               {R"({"name": "Fade", "class": "standard", "opacity": {"frames": [1, 0, 1]},
-             "maps": {"opacity": {"texmap": "FadeMap", "amount": 0.5}}})"}));
-    const int32 method = ShaderOf(0).GetMethod(4);
-    Anim* pAnim = Sample();
-    ASSERT_NE(nullptr, pAnim);
-    const int fade = FindControl(*pAnim, ControlInfo::Target_Shader, 0, 4, 0);
-    ASSERT_NE(-1, fade);
-    EXPECT_EQ((Keys{{0.0f, 1.0f}, {0.5f, 0.0f}, {1.0f, 1.0f}}), KeysOf(pAnim->GetControlStream(fade)));
-    EXPECT_EQ(method, ShaderOf(0).GetMethod(4));
-    EXPECT_TRUE(Messages().empty());
+    struct Case
+    {
+        const char* what;
+        std::string material;
+        bool meshes;
+        int32 channel;
+        Keys keys;
+        bool switched; // the channel's method becomes 3
+        std::vector<std::string> messages;
+    };
+    const std::string fade =
+        R"("maps": {"opacity": {"texmap": "Map", "amount": {"frames": [1, 0.5, 0.25]}}})";
+    const std::string tint = R"("maps": {"diffuse": {"texmap": "Map", "amount": {"frames": [0, 0, 1]}}})";
+    const Keys fading{{0, 1}, {0.5f, 0.5f}, {1, 0.25f}};
+    // clang-format off
+    const Case cases[] = {
+        {"opacity not 0", R"({"name": "Fade", "class": "standard", "opacity": 1, )" + fade + "}", true, 4, fading, true, {s_OpacityWarning}},
+        {"diffuse not black", R"({"name": "Tint", "class": "standard", "diffuse": [0.5, 0.5, 0.5], )" + tint + "}", true, 0, {{0, 0}, {0.5f, 0}, {1, 1}}, true, {s_DiffuseWarning}},
+        {"opacity 0", R"({"name": "Fade", "class": "standard", "opacity": 0, )" + fade + "}", true, 4, fading, true, {}},
+        {"black diffuse", R"({"name": "Tint", "class": "standard", "diffuse": [0, 0, 0], )" + tint + "}", true, 0, {{0, 0}, {0.5f, 0}, {1, 1}}, true, {}},
+        {"animation only", R"({"name": "Fade", "class": "standard", "opacity": 1, )" + fade + "}", false, 4, fading, true, {}},
+        // The map's amount does not move, so the material's own opacity is tried, and it moves.
+        {"constant amount falls back to the opacity", R"({"name": "Fade", "class": "standard", "opacity": {"frames": [1, 0, 1]}, "maps": {"opacity": {"texmap": "Map", "amount": 0.5}}})", true, 4, {{0, 1}, {0.5f, 0}, {1, 1}}, false, {}},
+    };
+    // clang-format on
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        StartShaders(MaterialScene(R"({"name": "Map", "class": "bitmap", "file": "map.tga", "uvGen": null})",
+                                   {c.material}));
+        m_options.exportMeshes = c.meshes;
+        const int32 method = ShaderOf(0).GetMethod(c.channel);
+        Anim* pAnim = Sample();
+        ASSERT_NE(nullptr, pAnim);
+        const int stream = FindControl(*pAnim, ControlInfo::Target_Shader, 0, c.channel, 0);
+        ASSERT_NE(-1, stream);
+        EXPECT_EQ(c.keys, KeysOf(pAnim->GetControlStream(stream)));
+        EXPECT_EQ(c.switched ? 3 : method, ShaderOf(0).GetMethod(c.channel));
+        EXPECT_EQ(c.messages, Messages());
+    }
 }
 
 TEST_F(AnimShaders, BitmapSlotsGiveOffsetAndScaleStreamsInChannelOrder)
@@ -189,7 +159,7 @@ TEST_F(AnimShaders, AssemblyNamesTheStreamsAfterShaderAndMesh)
     // The mesh stage makes the shaders; sampling and the final pass follow.
     Start(MaterialScene("", {R"({"name": "Glow", "class": "standard", "selfIllum": {"frames": [0, 0.5, 1]}})",
                              R"({"name": "Dull", "class": "standard"})"}));
-    std::unique_ptr<RenderModel> pModel = m_pExport->BuildRenderModel(m_options);
+    RenderModel* pModel = Build();
     ASSERT_NE(nullptr, pModel);
     ASSERT_EQ(1, pModel->GetAnimList()->GetAnimCount());
     const Anim* pAnim = pModel->GetAnimList()->GetAnim(0);
@@ -198,7 +168,6 @@ TEST_F(AnimShaders, AssemblyNamesTheStreamsAfterShaderAndMesh)
     EXPECT_EQ(ra::MakeName("Mesh0"), pAnim->GetControlName(1));
     EXPECT_EQ(ra::MakeName("Mesh1"), pAnim->GetControlName(2));
     EXPECT_EQ((Keys{{0.0f, 0.0f}, {1.0f, 1.0f}}), KeysOf(pAnim->GetControlStream(0)));
-    pModel.reset();
 }
 
 TEST_F(AnimShaders, SceneWithoutBonesExportsNoAnimation)
@@ -207,10 +176,9 @@ TEST_F(AnimShaders, SceneWithoutBonesExportsNoAnimation)
               "nodes": [{"name": "Mesh0", "visibility": {"frames": [1, 0, 1]}, )" +
           std::string(s_Mesh) + R"(}]})");
     ASSERT_TRUE(m_options.exportAnimation);
-    std::unique_ptr<RenderModel> pModel = m_pExport->BuildRenderModel(m_options);
+    RenderModel* pModel = Build();
     ASSERT_NE(nullptr, pModel);
     EXPECT_EQ(nullptr, pModel->GetSkeleton());
     EXPECT_EQ(0, pModel->GetAnimList()->GetAnimCount());
-    pModel.reset();
 }
 } // namespace

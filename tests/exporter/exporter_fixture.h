@@ -7,9 +7,11 @@
 #include "exporter/sgmexport.h"
 #include "host/scene.h"
 #include "inventory/warehouse.h"
+#include "math/matrix.h"
 #include "render/device.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
+#include "support/tempfolder.h"
 
 #include <gtest/gtest.h>
 
@@ -30,6 +32,33 @@ inline std::unique_ptr<scene::Scene> ReadScene(const std::string& json, const st
     {
         ADD_FAILURE() << e.what();
         return nullptr;
+    }
+}
+
+// A project "Art" in the folder: its pipeline.ini, source under art/source, data under art/final.
+inline void WriteProject(TempFolder& folder)
+{
+    folder.Write("pipeline.ini",
+                 "[project:Art]\r\nDescription=Art\r\nDataSource=art/source\r\n"
+                 "DataSourceShared=art/shared\r\nDataBurn=art/burn\r\n"
+                 "DataIntermediate=art/intermediate\r\nDataGeneric=art/generic\r\n"
+                 "DataFinal=art/final\r\nDataPreview=art/preview\r\nLocaleFolder=art/locale\r\n"
+                 "AttrLoc=attrib\r\nParent=\r\n");
+}
+
+inline void ExpectNear(const ra::Vec3& actual, const ra::Vec3& expected, float tolerance = 1e-4f)
+{
+    EXPECT_NEAR(actual.x, expected.x, tolerance);
+    EXPECT_NEAR(actual.y, expected.y, tolerance);
+    EXPECT_NEAR(actual.z, expected.z, tolerance);
+}
+
+inline void ExpectMatrix(const ra::Matrix34& actual, const ra::Matrix34& expected)
+{
+    for (int r = 0; r < 4; ++r)
+    {
+        SCOPED_TRACE("row " + std::to_string(r));
+        ExpectNear(actual.r[r], expected.r[r], 1e-5f);
     }
 }
 

@@ -13,112 +13,65 @@ namespace
 {
 using Keys = std::vector<std::pair<float, float>>;
 
-// Values at even times from 0 to 1.
-ControlStream Even(const std::vector<float>& values)
+ControlStream Stream(const Keys& keys)
 {
-    ControlStream stream(uint32(values.size()));
-    for (size_t k = 0; k < values.size(); ++k)
+    ControlStream stream(uint32(keys.size()));
+    for (size_t k = 0; k < keys.size(); ++k)
     {
-        const float time = values.size() > 1 ? float(k) / float(values.size() - 1) : 0.0f;
-        stream.SetTime(uint32(k), time);
-        stream.SetValue(uint32(k), values[k]);
+        stream.SetTime(uint32(k), keys[k].first);
+        stream.SetValue(uint32(k), keys[k].second);
     }
     return stream;
 }
 
-Keys KeysOf(const ControlStream& stream)
+// Values at even times from 0 to 1.
+Keys Even(const std::vector<float>& values)
 {
     Keys keys;
-    for (uint32 k = 0; k < stream.GetKeyCount(); ++k)
-        keys.emplace_back(stream.GetKeyTime(k), stream.GetKeyValue(k));
+    for (size_t k = 0; k < values.size(); ++k)
+        keys.emplace_back(values.size() > 1 ? float(k) / float(values.size() - 1) : 0.0f, values[k]);
     return keys;
 }
 
-TEST(KeyReduce, StraightLineKeepsOnlyItsEnds)
+TEST(KeyReduce, SurvivorsFollowThePassOrder)
 {
-    ControlStream stream = Even({0.0f, 0.25f, 0.5f, 0.75f, 1.0f});
-    EXPECT_EQ(3u, ReduceKeys(stream));
-    EXPECT_EQ((Keys{{0.0f, 0.0f}, {1.0f, 1.0f}}), KeysOf(stream));
-}
-
-TEST(KeyReduce, BumpAndStepsSurvive)
-{
-    ControlStream bump = Even({0.0f, 1.0f, 0.0f});
-    EXPECT_EQ(0u, ReduceKeys(bump));
-    EXPECT_EQ((Keys{{0.0f, 0.0f}, {0.5f, 1.0f}, {1.0f, 0.0f}}), KeysOf(bump));
-
-    // The flat start goes; the corner before the jump stays.
-    ControlStream jump = Even({0.0f, 1.0f, 2.0f, 3.0f, 10.0f});
-    EXPECT_EQ(2u, ReduceKeys(jump));
-    EXPECT_EQ((Keys{{0.0f, 0.0f}, {0.75f, 3.0f}, {1.0f, 10.0f}}), KeysOf(jump));
-}
-
-TEST(KeyReduce, TwoKeysLoseTheSecondOnlyWithinTolerance)
-{
-    ControlStream close = Even({0.0f, 0.004f});
-    EXPECT_EQ(1u, ReduceKeys(close));
-    EXPECT_EQ((Keys{{0.0f, 0.0f}}), KeysOf(close));
-
-    ControlStream below = Even({0.0f, -0.004f});
-    EXPECT_EQ(1u, ReduceKeys(below));
-    EXPECT_EQ(1u, below.GetKeyCount());
-
-    ControlStream apart = Even({0.0f, 0.006f});
-    EXPECT_EQ(0u, ReduceKeys(apart));
-    EXPECT_EQ((Keys{{0.0f, 0.0f}, {1.0f, 0.006f}}), KeysOf(apart));
-}
-
-TEST(KeyReduce, SmallDriftEndsInTheFirstKeyAfterRepeatedPasses)
-{
-    // The middle key goes in the first pass; the second pass finds two keys within the tolerance.
-    ControlStream stream = Even({0.0f, 0.001f, 0.002f});
-    EXPECT_EQ(2u, ReduceKeys(stream));
-    EXPECT_EQ((Keys{{0.0f, 0.0f}}), KeysOf(stream));
-}
-
-TEST(KeyReduce, FiveKeysFollowThePassOrder)
-{
-    // Pass 1: key 0.25 lies on the line 0..0 and goes; then 0.75 (0.003 against 0.006 of the line
-    // from 0.5 to 1) goes. Pass 2: 0.5 is 0.006 off the line from 0 to 0.012 and stays.
-    ControlStream stream = Even({0.0f, 0.0f, 0.0f, 0.003f, 0.012f});
-    EXPECT_EQ(2u, ReduceKeys(stream));
-    EXPECT_EQ((Keys{{0.0f, 0.0f}, {0.5f, 0.0f}, {1.0f, 0.012f}}), KeysOf(stream));
-}
-
-TEST(KeyReduce, KeyPutBackSkipsItsRightNeighbour)
-{
-    // Keys 0.25 and 0.75 are put back, each skipping the key after it, so the key at 0.5 is never
-    // tried although it lies within 0.002 of the line between its neighbours.
-    ControlStream stream = Even({0.0f, 0.0f, 0.012f, 0.02f, 0.0f});
-    EXPECT_EQ(0u, ReduceKeys(stream));
-    EXPECT_EQ(5u, stream.GetKeyCount());
-}
-
-TEST(KeyReduce, UnevenTimesInterpolateByTime)
-{
-    ControlStream stream(3);
-    stream.SetTime(0, 0.0f);
-    stream.SetValue(0, 0.0f);
-    stream.SetTime(1, 0.1f);
-    stream.SetValue(1, 0.1f);
-    stream.SetTime(2, 1.0f);
-    stream.SetValue(2, 1.0f);
-    EXPECT_EQ(1u, ReduceKeys(stream));
-    EXPECT_EQ((Keys{{0.0f, 0.0f}, {1.0f, 1.0f}}), KeysOf(stream));
-
-    // The same values at even times are off the line by 0.4.
-    ControlStream even = Even({0.0f, 0.1f, 1.0f});
-    EXPECT_EQ(0u, ReduceKeys(even));
-}
-
-TEST(KeyReduce, EmptyAndSingleKeyStreamsStayAsTheyAre)
-{
-    ControlStream empty;
-    EXPECT_EQ(0u, ReduceKeys(empty));
-    EXPECT_TRUE(empty.IsEmpty());
-
-    ControlStream single = Even({0.7f});
-    EXPECT_EQ(0u, ReduceKeys(single));
-    EXPECT_EQ((Keys{{0.0f, 0.7f}}), KeysOf(single));
+    struct Case
+    {
+        const char* what;
+        Keys in;
+        uint32 removed;
+        Keys out;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {"straight line keeps its ends", Even({0, 0.25f, 0.5f, 0.75f, 1}), 3, {{0, 0}, {1, 1}}},
+        {"bump survives", Even({0, 1, 0}), 0, Even({0, 1, 0})},
+        {"flat start goes, corner before the jump stays", Even({0, 1, 2, 3, 10}), 2, {{0, 0}, {0.75f, 3}, {1, 10}}},
+        {"two keys within tolerance", Even({0, 0.004f}), 1, {{0, 0}}},
+        {"two keys within tolerance below", Even({0, -0.004f}), 1, {{0, 0}}},
+        {"two keys apart", Even({0, 0.006f}), 0, Even({0, 0.006f})},
+        // The middle key goes in pass 1; pass 2 finds two keys within the tolerance.
+        {"small drift ends in the first key", Even({0, 0.001f, 0.002f}), 2, {{0, 0}}},
+        // Pass 1: 0.25 lies on the line 0..0 and goes; then 0.75 (0.003 against 0.006 of the line from
+        // 0.5 to 1) goes. Pass 2: 0.5 is 0.006 off the line from 0 to 0.012 and stays.
+        {"five keys", Even({0, 0, 0, 0.003f, 0.012f}), 2, {{0, 0}, {0.5f, 0}, {1, 0.012f}}},
+        // 0.25 and 0.75 are put back, each skipping the key after it: 0.5 is never tried although it
+        // lies within 0.002 of the line between its neighbours.
+        {"key put back skips its right neighbour", Even({0, 0, 0.012f, 0.02f, 0}), 0, Even({0, 0, 0.012f, 0.02f, 0})},
+        {"uneven times interpolate by time", {{0, 0}, {0.1f, 0.1f}, {1, 1}}, 1, {{0, 0}, {1, 1}}},
+        {"the same values at even times are 0.4 off", Even({0, 0.1f, 1}), 0, Even({0, 0.1f, 1})},
+        {"single key", Even({0.7f}), 0, Even({0.7f})},
+        {"empty", {}, 0, {}},
+    };
+    // clang-format on
+    for (const Case& c : cases)
+    {
+        ControlStream stream = Stream(c.in);
+        EXPECT_EQ(ReduceKeys(stream), c.removed) << c.what;
+        Keys out;
+        for (uint32 k = 0; k < stream.GetKeyCount(); ++k)
+            out.emplace_back(stream.GetKeyTime(k), stream.GetKeyValue(k));
+        EXPECT_EQ(out, c.out) << c.what;
+    }
 }
 } // namespace

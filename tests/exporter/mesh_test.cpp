@@ -1,6 +1,9 @@
 // Mesh construction from small scenes: corner order, welding, smoothing-group normals, texture
-// coordinates, shader tables and primitive sets, read back from the finished ra::Mesh.
+// coordinates, shader tables and primitive sets, read back from the finished ra::Mesh; and how the
+// mesh stage fails: nodes that change after the walk, meshes without faces or with only degenerate
+// ones, normals that cancel, lists past 16 bits.
 #include "exporter/mesh_test_util.h"
+#include "host/scene_objects.h"
 
 #include "model/shader/shaderimp.h"
 #include "support/tempfolder.h"
@@ -234,11 +237,7 @@ TEST_F(MeshTest, TransparentShadersSortBehindOpaqueOnes)
 {
     // A 32-bit targa with alpha makes "Glass" transparent; textures load from within a project.
     TempFolder folder;
-    folder.Write("pipeline.ini",
-                 "[project:Art]\r\nDataSource=art/source\r\nDataSourceShared=art/shared\r\n"
-                 "DataBurn=art/burn\r\nDataIntermediate=art/intermediate\r\n"
-                 "DataGeneric=art/generic\r\nDataFinal=art/final\r\nDataPreview=art/preview\r\n"
-                 "LocaleFolder=art/locale\r\nAttrLoc=attrib\r\nParent=\r\n");
+    exporter_test::WriteProject(folder);
     std::string tga(18, '\0');
     tga[2] = 2, tga[12] = 1, tga[14] = 1, tga[16] = 32, tga[17] = 0x28;
     tga += std::string("\x10\x20\x30\x80", 4);
@@ -286,5 +285,116 @@ TEST_F(MeshTest, DegenerateFacesGoAfterTheBoundVolumeIsTaken)
     Mesh()->GetBV().GetMinMax(minimum, maximum);
     EXPECT_EQ(minimum, ra::Vec3(-2, 0, -1));
     EXPECT_EQ(maximum, ra::Vec3(0, 0, 0));
+}
+TEST_F(MeshTest, NodeThatEvaluatesToNothingAfterTheWalkIsSkippedAndErased)
+{
+    Walk(R"({"nodes": [{"name": "M", "object": {"class": "editableMesh", "mesh": )" +
+         std::string(s_triangle) + R"(}}, {"name": "N", "object": {"class": "editableMesh", "mesh": )" +
+         s_triangle + "}}]}");
+    static_cast<scene::SceneNode*>(Node("M"))->m_pObject = nullptr;
+    RenderModel model;
+    EXPECT_TRUE(m_pExport->BuildMeshes(model, m_options));
+    ASSERT_EQ(m_pExport->GetMeshNodes().size(), 1u);
+    EXPECT_STREQ(Record().pNode->GetName(), "N");
+    EXPECT_NE(std::find(Messages().begin(), Messages().end(), "Warning : Skipping node [M]."),
+              Messages().end());
+    EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(MeshTest, EachFailureReportsAndTheMeshStaysListed)
+{
+    struct Case
+    {
+        const char* json;
+        std::vector<std::string> errors;
+        const char* log;
+    };
+    const Case cases[] = {
+        {R"({"nodes": [{"name": "M", "object": {"class": "editableMesh"}}]})",
+         {"Error   : 'M': Unable to node to a mesh!", "Error   : 'M': Unable to build mesh!"},
+         nullptr},
+        {R"({"nodes": [{"name": "M", "object": {"class": "editableMesh", "mesh": {"vertices": [[0,0,0]], "faces": []}}}]})",
+         {"Error   : 'M': Unable to build mesh!"},
+         nullptr},
+        // Only degenerate faces: the vertex stage fails without a message of its own.
+        {R"({"nodes": [{"name": "M", "object": {"class": "editableMesh", "mesh":
+            {"vertices": [[0,0,0],[1,0,0],[2,0,0]], "faces": [[0,0,1],[0,1,2]]}}}]})",
+         {"Error   : 'M': Unable to build mesh!"},
+         "Removing invalid face 1"},
+        // Two faces on each other with opposite windings in one group: the normals cancel.
+        {R"({"nodes": [{"name": "M", "object": {"class": "editableMesh", "mesh":
+            {"vertices": [[0,0,0],[1,0,0],[0,1,0]], "faces": [[0,1,2],[0,2,1]]}}}]})",
+         {"Error   : 'M': Unable to build mesh!"},
+         "Face 0 does not have the smoothing property set!"},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.json);
+        Rebuild();
+        m_log.Clear();
+        EXPECT_FALSE(Build(c.json));
+        EXPECT_EQ(Errors(), c.errors);
+        EXPECT_EQ(m_pExport->GetMeshNodes().size(), 1u);
+        if (c.log)
+        {
+            EXPECT_TRUE(m_log.Has(c.log));
+        }
+    }
+    EXPECT_EQ(Vertices().size(), 0u);
+    // The mesh without faces also warns.
+    Rebuild();
+    Build(cases[1].json);
+    EXPECT_EQ(Messages().front(), "Warning : 'M': has no faces!");
+}
+
+// A triangle and `count` - 3 further positions that no face uses.
+std::string ManyVerticesMesh(int count)
+{
+    std::string vertices = "[0,0,0],[1,0,0],[0,1,0]";
+    for (int i = 3; i < count; ++i)
+        vertices += ",[" + std::to_string(i) + ",5,0]";
+    return R"({"vertices": [)" + vertices + R"(], "faces": [[0,1,2]]})";
+}
+
+TEST_F(MeshTest, Sixty5536PositionsPassAndOneMoreIsTooMany)
+{
+    ASSERT_TRUE(Build(OneMeshScene(ManyVerticesMesh(65536))));
+    EXPECT_EQ(Record().cVertex.size(), 65536u);
+    EXPECT_EQ(Vertices().size(), 3u);
+
+    Rebuild();
+    EXPECT_FALSE(Build(OneMeshScene(ManyVerticesMesh(65537))));
+    EXPECT_EQ(Errors(), (std::vector<std::string>{"Error   : 'M': Too many vertices!",
+                                                  "Error   : 'M': Unable to build mesh!"}));
+}
+
+TEST_F(MeshTest, EqualPositionsWithDifferentWeightsStayTwoVertices)
+{
+    // Vertices 0 and 4 lie on each other; one follows bone A, the other bone B.
+    ASSERT_TRUE(Build(R"({"nodes": [
+        {"name": "A", "bone": true, "object": {"class": "box"}},
+        {"name": "B", "bone": true, "object": {"class": "box"}},
+        {"name": "M", "object": {"class": "editableMesh", "mesh": {
+            "vertices": [[0,0,0],[1,0,0],[1,1,0],[0,1,0],[0,0,0]], "faces": [[0,1,2],[4,2,3]]}},
+         "modifiers": [{"class": "skin", "bones": ["A", "B"],
+                        "points": [[[0, 1]], [[0, 1]], [[0, 1]], [[0, 1]], [[1, 1]]]}]}]})"));
+    EXPECT_EQ(Record().cVertex.size(), 4u);
+    EXPECT_EQ(Record().cWeight.size(), 2u);
+    fr::VertexType type;
+    const std::vector<mesh_test::Vertex> cVertex = Vertices(0, &type);
+    EXPECT_TRUE(type.test(fr::VC_Weights));
+    ASSERT_EQ(cVertex.size(), 5u);
+    int onB = 0;
+    for (const mesh_test::Vertex& v : cVertex)
+    {
+        EXPECT_EQ(v.weight.weight[0], 1.0f);
+        EXPECT_EQ(v.weight.boneIndex[1], 0xFF);
+        if (v.weight.boneIndex[0] == 1)
+        {
+            ++onB;
+            EXPECT_EQ(v.position, ra::Vec3(0, 0, 0));
+        }
+    }
+    EXPECT_EQ(onB, 1);
 }
 } // namespace

@@ -1,4 +1,5 @@
-// The exporter's name rules: model names from paths, the reference file, normalised paths.
+// The exporter's name rules: model names from paths, the reference file, normalised paths, and the
+// data names of sources, textures and XRefs inside a project.
 #include "exporter/sgmfilename.h"
 #include "exporter_fixture.h"
 #include "pipeline/pipeline.h"
@@ -8,44 +9,39 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <utility>
 
-namespace
+TEST(ModelName, ReferenceFileIsNamedAfterTheModelFolderOtherFilesAfterThemselves)
 {
-std::string ModelName(const char* path)
-{
-    std::string name = "unset";
-    GetModelName(name, path);
-    return name;
-}
-} // namespace
-
-TEST(ModelName, ReferenceFileIsNamedAfterTheModelFolder)
-{
-    EXPECT_EQ(ModelName("TOOL:c:\\art\\Walker\\REFERENCE\\REF.SGM"), "Walker");
-    EXPECT_EQ(ModelName("TOOL:/home/artist/units/Walker/reference/ref.sgm"), "Walker");
-    EXPECT_EQ(ModelName("\\units\\Scout\\Reference\\Ref.sgm"), "Scout");
-}
-
-TEST(ModelName, OtherFilesAreNamedAfterThemselves)
-{
-    EXPECT_EQ(ModelName("TOOL:c:\\art\\Walker\\run.sgm"), "run");
-    // REF outside a REFERENCE folder stays REF, in the path's case.
-    EXPECT_EQ(ModelName("TOOL:c:\\art\\Walker\\REF.SGM"), "REF");
-    EXPECT_EQ(ModelName("TOOL:c:\\art\\Walker\\Ref.sgm"), "Ref");
-    EXPECT_EQ(ModelName("ref.sgm"), "ref");
-    // A dot in a folder is no extension.
-    EXPECT_EQ(ModelName("/data.v2/units/Idle.sgm"), "Idle");
+    // clang-format off
+    const std::pair<const char*, const char*> cases[] = {
+        {"TOOL:c:\\art\\Walker\\REFERENCE\\REF.SGM", "Walker"},
+        {"TOOL:/home/artist/units/Walker/reference/ref.sgm", "Walker"},
+        {"\\units\\Scout\\Reference\\Ref.sgm", "Scout"},
+        {"TOOL:c:\\art\\Walker\\run.sgm", "run"},
+        {"TOOL:c:\\art\\Walker\\REF.SGM", "REF"}, // REF outside a REFERENCE folder, in the path's case
+        {"TOOL:c:\\art\\Walker\\Ref.sgm", "Ref"},
+        {"ref.sgm", "ref"},
+        {"/data.v2/units/Idle.sgm", "Idle"}, // a dot in a folder is no extension
+    };
+    // clang-format on
+    for (const auto& [path, expected] : cases)
+    {
+        std::string name = "unset";
+        GetModelName(name, path);
+        EXPECT_EQ(name, expected) << path;
+    }
 }
 
 TEST(ReferenceFile, TailComparedWithoutCaseButWithBackslashes)
 {
-    EXPECT_TRUE(IsReferenceFile("TOOL:c:\\art\\Walker\\REFERENCE\\REF.SGM"));
-    EXPECT_TRUE(IsReferenceFile("c:\\art\\walker\\reference\\ref.sgm"));
-    EXPECT_TRUE(IsReferenceFile("REFERENCE\\REF.SGM"));
-    EXPECT_FALSE(IsReferenceFile("c:/art/walker/reference/ref.sgm"));
-    EXPECT_FALSE(IsReferenceFile("c:\\art\\walker\\reference\\ref.sgm.bak"));
-    EXPECT_FALSE(IsReferenceFile("c:\\art\\walker\\myreference\\ref.sgx"));
-    EXPECT_FALSE(IsReferenceFile("EFERENCE\\REF.SGM"));
+    for (const char* yes : {"TOOL:c:\\art\\Walker\\REFERENCE\\REF.SGM", "c:\\art\\walker\\reference\\ref.sgm",
+                            "REFERENCE\\REF.SGM"})
+        EXPECT_TRUE(IsReferenceFile(yes)) << yes;
+    for (const char* no : {"c:/art/walker/reference/ref.sgm", "c:\\art\\walker\\reference\\ref.sgm.bak",
+                           "c:\\art\\walker\\myreference\\ref.sgx", "EFERENCE\\REF.SGM"})
+        EXPECT_FALSE(IsReferenceFile(no)) << no;
     EXPECT_FALSE(IsReferenceFile(nullptr));
 }
 
@@ -60,25 +56,12 @@ TEST(NormalisedPath, ForwardSlashesAndLowerCase)
 
 namespace
 {
-// A project tree "Art" with its pipeline.ini: source under art/source, data under art/final.
+// A project "Art" (source under art/source, data under art/final) with a file in its source tree.
 struct ProjectTree
 {
     ProjectTree()
     {
-        folder.Write("pipeline.ini", "[Global]\r\n"
-                                     "ToolsData=tools\r\n"
-                                     "[project:Art]\r\n"
-                                     "Description=Art\r\n"
-                                     "DataSource=art/source\r\n"
-                                     "DataSourceShared=art/shared\r\n"
-                                     "DataBurn=art/burn\r\n"
-                                     "DataIntermediate=art/intermediate\r\n"
-                                     "DataGeneric=art/generic\r\n"
-                                     "DataFinal=art/final\r\n"
-                                     "DataPreview=art/preview\r\n"
-                                     "LocaleFolder=art/locale\r\n"
-                                     "AttrLoc=attrib\r\n"
-                                     "Parent=\r\n");
+        exporter_test::WriteProject(folder);
         folder.Write("art/source/units/scout/reference/ref.max", "");
     }
     std::string Source(const std::string& tail) const { return folder / ("art/source/" + tail); }
@@ -129,31 +112,32 @@ TEST(SourcePaths, TextureNameIsFileAndExtensionOfTheDataName)
 TEST(XRefNames, NameTheModelFolderBelowTheDataRoot)
 {
     ProjectTree tree;
-    const std::string json = R"J({"nodes": [
-        {"name": "Walls", "xref": {"file": ")J" +
-                             tree.Source("units/Walls/Reference/REF.max") + R"J("},
-         "object": {"class": "triObject"}},
-        {"name": "Crate", "xref": {"file": ")J" +
-                             tree.Source("props/Crate.max") + R"J("},
-         "object": {"class": "triObject"}},
-        {"name": "Loose", "xref": {"file": ")J" +
-                             tree.Source("props/ref.max") + R"J("},
-         "object": {"class": "triObject"}},
-        {"name": "Forced", "userProperties": "ForceLocal",
-         "xref": {"file": ")J" +
-                             tree.Source("props/Crate.max") + R"J("}, "object": {"class": "triObject"}},
-        {"name": "Plain", "object": {"class": "editableMesh"}}]})J";
-    auto pScene = exporter_test::ReadScene(json);
+    auto xref = [&](const char* name, const std::string& file, const char* more = "")
+    {
+        return R"({"name": ")" + std::string(name) + R"(", )" + more + R"("xref": {"file": ")" + file +
+               R"("}, "object": {"class": "triObject"}},)";
+    };
+    auto pScene = exporter_test::ReadScene(
+        R"({"nodes": [)" + xref("Walls", tree.Source("units/Walls/Reference/REF.max")) +
+        xref("Crate", tree.Source("props/Crate.max")) + xref("Loose", tree.Source("props/ref.max")) +
+        xref("Forced", tree.Source("props/Crate.max"), R"("userProperties": "ForceLocal", )") +
+        xref("Stray", "/nowhere/stray.max") + R"({"name": "Plain", "object": {"class": "editableMesh"}}]})");
     ASSERT_NE(pScene, nullptr);
-    std::string name = "old";
-    EXPECT_TRUE(GetXRefName(pScene->FindNode("Walls"), name));
-    EXPECT_EQ(name, "/units/walls");
-    EXPECT_TRUE(GetXRefName(pScene->FindNode("Crate"), name));
-    EXPECT_EQ(name, "/props/crate");
-    // "ref" outside a "reference" folder names itself.
-    EXPECT_TRUE(GetXRefName(pScene->FindNode("Loose"), name));
-    EXPECT_EQ(name, "/props/ref");
-    EXPECT_FALSE(GetXRefName(pScene->FindNode("Forced"), name));
-    EXPECT_EQ(name, "");
-    EXPECT_FALSE(GetXRefName(pScene->FindNode("Plain"), name));
+    // "ref" outside a "reference" folder names itself; outside every project there is no data name.
+    // clang-format off
+    const std::tuple<const char*, bool, const char*> cases[] = {
+        {"Walls", true, "/units/walls"},
+        {"Crate", true, "/props/crate"},
+        {"Loose", true, "/props/ref"},
+        {"Forced", false, ""},
+        {"Stray", true, ""},
+        {"Plain", false, ""},
+    };
+    // clang-format on
+    for (const auto& [node, found, expected] : cases)
+    {
+        std::string name = "old";
+        EXPECT_EQ(GetXRefName(pScene->FindNode(node), name), found) << node;
+        EXPECT_EQ(name, expected) << node;
+    }
 }

@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -31,8 +32,6 @@ public:
     int OptionsDialog(SGMExportOptions& options) override
     {
         ++dialogs;
-        if (clearMeshes)
-            options.exportMeshes = false;
         return answer;
     }
     void ShowMessages(const std::vector<std::string>& cMessage) override
@@ -45,7 +44,6 @@ public:
     void ListenerPrint(const char* text) override { listener += text; }
 
     int answer = 1;
-    bool clearMeshes = false;
     std::string throwText; // thrown from the errors dialog when set
     int dialogs = 0;
     int shown = 0;
@@ -60,6 +58,19 @@ const char* const CleanScene = R"J({
     {"name": "Body", "bone": true, "object": {"class": "box"}},
     {"name": "Hull", "parent": "Body", "material": "Hull",
      "object": {"class": "editableMesh", "mesh": {"vertices": [[0,0,0],[1,0,0],[0,1,0]], "faces": [[0,1,2]]}}}]})J";
+
+// The mesh's parent bone is removed from the skeleton: an error.
+const char* const ErrorScene = R"J({
+  "materials": [{"name": "Hull", "class": "standard"}],
+  "nodes": [
+    {"name": "Body", "bone": true},
+    {"name": "Gone", "parent": "Body", "bone": true, "userProperties": "Remove"},
+    {"name": "Hull", "parent": "Gone", "material": "Hull",
+     "object": {"class": "editableMesh", "mesh": {"vertices": [[0,0,0],[1,0,0],[0,1,0]], "faces": [[0,1,2]]}}}]})J";
+
+// A mesh without a material: a warning, no error.
+const char* const NoMaterialScene = R"J({"nodes": [{"name": "Hull", "object": {"class": "editableMesh",
+    "mesh": {"vertices": [[0,0,0],[1,0,0],[0,1,0]], "faces": [[0,1,2]]}}}]})J";
 
 // The internal form of a full path: '\\' between names, as the host hands names over.
 std::string Internal(const std::string& path)
@@ -124,9 +135,6 @@ TEST(PluginEntry, LibraryExportsAndClassDescriptor)
     EXPECT_STREQ(pDesc->ClassName(), "Halvane Exporter");
     EXPECT_STREQ(pDesc->Category(), "Scene Exporter");
     EXPECT_STREQ(pDesc->InternalName(), "SGMExport");
-    EXPECT_EQ(pDesc->BeginCreate(nullptr), 0);
-    EXPECT_EQ(pDesc->EndCreate(nullptr), 0);
-    EXPECT_NE(pDesc->HInstance(), nullptr);
 
     std::unique_ptr<SGMExport> pExport(static_cast<SGMExport*>(pDesc->Create(1)));
     ASSERT_NE(pExport, nullptr);
@@ -135,12 +143,8 @@ TEST(PluginEntry, LibraryExportsAndClassDescriptor)
     EXPECT_STREQ(pExport->Ext(1), "");
     EXPECT_STREQ(pExport->LongDesc(), "Halvane Exporter");
     EXPECT_STREQ(pExport->ShortDesc(), "Halvane Exporter");
-    EXPECT_STREQ(pExport->OtherMessage1(), "");
-    EXPECT_STREQ(pExport->OtherMessage2(), "");
     EXPECT_EQ(pExport->Version(), 2u);
     EXPECT_EQ(pExport->SupportsOptions(0, 0), 0);
-    EXPECT_EQ(GetString(1), nullptr);
-    EXPECT_EQ(GetString(9), nullptr);
 }
 
 TEST(MessageCollector, PrefixesCountsAndOneShowing)
@@ -181,49 +185,67 @@ TEST(MessageCollector, PrefixesCountsAndOneShowing)
     EXPECT_THROW(SGMErrors::Destroy(), std::runtime_error);
 }
 
-TEST_F(Session, CleanExportWritesModelAndLogAndTakesEverythingDown)
+TEST_F(Session, RunsFromLogToTearDown)
 {
-    std::filesystem::create_directories(m_folder / "units/scout");
-    const std::string file = m_folder / "units/scout/walk.sgm";
-    EXPECT_EQ(Export(CleanScene, file), 1);
-    EXPECT_EQ(m_ui.dialogs, 1);
-    EXPECT_EQ(m_ui.shown, 0);
-    EXPECT_TRUE(std::filesystem::is_regular_file(file));
-    EXPECT_TRUE(NothingIsUp());
-    EXPECT_FALSE(ProcessLog::IsStarted());
-    const std::string log = TempFolder::Read(m_folder / "units/scout/walk.log");
-    EXPECT_NE(log.find("Exporting File"), std::string::npos);
-    EXPECT_NE(log.find("======== end ============="), std::string::npos);
-    EXPECT_NE(log.find("closed without errors"), std::string::npos);
-    EXPECT_TRUE(m_exporter.GetMeshNodes().empty());
-    EXPECT_TRUE(m_exporter.GetBoneNodes().empty());
-}
-
-TEST_F(Session, MissingFoldersOfTheOutputAreMade)
-{
-    const std::string file = m_folder / "units/Scout/reference/ref.sgm";
-    EXPECT_EQ(Export(CleanScene, file), 1);
-    EXPECT_TRUE(std::filesystem::is_regular_file(file));
-}
-
-TEST_F(Session, LogIsNamedFromTheFirstDot)
-{
-    std::filesystem::create_directories(m_folder / "data.v2");
-    EXPECT_EQ(Export(CleanScene, m_folder / "data.v2/model.sgm"), 1);
-    EXPECT_TRUE(std::filesystem::is_regular_file(m_folder / "data.v2/model.sgm"));
-    EXPECT_TRUE(std::filesystem::is_regular_file(m_folder / "data.log"));
-    EXPECT_FALSE(std::filesystem::exists(m_folder / "data.v2/model.log"));
-}
-
-TEST_F(Session, CancelReturnsOneAndLeavesNothingButTheLog)
-{
-    m_ui.answer = 0;
-    const std::string file = m_folder / "walk.sgm";
-    EXPECT_EQ(Export(CleanScene, file), 1);
-    EXPECT_EQ(m_ui.dialogs, 1);
-    EXPECT_FALSE(std::filesystem::exists(file));
-    EXPECT_TRUE(NothingIsUp());
-    EXPECT_TRUE(ProcessLog::IsStarted());
+    struct Case
+    {
+        const char* what;
+        const char* scene;
+        const char* file;
+        int answer;            // of the options dialog
+        const char* throwText; // from the errors dialog
+        bool deviceUp;         // a device already up makes the exporter's own fail
+        int result;
+        bool written;
+        std::vector<std::string> messages;
+        const char* listener;
+        const char* log; // the log file and a text in it, or null
+        const char* logText;
+    };
+    const std::string error = "Error   : Mesh 'Hull' assigned to invalid bone! (Removed from Skeleton?)";
+    // clang-format off
+    const Case cases[] = {
+        {"clean", CleanScene, "walk.sgm", 1, "", false, 1, true, {}, "", "walk.log", "closed without errors"},
+        {"missing folders of the output are made", CleanScene, "units/Scout/reference/ref.sgm", 1, "", false, 1, true, {}, "", nullptr, nullptr},
+        {"log named from the first dot", CleanScene, "data.v2/model.sgm", 1, "", false, 1, true, {}, "", "data.log", "closed without errors"},
+        {"cancel leaves nothing but the running log", CleanScene, "walk.sgm", 0, "", false, 1, false, {}, "", nullptr, nullptr},
+        {"device failure", CleanScene, "walk.sgm", 1, "", true, 0, false, {}, "Unable to initialize the render device!\n", "walk.log", "closed with error code -1"},
+        {"an error fails though the file is written", ErrorScene, "walk.sgm", 1, "", false, 0, true, {error}, "", "walk.log", "Exporting File"},
+        {"warnings alone do not fail", NoMaterialScene, "walk.sgm", 1, "", false, 1, true, {"Warning : Object [Hull] has no material assigned to it."}, "", "walk.log", "closed without errors"},
+        {"no model writes no file", R"J({"nodes": [{"name": "Lonely", "bone": true}]})J", "walk.sgm", 1, "", false, 0, false, {"Error   : No meshes to export!"}, "", "walk.log", "Exporting File"},
+        {"an exception is printed and ends the export", NoMaterialScene, "hull.sgm", 1, "dialog went away", false, 0, true, {"Warning : Object [Hull] has no material assigned to it."}, "dialog went away\n", "hull.log", "closed with error code -1"},
+    };
+    // clang-format on
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        TempFolder folder;
+        m_ui = RecordingUI();
+        m_ui.answer = c.answer;
+        m_ui.throwText = c.throwText;
+        if (c.deviceUp)
+        {
+            ASSERT_NE(fr::Interface::CreateDevice(fr::DeviceDesc{}), nullptr);
+        }
+        EXPECT_EQ(Export(c.scene, folder / c.file), c.result);
+        EXPECT_EQ(m_ui.dialogs, 1);
+        EXPECT_EQ(std::filesystem::is_regular_file(folder / c.file), c.written);
+        EXPECT_EQ(m_ui.messages, c.messages);
+        EXPECT_EQ(m_ui.shown, c.messages.empty() ? 0 : 1);
+        EXPECT_EQ(m_ui.listener, c.listener);
+        EXPECT_TRUE(NothingIsUp());
+        if (c.log != nullptr)
+        {
+            EXPECT_NE(TempFolder::Read(folder / c.log).find(c.logText), std::string::npos) << c.log;
+        }
+        // A cancelled export leaves its log running, as in the host.
+        EXPECT_EQ(ProcessLog::IsStarted(), c.answer == 0);
+        if (ProcessLog::IsStarted())
+            ProcessLog::Stop(0);
+        // The lists are emptied on every path.
+        EXPECT_TRUE(m_exporter.GetMeshNodes().empty());
+        EXPECT_TRUE(m_exporter.GetBoneNodes().empty());
+    }
 }
 
 TEST_F(Session, OnlyPromptValueOneSuppressesTheDialog)
@@ -242,41 +264,7 @@ TEST_F(Session, OnlyPromptValueOneSuppressesTheDialog)
     EXPECT_TRUE(std::filesystem::exists(m_folder / "b.sgm"));
 }
 
-TEST_F(Session, SuppressedPromptsFollowTheReferenceFileRule)
-{
-    auto pScene = exporter_test::ReadScene(CleanScene);
-    ASSERT_NE(pScene, nullptr);
-    m_exporter.SetUI(&m_ui);
-    struct Case
-    {
-        std::string name;
-        bool meshes;
-    };
-    const Case cases[] = {
-        {Internal(m_folder / "scout/REFERENCE/REF.SGM"), true},
-        {Internal(m_folder / "scout/reference/ref.sgm"), true},
-        {m_folder / "scout/reference/ref.sgm", false}, // forward slashes never match
-        {Internal(m_folder / "scout/walk.sgm"), false},
-        {Internal(m_folder / "scout/REF.SGM"), false},
-    };
-    for (const Case& c : cases)
-    {
-        SGMExportOptions options;
-        options.xrefLocal = true;
-        ASSERT_TRUE(m_exporter.InitExport(options, c.name.c_str(), pScene.get(), true)) << c.name;
-        EXPECT_EQ(options.exportMeshes, c.meshes) << c.name;
-        EXPECT_EQ(options.exportAnimation, !c.meshes) << c.name;
-        EXPECT_FALSE(options.xrefLocal);
-        EXPECT_TRUE(options.exportShaders);
-        EXPECT_EQ(options.filename, "TOOL:" + c.name);
-        EXPECT_EQ(options.time, 0);
-        m_exporter.ShutdownExport();
-    }
-    EXPECT_EQ(m_ui.dialogs, 0);
-    EXPECT_TRUE(NothingIsUp());
-}
-
-TEST_F(Session, InitBringsUpAliasCollectorDeviceAndInventoryAndNamesTheModel)
+TEST_F(Session, InitBringsUpAliasCollectorDeviceAndInventoryAndFollowsTheReferenceFileRule)
 {
     auto pScene = exporter_test::ReadScene(CleanScene);
     ASSERT_NE(pScene, nullptr);
@@ -288,97 +276,53 @@ TEST_F(Session, InitBringsUpAliasCollectorDeviceAndInventoryAndNamesTheModel)
     EXPECT_TRUE(options.exportMeshes);
     EXPECT_TRUE(options.exportAnimation);
     EXPECT_EQ(options.modelName, "Walker");
+    EXPECT_EQ(options.filename, "TOOL:" + name);
     EXPECT_TRUE(SGMErrors::Exists());
     EXPECT_NE(fr::Interface::GetDevice(), nullptr);
     EXPECT_TRUE(FilePath::IsAliased("TOOL:x"));
     m_exporter.ShutdownExport();
     EXPECT_TRUE(NothingIsUp());
+
+    // With prompts suppressed a reference file exports meshes, any other animation (the names' own
+    // rule is tested with IsReferenceFile).
+    for (const auto& [file, meshes] :
+         {std::pair{name, true}, std::pair{Internal(m_folder / "Walker/walk.sgm"), false}})
+    {
+        options = SGMExportOptions();
+        options.xrefLocal = true;
+        ASSERT_TRUE(m_exporter.InitExport(options, file.c_str(), pScene.get(), true)) << file;
+        EXPECT_EQ(options.exportMeshes, meshes) << file;
+        EXPECT_EQ(options.exportAnimation, !meshes) << file;
+        EXPECT_FALSE(options.xrefLocal);
+        EXPECT_TRUE(options.exportShaders);
+        EXPECT_EQ(options.time, 0);
+        m_exporter.ShutdownExport();
+    }
+    EXPECT_EQ(m_ui.dialogs, 1);
 }
 
 TEST_F(Session, IgnoreShadersIsFoundByNameInAnyCase)
 {
-    const std::string scene = R"J({
-      "fileProperties": [{"id": 4, "value": "numbered"}, {"name": "ignoreSHADERS", "value": false}],
-      "nodes": []})J";
-    auto pScene = exporter_test::ReadScene(scene);
-    ASSERT_NE(pScene, nullptr);
-    m_exporter.SetUI(&m_ui);
-    SGMExportOptions options;
-    ASSERT_TRUE(m_exporter.InitExport(options, Internal(m_folder / "a.sgm").c_str(), pScene.get(), true));
-    EXPECT_FALSE(options.exportShaders);
-    EXPECT_EQ(m_ui.listener, "Exporter: IgnoreShaders property has turned off shaders!\n");
-    m_exporter.ShutdownExport();
-
     // Other names, and dates and numbers as values, leave shaders on.
-    auto pOther = exporter_test::ReadScene(R"J({
-      "fileProperties": [{"name": "IgnoreShadersNot", "value": 3},
-                         {"name": "Made", "type": "date", "value": "2004-02-29"}],
-      "nodes": []})J");
-    ASSERT_NE(pOther, nullptr);
-    m_ui.listener.clear();
-    ASSERT_TRUE(m_exporter.InitExport(options, Internal(m_folder / "a.sgm").c_str(), pOther.get(), true));
-    EXPECT_TRUE(options.exportShaders);
-    EXPECT_EQ(m_ui.listener, "");
-    m_exporter.ShutdownExport();
-}
-
-TEST_F(Session, DeviceFailureIsReportedOnTheListener)
-{
-    // A device already up makes the exporter's own fail.
-    ASSERT_NE(fr::Interface::CreateDevice(fr::DeviceDesc{}), nullptr);
-    const std::string file = m_folder / "walk.sgm";
-    EXPECT_EQ(Export(CleanScene, file), 0);
-    EXPECT_EQ(m_ui.listener, "Unable to initialize the render device!\n");
-    EXPECT_FALSE(std::filesystem::exists(file));
-    EXPECT_TRUE(NothingIsUp());
-    EXPECT_FALSE(ProcessLog::IsStarted());
-    EXPECT_NE(TempFolder::Read(m_folder / "walk.log").find("closed with error code -1"), std::string::npos);
-}
-
-TEST_F(Session, AnErrorFailsTheExportThoughTheFileIsWritten)
-{
-    // The mesh's parent bone is removed from the skeleton.
-    const std::string scene = R"J({
-      "materials": [{"name": "Hull", "class": "standard"}],
-      "nodes": [
-        {"name": "Body", "bone": true},
-        {"name": "Gone", "parent": "Body", "bone": true, "userProperties": "Remove"},
-        {"name": "Hull", "parent": "Gone", "material": "Hull",
-         "object": {"class": "editableMesh", "mesh": {"vertices": [[0,0,0],[1,0,0],[0,1,0]], "faces": [[0,1,2]]}}}]})J";
-    const std::string file = m_folder / "walk.sgm";
-    EXPECT_EQ(Export(scene, file), 0);
-    EXPECT_TRUE(std::filesystem::is_regular_file(file));
-    EXPECT_EQ(m_ui.messages, std::vector<std::string>{
-                                 "Error   : Mesh 'Hull' assigned to invalid bone! (Removed from Skeleton?)"});
-    EXPECT_TRUE(NothingIsUp());
-}
-
-TEST_F(Session, WarningsAloneDoNotFail)
-{
-    const std::string scene = R"J({"nodes": [
-        {"name": "Hull", "object": {"class": "editableMesh",
-                                    "mesh": {"vertices": [[0,0,0],[1,0,0],[0,1,0]], "faces": [[0,1,2]]}}}]})J";
-    const std::string file = m_folder / "walk.sgm";
-    EXPECT_EQ(Export(scene, file), 1);
-    EXPECT_TRUE(std::filesystem::is_regular_file(file));
-    ASSERT_EQ(m_ui.shown, 1);
-    ASSERT_FALSE(m_ui.messages.empty());
-    for (const std::string& message : m_ui.messages)
-        EXPECT_TRUE(message.starts_with("Warning : ")) << message;
-}
-
-TEST_F(Session, EmptySceneIsAnErrorOnlyWhenMeshesAreAsked)
-{
-    const std::string empty = R"J({"nodes": [{"name": "Lonely", "bone": true}]})J";
-    EXPECT_EQ(Export(empty, m_folder / "a.sgm"), 0);
-    EXPECT_EQ(m_ui.messages, std::vector<std::string>{"Error   : No meshes to export!"});
-    EXPECT_FALSE(std::filesystem::exists(m_folder / "a.sgm"));
-
-    m_ui = RecordingUI();
-    m_ui.clearMeshes = true;
-    EXPECT_EQ(Export(empty, m_folder / "b.sgm"), 1);
-    EXPECT_EQ(m_ui.shown, 0);
-    EXPECT_FALSE(std::filesystem::exists(m_folder / "b.sgm"));
+    const std::tuple<const char*, bool, const char*> cases[] = {
+        {R"J([{"id": 4, "value": "numbered"}, {"name": "ignoreSHADERS", "value": false}])J", false,
+         "Exporter: IgnoreShaders property has turned off shaders!\n"},
+        {R"J([{"name": "IgnoreShadersNot", "value": 3}, {"name": "Made", "type": "date", "value": "2004-02-29"}])J",
+         true, ""},
+    };
+    m_exporter.SetUI(&m_ui);
+    for (const auto& [properties, shaders, listener] : cases)
+    {
+        auto pScene =
+            exporter_test::ReadScene(R"J({"nodes": [], "fileProperties": )J" + std::string(properties) + "}");
+        ASSERT_NE(pScene, nullptr);
+        m_ui.listener.clear();
+        SGMExportOptions options;
+        ASSERT_TRUE(m_exporter.InitExport(options, Internal(m_folder / "a.sgm").c_str(), pScene.get(), true));
+        EXPECT_EQ(options.exportShaders, shaders) << properties;
+        EXPECT_EQ(m_ui.listener, listener);
+        m_exporter.ShutdownExport();
+    }
 }
 
 TEST_F(Session, NameWithoutDotIsAnAssertion)
@@ -387,24 +331,6 @@ TEST_F(Session, NameWithoutDotIsAnAssertion)
     m_exporter.SetUI(&m_ui);
     EXPECT_THROW(m_exporter.DoExport("/tmp/nodot/model", nullptr, nullptr, 1), std::runtime_error);
     EXPECT_FALSE(ProcessLog::IsStarted());
-}
-
-TEST_F(Session, ExceptionDuringTheRunIsPrintedAndEndsTheExport)
-{
-    // A mesh without material gives a warning, so the errors dialog opens, and throws.
-    const std::string scene = R"J({"nodes": [
-        {"name": "Hull", "object": {"class": "editableMesh",
-                                    "mesh": {"vertices": [[0,0,0],[1,0,0],[0,1,0]], "faces": [[0,1,2]]}}}]})J";
-    std::filesystem::create_directories(m_folder / "units");
-    m_ui.throwText = "dialog went away";
-    EXPECT_EQ(Export(scene, m_folder / "units/hull.sgm"), 0);
-    EXPECT_EQ(m_ui.listener, "dialog went away\n");
-    EXPECT_TRUE(NothingIsUp());
-    EXPECT_FALSE(ProcessLog::IsStarted());
-    EXPECT_NE(TempFolder::Read(m_folder / "units/hull.log").find("closed with error code -1"),
-              std::string::npos);
-    // The lists are emptied on this path too.
-    EXPECT_TRUE(m_exporter.GetMeshNodes().empty());
 }
 
 TEST(ConsoleDialogs, FlagsMessagesAndListener)

@@ -1,17 +1,17 @@
-// Scene gathering: how the walk sorts nodes into bones, meshes, markers, cameras and lights, and
-// how bones are named and parented.
+// Scene gathering: how the walk sorts nodes into bones, meshes, markers, cameras and lights, how
+// bones are named and parented; and the converter from host axes to game axes.
 #include "exporter/sgmutil.h"
 #include "exporter_fixture.h"
 
+#include <cmath>
+#include <numbers>
 #include <string>
 
-using exporter_test::ExporterFixture;
+using exporter_test::ExpectMatrix;
 
 namespace
 {
-class SceneWalk : public ExporterFixture
-{
-};
+using SceneWalk = exporter_test::ExporterFixture;
 
 std::vector<std::string> BoneNames(const SGMExport& exporter)
 {
@@ -41,7 +41,7 @@ TEST_F(SceneWalk, ParentSearchStepsOverRemovedBonesAndOtherNodes)
         {"name": "Knee", "bone": true, "parent": "Gone"},
         {"name": "Helper", "object": {"class": "dummy"}, "parent": "Knee"},
         {"name": "Foot", "bone": true, "parent": "Helper"},
-        {"name": "Loose", "bone": true, "userProperties": "Stale"}]})J");
+        {"name": "Loose", "bone": true, "userProperties": "Stale", "transform": [[2,0,0],[0,2,0],[0,0,2],[1,2,3]]}]})J");
     const auto& bones = exporter.GetBoneNodes();
     ASSERT_EQ(BoneNames(exporter), (std::vector<std::string>{"Hip", "Knee", "Foot", "Loose"}));
     EXPECT_EQ(bones[0].parent, -1);
@@ -50,6 +50,8 @@ TEST_F(SceneWalk, ParentSearchStepsOverRemovedBonesAndOtherNodes)
     EXPECT_EQ(bones[3].parent, -1);
     EXPECT_TRUE(bones[0].active);
     EXPECT_FALSE(bones[3].active);
+    // The bone's transform loses its scale and turns into game axes.
+    EXPECT_EQ(bones[3].transform, (ra::Matrix34{{{1, 0, 0}, {0, 0, -1}, {0, 1, 0}, {-1, 3, -2}}}));
     EXPECT_EQ(exporter.FindBoneIndex(Node("Gone")), -1);
     EXPECT_EQ(exporter.FindParentBone(Node("Helper")), 1);
 }
@@ -147,18 +149,6 @@ TEST_F(SceneWalk, XRefMeshesAreCountedUnlessForcedLocal)
     EXPECT_FALSE(IsXRef(Node("Local")));
 }
 
-TEST_F(SceneWalk, BoneTransformLosesScaleAndTurnsIntoGameAxes)
-{
-    SGMExport& exporter = Walk(R"J({"nodes": [
-        {"name": "Scaled", "bone": true, "userProperties": "Inactive",
-         "transform": [[2,0,0],[0,2,0],[0,0,2],[1,2,3]]}]})J");
-    ASSERT_EQ(exporter.GetBoneNodes().size(), 1u);
-    const BoneNode& bone = exporter.GetBoneNodes()[0];
-    EXPECT_FALSE(bone.active);
-    const ra::Matrix34 expected{{{1, 0, 0}, {0, 0, -1}, {0, 1, 0}, {-1, 3, -2}}};
-    EXPECT_EQ(bone.transform, expected);
-}
-
 TEST_F(SceneWalk, AddOperationsRepeatTheClassTest)
 {
     SGMExport& exporter = Walk(R"J({"nodes": [{"name": "Helper", "object": {"class": "dummy"}}]})J");
@@ -175,4 +165,54 @@ TEST_F(SceneWalk, AddOperationsRepeatTheClassTest)
 
     dbg::ScopedThrowOnAssert throwOnAssert;
     EXPECT_THROW(exporter.AddBoneNode(nullptr, 0), std::runtime_error);
+}
+
+namespace
+{
+// The host frame of the identity in game axes: rows (-x, z, -y), row 0 rebuilt from rows 1 and 2.
+const ra::Matrix34 IdentityInGame{{{1, 0, 0}, {0, 0, -1}, {0, 1, 0}, {0, 0, 0}}};
+
+float Determinant(const ra::Matrix34& m)
+{
+    return ra::Dot(m.r[0], ra::Cross(m.r[1], m.r[2]));
+}
+} // namespace
+
+TEST(ConvertMatrix, RotationAboutUpAxisWorkedByHand)
+{
+    host::Matrix3 tm = host::RotateZMatrix(std::numbers::pi_v<float> / 2);
+    tm.SetTrans({1, 2, 3});
+    // Rows (0,1,0), (-1,0,0), (0,0,1) become (0,0,-1), (1,0,0), (0,1,0); row 0 is then rebuilt as
+    // (1,0,0) x (0,1,0) = (0,0,1); the translation (1,2,3) becomes (-1,3,-2).
+    ra::Matrix34 out;
+    ConvertMatrix(out, tm);
+    ExpectMatrix(out, ra::Matrix34{{{0, 0, 1}, {1, 0, 0}, {0, 1, 0}, {-1, 3, -2}}});
+}
+
+TEST(ConvertMatrix, MirroredTransformComesOutUnmirroredAndScaleIsDroppedOrKept)
+{
+    ra::Matrix34 out;
+    ConvertMatrix(out, host::Matrix3({-1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, 0}));
+    ExpectMatrix(out, IdentityInGame);
+    EXPECT_NEAR(Determinant(out), 1.0f, 1e-5f);
+
+    const host::Matrix3 scaled({2, 0, 0}, {0, 3, 0}, {0, 0, 4}, {5, 6, 7});
+    ConvertMatrix(out, scaled);
+    ra::Matrix34 expected = IdentityInGame;
+    expected.r[3] = {-5, 7, -6};
+    ExpectMatrix(out, expected);
+    ConvertMatrixKeepScale(out, scaled);
+    ExpectMatrix(out, ra::Matrix34{{{2, 0, 0}, {0, 0, -3}, {0, 4, 0}, {-5, 7, -6}}});
+}
+
+TEST(ConvertMatrix, SkewedInputGivesAnOrthogonalRightHandedFrameAlongItsZRow)
+{
+    ra::Matrix34 out;
+    ConvertMatrix(out, host::Matrix3({1, 0.5f, 0}, {0.2f, 1, 0.3f}, {0, -0.4f, 2}, {1, 1, 1}));
+    for (int i = 0; i < 3; ++i)
+        EXPECT_NEAR(ra::Dot(out.r[i], out.r[(i + 1) % 3]), 0.0f, 1e-5f);
+    EXPECT_GT(Determinant(out), 0.0f);
+    // Row 2 keeps the direction of the converted z row: (0,-0.4,2) becomes (0,2,0.4).
+    EXPECT_NEAR(ra::Dot(ra::Normalize(out.r[2]), ra::Normalize(ra::Vec3(0, 2, 0.4f))), 1.0f, 1e-5f);
+    EXPECT_EQ(out.r[3], ra::Vec3(-1, 1, -1));
 }
