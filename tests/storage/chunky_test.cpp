@@ -81,54 +81,60 @@ TEST(ChunkyFormat, TheWriterMakesExactlyTheHandBuiltBytes)
     EXPECT_EQ(out.Bytes(), WalkerFile());
 }
 
+// The tree from the reader's position to the end of its parent: "ID vVERSION 'name'" and then a
+// folder's children in braces or a data chunk's payload after '='.
+std::string Walk(Chunky& chunky, ByteStreamAdapter& adapter)
+{
+    std::string out;
+    ChunkInfo info;
+    while (chunky.NextChunk(info))
+    {
+        const uint32 id = __builtin_bswap32(info.id);
+        out += std::string(reinterpret_cast<const char*>(&id), 4) + " v" + std::to_string(info.version) +
+               " '" + info.name.c_str() + "'";
+        const uint32 depth = chunky.GetDepth();
+        if (info.kind == Chunky::CT_Folder)
+        {
+            EXPECT_EQ(chunky.ReadFolderChunk(info.id, info.version).size, info.size);
+            out += " {" + Walk(chunky, adapter) + "} ";
+        }
+        else
+        {
+            EXPECT_EQ(chunky.ReadDataChunk(info.id, info.version).size, info.size);
+            std::string payload(info.size, '\0');
+            EXPECT_EQ(adapter.Read(payload.data(), info.size), info.size);
+            out += "=" + payload + " ";
+        }
+        EXPECT_EQ(chunky.GetDepth(), depth + 1) << "a peeked chunk is not entered, a read one is";
+        chunky.CloseChunk();
+    }
+    return out;
+}
+
 TEST(ChunkyFormat, TheReaderWalksTheHandBuiltTree)
 {
     ChunkReader in(WalkerFile());
-    Chunky& chunky = *in.m_pChunky;
-    EXPECT_EQ(chunky.GetPlatform(), 1u);
-    ChunkInfo root = chunky.ReadFolderChunk(FourCC("RSGM"), 1);
-    EXPECT_EQ(root.kind, Chunky::CT_Folder);
-    EXPECT_EQ(root.size, 89u);
-    EXPECT_EQ(root.name, "walker");
+    EXPECT_EQ(in.m_pChunky->GetPlatform(), 1u);
+    EXPECT_EQ(Walk(*in.m_pChunky, in.m_adapter), "RSGM v1 'walker' {INFO v2 ''=" + U32(42) +
+                                                     " MESH v1 'A' {VERT v3 ''=xyz } TAIL v1 ''= } " +
+                                                     "EMPT v1 '' {} ONEC v1 'A'= ");
+    EXPECT_EQ(in.m_pChunky->GetDepth(), 0u);
 
+    // A chunk passed over unread: the end of its folder comes next.
+    ChunkReader skip(WalkerFile());
+    Chunky& chunky = *skip.m_pChunky;
+    chunky.ReadFolderChunk(FourCC("RSGM"), 1);
     ChunkInfo info;
-    ASSERT_TRUE(chunky.NextChunk(info));
-    EXPECT_EQ(info.kind, Chunky::CT_Data);
-    EXPECT_EQ(info.id, FourCC("INFO"));
-    EXPECT_EQ(info.version, 2u);
-    EXPECT_EQ(info.size, 4u);
-    EXPECT_TRUE(info.name.empty());
-    EXPECT_EQ(chunky.GetDepth(), 1u) << "a peeked chunk is not entered";
-    EXPECT_EQ(chunky.ReadDataChunk(FourCC("INFO"), 2).size, 4u);
-    EXPECT_EQ(chunky.GetDepth(), 2u);
-    uint32 value = 0;
-    ASSERT_TRUE(in.m_adapter.ReadValue(value));
-    EXPECT_EQ(value, 42u);
-    chunky.CloseChunk();
-
-    ASSERT_TRUE(chunky.NextChunk(info));
-    EXPECT_EQ(info.name, "A");
-    chunky.ReadFolderChunk(FourCC("MESH"), 1);
-    EXPECT_EQ(chunky.ReadDataChunk(FourCC("VERT"), 3).version, 3u);
-    EXPECT_EQ(chunky.GetDepth(), 3u);
-    char xyz[4] = {};
-    ASSERT_EQ(in.m_adapter.Read(xyz, 3), 3u);
-    EXPECT_STREQ(xyz, "xyz");
-    chunky.CloseChunk();
-    EXPECT_FALSE(chunky.NextChunk(info)) << "MESH has one child";
-    chunky.CloseChunk();
-
-    ASSERT_TRUE(chunky.NextChunk(info));
-    EXPECT_EQ(info.id, FourCC("TAIL"));
-    EXPECT_FALSE(chunky.NextChunk(info)) << "TAIL is passed over unread; the end of RSGM comes next";
+    for (uint32 id : {FourCC("INFO"), FourCC("MESH"), FourCC("TAIL")})
+    {
+        ASSERT_TRUE(chunky.NextChunk(info));
+        EXPECT_EQ(info.id, id);
+    }
+    EXPECT_FALSE(chunky.NextChunk(info));
     chunky.CloseChunk();
     EXPECT_EQ(chunky.GetDepth(), 0u);
     ASSERT_TRUE(chunky.NextChunk(info));
     EXPECT_EQ(info.id, FourCC("EMPT"));
-    EXPECT_TRUE(info.name.empty());
-    ASSERT_TRUE(chunky.NextChunk(info));
-    EXPECT_EQ(info.name, "A");
-    EXPECT_FALSE(chunky.NextChunk(info)) << "the end of the file";
 }
 
 TEST(ChunkyFormat, RoundTripThroughADiskFileWithLargePayloads)
@@ -462,8 +468,10 @@ TEST(ChunkyWriting, MisuseIsAnAssertionThenAnError)
 
 TEST(ChunkyReservedTypes, IdsAndTheTest)
 {
-    const std::pair<int, uint32> ids[] = {
-        {CRT_BurnDialog, FourCC("BDLG")}, {CRT_Comment, FourCC("CMNT")}, {CRT_FileDepend, FourCC("FDEP")}, {CRT_BurnInfo, FourCC("FBIF")}};
+    const std::pair<int, uint32> ids[] = {{CRT_BurnDialog, FourCC("BDLG")},
+                                          {CRT_Comment, FourCC("CMNT")},
+                                          {CRT_FileDepend, FourCC("FDEP")},
+                                          {CRT_BurnInfo, FourCC("FBIF")}};
     for (const auto& [type, id] : ids)
     {
         EXPECT_EQ(ChunkyReservedTypeId(type), id) << type;
