@@ -363,11 +363,4 @@ TEST(ConsoleDialogs, FlagsMessagesAndListener)
     EXPECT_EQ(contents(pOut), "Exporter: text\n");
     std::fclose(pOut);
     std::fclose(pErr);
-
-    // With no flags the dialog changes nothing.
-    SGMExportOptions defaults;
-    EXPECT_EQ(ConsoleUI::Default().OptionsDialog(defaults), 1);
-    EXPECT_TRUE(defaults.exportMeshes);
-    EXPECT_TRUE(defaults.exportAnimation);
-    EXPECT_FALSE(defaults.xrefLocal);
 }
