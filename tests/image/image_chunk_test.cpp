@@ -228,15 +228,23 @@ TEST(ImageChunk, PalettedImageChunkRoundTripAndBounds)
     EXPECT_EQ(Level(*p), Level(image));
     EXPECT_EQ(std::memcmp(p->GetPalette(), image.GetPalette(), 0x400), 0);
 
-    // Claims more index bytes than the chunk holds.
-    LogCapture log;
-    ChunkWriter lying;
-    lying.m_pChunky->OpenDataChunk(ImageLoad::ID_IPAL, 1, "lying");
-    const uint32 size[2] = {64, 64};
-    lying.m_adapter.WriteArray(size, 2);
-    lying.m_adapter.Write(std::string(100, '\1').data(), 100);
-    lying.m_pChunky->CloseChunk();
-    ChunkReader back(lying.Bytes());
-    EXPECT_EQ(ImageLoad::LoadImagePalette(*back.m_pChunky, back.m_adapter), nullptr);
-    EXPECT_TRUE(log.Has("Paletted image 'lying' is cut short"));
+    // Sizes, the bytes behind them, the complaint: more index bytes than the chunk holds, a side of 0.
+    const std::tuple<uint32, uint32, uint32, const char*> bad[] = {
+        {64, 64, 100, "Paletted image 'bad' is cut short"},
+        {0, 64, 0x400, "Paletted image 'bad' size 0x64 is not 1 to 4096 a side."},
+        {64, 0, 0x400, "Paletted image 'bad' size 64x0 is not 1 to 4096 a side."},
+    };
+    for (const auto& [w, h, bytes, message] : bad)
+    {
+        LogCapture log;
+        ChunkWriter lying;
+        lying.m_pChunky->OpenDataChunk(ImageLoad::ID_IPAL, 1, "bad");
+        lying.m_adapter.WriteValue(w);
+        lying.m_adapter.WriteValue(h);
+        lying.m_adapter.Write(std::string(bytes, '\1').data(), bytes);
+        lying.m_pChunky->CloseChunk();
+        ChunkReader back(lying.Bytes());
+        EXPECT_EQ(ImageLoad::LoadImagePalette(*back.m_pChunky, back.m_adapter), nullptr) << message;
+        EXPECT_TRUE(log.Has(message)) << message;
+    }
 }
