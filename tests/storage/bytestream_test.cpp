@@ -46,7 +46,6 @@ TEST(ByteStreamStrings, WrittenAsLengthAndCharactersWithoutTerminator)
     ASSERT_TRUE(WriteString(stream, ""));
     ASSERT_TRUE(WriteWString(stream, u"h\u00e9"));
     EXPECT_EQ(Contents(stream), std::string("\x06\0\0\0walker\0\0\0\0\x02\0\0\0h\0\xe9\0", 22));
-
     char block[6];
     RamStream full;
     full.Attach(block, sizeof(block), false, ByteStream::Mode_Write);
@@ -87,7 +86,6 @@ TEST(ByteStreamStrings, ATooLongStringIsSkippedInEightBitsButThrowsInWide)
     ReadStream past(std::string("\xff\xff\xff\x7f", 4) + "abc");
     EXPECT_FALSE(ReadString(past, buf, 8));
     EXPECT_EQ(past.GetPos(), 7u);
-
     wchar16 wide[3];
     ReadStream fits(std::string("\x02\0\0\0a\0b\0", 8));
     ASSERT_TRUE(ReadWString(fits, wide, 2));
@@ -121,7 +119,6 @@ TEST(ByteStreamText, EveryLineEndBecomesCarriageReturnLineFeed)
     WriteStream stream;
     ASSERT_TRUE(Printf(stream, "%s = %d\n", "count", 42));
     EXPECT_EQ(Contents(stream), "count = 42\r\n");
-
     char block[4];
     RamStream small;
     small.Attach(block, sizeof(block), false, ByteStream::Mode_Write);
@@ -148,7 +145,6 @@ TEST(ByteStreamAdapterNative, TypedArraysAreTheirBytes)
     EXPECT_EQ(Contents(stream), std::string("\x01\x02\x03\x04\x05\x06\x07\x08\xfe\xff\x01\x00\x00\x00\x80\x3f"
                                             "\x03\0\0\0abc\x02\0\0\0x\0y\0",
                                             31));
-
     // Any non-zero byte reads as a proper true.
     ReadStream in(std::string("\x00\x07\x01\x01\x02\x03\x04", 7));
     ByteStreamAdapter adapter(in);
@@ -159,7 +155,6 @@ TEST(ByteStreamAdapterNative, TypedArraysAreTheirBytes)
     EXPECT_TRUE(adapter.ReadValue(word));
     EXPECT_EQ(word, 0x04030201u);
     EXPECT_FALSE(adapter.ReadValue(word)) << "nothing left";
-
     std::string limit(ByteStreamAdapter::MaxStringRead, 'q');
     ReadStream strings(LengthPrefixed(limit) + LengthPrefixed(limit + "q"));
     ByteStreamAdapter reader(strings);
@@ -208,7 +203,6 @@ public:
     {
         return ++m_calls["WriteRaw"], m_pStream->Write(src, bytes);
     }
-
     bool ReadWString(wchar16* buf, uint32 size) override
     {
         return ++m_calls["ReadWString"], ::ReadWString(*m_pStream, buf, size);
@@ -255,7 +249,6 @@ TEST(ByteStreamAdapterConverter, EveryOperationGoesThroughTheConverter)
     ByteStreamAdapter adapter(stream);
     adapter.SetConverter(&converter);
     EXPECT_EQ(adapter.GetConverter(), &converter);
-
     const std::tuple values{int32(-5), uint32(5), 2.5f, int16(-3), uint16(3), int8(-1), uint8(1), true};
     std::apply([&](const auto&... value) { EXPECT_TRUE((adapter.WriteValue(value) && ...)); }, values);
     EXPECT_EQ(adapter.Write("raw", 3), 3u);
@@ -266,7 +259,6 @@ TEST(ByteStreamAdapterConverter, EveryOperationGoesThroughTheConverter)
     EXPECT_EQ(adapter.GetPos(), stream.GetPos());
     EXPECT_EQ(adapter.GetLength(), stream.GetLength());
     EXPECT_EQ(adapter.GetStreamMode(), ByteStream::Mode_Both);
-
     ASSERT_TRUE(adapter.Seek(0));
     std::remove_const_t<decltype(values)> back{};
     std::apply([&](auto&... value) { EXPECT_TRUE((adapter.ReadValue(value) && ...)); }, back);
@@ -278,7 +270,6 @@ TEST(ByteStreamAdapterConverter, EveryOperationGoesThroughTheConverter)
     EXPECT_TRUE(adapter.ReadString(s, 3));
     EXPECT_STREQ(s, "s");
     EXPECT_TRUE(adapter.ReadWString(w, 3));
-
     const std::map<std::string, int> expected = {
         {"WriteInt32", 1}, {"WriteUInt32", 1}, {"WriteFloat", 1}, {"WriteUInt16", 2}, {"WriteInt8", 1},
         {"WriteUInt8", 1}, {"WriteBool", 1},   {"WriteRaw", 1},   {"WriteString", 1}, {"WriteWString", 1},

@@ -24,7 +24,6 @@ TEST(ChunksCommand, ListsTheSampleTreeAndDumpsPayloads)
                        "    DATA FACE v1 size=12\n"
                        "  FOLD ANIM v1 size=0 name=\"walk\"\n"
                        "DATA CMNT v1 size=37 name=\"comment\"\n");
-
     run = RunTool({"chunks", s_sample, "--data"});
     EXPECT_EQ(run.status, 0);
     for (const char* dump :

@@ -50,7 +50,6 @@ TEST(FileBurnInfoChunk, PayloadLayoutAndRoundTrip)
     const std::string header = std::string("DATAFBIF\x01\0\0\0", 12) + char(payload.size()) +
                                std::string("\0\0\0\x0d\0\0\0", 7) + std::string("FileBurnInfo\0", 13);
     EXPECT_EQ(out.Bytes().substr(24), header + payload);
-
     ChunkReader in(out.Bytes());
     FileBurnInfo back;
     ASSERT_TRUE(back.Read(*in.m_pChunky, in.m_adapter));
@@ -80,7 +79,6 @@ TEST(FileBurnInfoChunk, ReadFromANamedFileThroughAnAlias)
     plain.m_pChunky->CloseChunk();
     folder.Write("none.tqm", plain.Bytes());
     folder.Write("text.tqm", "not a chunk file");
-
     ASSERT_TRUE(FilePath::AddAlias(
         "BURNT", "disk", 1, FilePathHD::Create(folder.Path().c_str(), ByteStream::Mode_Read, true, false)));
     FileBurnInfo back;

@@ -119,7 +119,6 @@ TEST(ChunkyFormat, TheReaderWalksTheHandBuiltTree)
                                                      " MESH v1 'A' {VERT v3 ''=xyz } TAIL v1 ''= } " +
                                                      "EMPT v1 '' {} ONEC v1 'A'= ");
     EXPECT_EQ(in.m_pChunky->GetDepth(), 0u);
-
     // A chunk passed over unread: the end of its folder comes next.
     ChunkReader skip(WalkerFile());
     Chunky& chunky = *skip.m_pChunky;
@@ -217,7 +216,6 @@ TEST(ChunkyFormat, FileHeaderVersionsAndMagic)
     ChunkReader only(FileHeader(1, 77));
     EXPECT_EQ(only.m_pChunky->GetPlatform(), 77u) << "the platform is taken, not tested";
     EXPECT_FALSE(only.m_pChunky->NextChunk(info));
-
     std::string wrongLast = FileHeader();
     wrongLast[15] = 'x';
     EXPECT_EQ(ExpectChunkyError([] { ChunkReader in(FileHeader(2)); }, 1, "Unsupported file version!"), 16u);
@@ -291,7 +289,6 @@ TEST(ChunkyReading, PayloadReadersMayStopShortButNotRunOver)
     shortRead.m_pChunky->CloseChunk();
     EXPECT_EQ(shortRead.m_adapter.GetPos(), 24u + 20 + 12);
     EXPECT_EQ(shortRead.m_pChunky->ReadDataChunk(FourCC("NEXT"), 1).id, FourCC("NEXT"));
-
     ChunkReader overRead(file);
     overRead.m_pChunky->ReadDataChunk(FourCC("TWLV"), 1);
     overRead.m_adapter.Read(buf, 16);

@@ -37,7 +37,6 @@ protected:
         ASSERT_EQ(OSFile::Write(h, &value, 1), 1u);
         OSFile::Close(h);
     }
-
     TempFolder m_folder;
     const std::string m_root = m_folder.Path();
 };
@@ -50,7 +49,6 @@ TEST_F(DiskFileStreamTest, ReadsThatStraddleTheBufferDeliverTheFileInOrder)
     ASSERT_TRUE(stream.Open(path.c_str(), ByteStream::Mode_Read, true));
     EXPECT_EQ(stream.GetLength(), size);
     EXPECT_STREQ(stream.GetName(), path.c_str());
-
     std::vector<uint8> out(Cap + 64);
     ASSERT_EQ(stream.Read(out.data(), Cap - 16), Cap - 16);
     // 16 bytes from this buffer, 16 from the next.
@@ -58,13 +56,11 @@ TEST_F(DiskFileStreamTest, ReadsThatStraddleTheBufferDeliverTheFileInOrder)
     for (uint32 i = 0; i < 32; ++i)
         ASSERT_EQ(out[i], PatternAt(Cap - 16 + i)) << i;
     EXPECT_EQ(stream.GetPos(), Cap + 16);
-
     // One read longer than the whole buffer.
     ASSERT_EQ(stream.Read(out.data(), Cap + 64), Cap + 64);
     for (uint32 i = 0; i < Cap + 64; ++i)
         ASSERT_EQ(out[i], PatternAt(Cap + 16 + i)) << i;
     EXPECT_EQ(stream.GetPos(), 2 * Cap + 80);
-
     // The tail of the file: a short count.
     EXPECT_EQ(stream.Read(out.data(), 100), 20u);
     EXPECT_EQ(stream.GetPos(), size);
@@ -80,22 +76,18 @@ TEST_F(DiskFileStreamTest, SeekInsideTheBufferDoesNotRereadAndJustPastItDoes)
     Poke(path, Cap - 1, 0xEE);
     Poke(path, Cap, 0xDD);
     Poke(path, 0, 0xCC);
-
     uint8 byte = 0;
     ASSERT_TRUE(stream.Seek(Cap - 1));
     ASSERT_EQ(stream.Read(&byte, 1), 1u);
     EXPECT_EQ(byte, PatternAt(Cap - 1)) << "the last byte of the buffer comes from the buffer";
-
     ASSERT_TRUE(stream.Seek(Cap));
     ASSERT_EQ(stream.Read(&byte, 1), 1u);
     EXPECT_EQ(byte, 0xDD) << "just past the buffer refills from the file";
     EXPECT_EQ(stream.GetPos(), Cap + 1);
-
     // Back before the buffer [Cap, Cap + 10): a refill from the start sees the new first byte.
     ASSERT_TRUE(stream.Seek(0));
     ASSERT_EQ(stream.Read(&byte, 1), 1u);
     EXPECT_EQ(byte, 0xCC);
-
     ASSERT_TRUE(stream.Seek(Cap + 10)) << "the end is a valid target";
     EXPECT_EQ(stream.Read(&byte, 1), 0u);
     dbg::ScopedThrowOnAssert silent(false);
@@ -135,13 +127,11 @@ TEST_F(DiskFileStreamTest, WritesGoStraightToTheFileAndSeekBackPatches)
         ASSERT_TRUE(stream.Seek(8));
         EXPECT_EQ(stream.Write("!", 1), 1u);
         EXPECT_EQ(stream.Write("x", 0), 0u);
-
         dbg::ScopedThrowOnAssert silent(false);
         char c;
         EXPECT_EQ(stream.Read(&c, 1), 0u) << "no reads in write mode";
     }
     EXPECT_EQ(TempFolder::Read(path), "1234abcd!");
-
     // Mode_Write truncates an existing file.
     DiskFileStream again;
     ASSERT_TRUE(again.Open(path.c_str(), ByteStream::Mode_Write, false));
@@ -170,12 +160,10 @@ TEST_F(DiskFileStreamTest, OpenAndCloseStates)
     EXPECT_FALSE(stream.IsOpen());
     EXPECT_EQ(stream.GetStreamMode(), ByteStream::Mode_None);
     EXPECT_EQ(DiskFileStream::New((m_root + "/none.bin").c_str(), ByteStream::Mode_Read, true), nullptr);
-
     const std::string path = MakePatternFile("a.bin", 10);
     std::unique_ptr<ByteStream> pStream = DiskFileStream::New(path.c_str(), ByteStream::Mode_Read, true);
     ASSERT_NE(pStream, nullptr);
     EXPECT_EQ(pStream->GetStreamMode(), ByteStream::Mode_Read);
-
     ASSERT_TRUE(stream.Open(path.c_str(), ByteStream::Mode_Read, true));
     // Reopening closes the first file and starts the buffer afresh.
     const std::string other = MakePatternFile("b.bin", 3);
@@ -185,7 +173,6 @@ TEST_F(DiskFileStreamTest, OpenAndCloseStates)
     stream.Close();
     EXPECT_EQ(stream.GetStreamMode(), ByteStream::Mode_None);
     EXPECT_STREQ(stream.GetName(), "");
-
     dbg::ScopedThrowOnAssert throws;
     EXPECT_THROW(stream.Open(path.c_str(), ByteStream::Mode_None, true), std::runtime_error);
     EXPECT_THROW(stream.Open("", ByteStream::Mode_Read, true), std::runtime_error);

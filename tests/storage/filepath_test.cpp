@@ -55,7 +55,6 @@ class FilePathTest : public ::testing::Test
 {
 protected:
     void TearDown() override { FilePath::Reset(); }
-
     // Mounts `rel` of the scratch folder (all of it when empty) under `alias`.
     void Mount(const char* alias, const char* id, int priority, int mode, const std::string& rel = "")
     {
@@ -78,7 +77,6 @@ protected:
         std::shared_ptr<ByteStream> pStream = FilePath::Open(name.c_str(), Write, pUsed);
         return pStream && pStream->Write(text.data(), uint32(text.size())) == text.size();
     }
-
     ScratchFolder m_dir;
 };
 
@@ -92,7 +90,6 @@ TEST_F(FilePathTest, SourcesAreTriedByPriorityLaterEqualsFirst)
         ASSERT_TRUE(FilePath::AddAlias(alias, id, priority, std::make_shared<RecordingSource>(id, cLog)));
     EXPECT_FALSE(FilePath::Exists("DATA:x.tga", Read));
     EXPECT_EQ(cLog, (Names{"top20 x.tga", "late10 x.tga", "early10 x.tga", "zero x.tga"}));
-
     // Removing takes the path out of the order, the rest stays.
     cLog.clear();
     EXPECT_TRUE(FilePath::RemoveAlias("data", "LATE10"));
@@ -108,7 +105,6 @@ TEST_F(FilePathTest, NamesAreSplitAndNormalisedAlike)
          {"data:art/x.tga", "DATA:art\\x.tga", "Data:/art//x.tga", "DATA:\\\\server\\x.tga"})
         FilePath::FileType(name);
     EXPECT_EQ(cLog, (Names{"rec art\\x.tga", "rec art\\x.tga", "rec art\\x.tga", "rec \\\\server\\x.tga"}));
-
     // On disk both spellings reach the same file.
     Mount("GAME", "disk", 5, Both);
     m_dir.Write("art/x.tga", "pixels");
@@ -166,7 +162,6 @@ TEST_F(FilePathTest, WriteSkipsReadOnlySourceAndSourceIdLimitsOpens)
     Mount("DATA", "ro", 20, Read, "ro");
     Mount("DATA", "rw", 10, Both, "rw");
     EXPECT_TRUE(m_dir.Has("rw")) << "a writable root is made when missing";
-
     FilePath::SourceID used;
     EXPECT_FALSE(used.IsValid());
     ASSERT_TRUE(WriteText("DATA:out/sub/new.txt", "written", &used));
@@ -174,7 +169,6 @@ TEST_F(FilePathTest, WriteSkipsReadOnlySourceAndSourceIdLimitsOpens)
     EXPECT_FALSE(m_dir.Has("ro/out"));
     EXPECT_TRUE(used.IsValid());
     EXPECT_EQ(used, FilePath::FindSource("DATA:anything.txt", Write));
-
     // Reading finds the file of the higher source; limited to the other one, the other copy.
     ASSERT_TRUE(WriteText("DATA:shared.txt", "from writable"));
     FilePath::SourceID readFrom;
@@ -183,7 +177,6 @@ TEST_F(FilePathTest, WriteSkipsReadOnlySourceAndSourceIdLimitsOpens)
     EXPECT_EQ(readFrom, FilePath::FindSource("DATA:shared.txt", Read));
     EXPECT_EQ(ReadAll(FilePath::Open("DATA:shared.txt", Read, used)), "from writable");
     EXPECT_EQ(FilePath::Open("DATA:out/sub/new.txt", Read, readFrom), nullptr);
-
     // The read-only source deletes nothing; the writable one deletes its copy.
     EXPECT_TRUE(FilePath::Delete("DATA:shared.txt"));
     EXPECT_FALSE(m_dir.Has("rw/shared.txt"));
@@ -199,13 +192,11 @@ TEST_F(FilePathTest, ListenersHearEveryOpenAndStreamsKeepTheGivenName)
     EXPECT_TRUE(FilePath::AddListener("first", &first));
     EXPECT_TRUE(FilePath::AddListener("second", &second));
     EXPECT_FALSE(FilePath::AddListener("FIRST", &second));
-
     auto pStream = FilePath::Open("data:A.txt", Read);
     ASSERT_TRUE(pStream);
     EXPECT_STREQ(pStream->GetName(), "data:A.txt");
     EXPECT_EQ(first.m_cOpen, Names{"data:A.txt|DATA|Tools Data"});
     EXPECT_EQ(second.m_cOpen, first.m_cOpen);
-
     // A failed open tells nobody; a removed listener hears nothing more.
     EXPECT_EQ(FilePath::Open("DATA:missing.txt", Read), nullptr);
     EXPECT_TRUE(FilePath::RemoveListener("First"));
@@ -242,19 +233,16 @@ TEST_F(FilePathTest, RootSourceCreation)
     EXPECT_EQ(FilePathHD::Create(m_dir.Path("missing").c_str(), Read, false, false), nullptr);
     EXPECT_TRUE(
         log.Has("FILESYSTEM -- filepath failure, path does not exist '" + m_dir.Path("missing") + "'"));
-
     // Writable roots are made with their parents, in the case given; the source names them in
     // upper case and still finds them.
     auto pSource = FilePathHD::Create(m_dir.Path("Made/Deeper").c_str(), Write, false, false);
     ASSERT_TRUE(pSource);
     EXPECT_TRUE(m_dir.Has("Made/Deeper"));
     EXPECT_EQ(std::string(pSource->GetRoot()), SystemName(m_dir.Path("Made/Deeper"), true) + "\\");
-
     // A root under a file cannot be made.
     m_dir.Write("plain", "x");
     EXPECT_EQ(FilePathHD::Create(m_dir.Path("plain/sub").c_str(), Both, false, false), nullptr);
     EXPECT_TRUE(log.Has("FILESYSTEM -- filepath failure, failed to create path '"));
-
     dbg::ScopedThrowOnAssert silent(false);
     EXPECT_EQ(FilePathHD::Create(m_dir.Path().c_str(), ByteStream::Mode_None, false, false), nullptr);
     EXPECT_EQ(FilePathHD::Create(std::string(300, 'x').c_str(), Read, false, false), nullptr);
@@ -268,7 +256,6 @@ TEST_F(FilePathTest, BuildPathChecksReadsAndPreparesWrites)
     EXPECT_FALSE(FilePath::BuildPath(name, Read));
     EXPECT_TRUE(log.Has("WARNING: Could not find file [DATA:art\\missing.tga]"));
     EXPECT_STREQ(name, "DATA:art\\missing.tga");
-
     std::strcpy(name, "DATA:new/folder/file.tga");
     EXPECT_TRUE(FilePath::BuildPath(name, Write));
     EXPECT_EQ(std::string(name), SystemName(m_dir.Path(), true) + "\\new\\folder\\file.tga");
@@ -291,7 +278,6 @@ TEST_F(FilePathTest, FileTypeAndExistsOfFoldersFilesAndWildcards)
                                                  {"DATA:dir/*.tga", 0}};
     for (const auto& [name, type] : types)
         EXPECT_EQ(FilePath::FileType(name), type) << name;
-
     // Exists matches the attributes against the mode.
     const std::tuple<const char*, int, bool> exists[] = {
         {"writable.txt", Read, false}, {"writable.txt", Write, false}, {"writable.txt", Both, true},
@@ -304,7 +290,6 @@ TEST_F(FilePathTest, FileTypeAndExistsOfFoldersFilesAndWildcards)
     Mount("DATA", "disk", 1, Read);
     EXPECT_TRUE(FilePath::Exists("DATA:locked.txt", Read));
     EXPECT_FALSE(FilePath::Exists("DATA:writable.txt", Both));
-
     // The raw source takes full paths, and the trailing separator as well.
     FilePathHDRaw raw;
     EXPECT_EQ(raw.FileType((m_dir.Path("dir") + "/").c_str()), 2);
@@ -325,7 +310,6 @@ TEST_F(FilePathTest, FindFilesMergesSourcesAndRecurses)
             cName.emplace_back(set.Get(i));
         return cName;
     };
-
     FilePath::FileSet flat = FilePath::FindFiles("data:art/*.tga", false, FilePath::SEARCH_Files);
     EXPECT_STREQ(flat.GetBasePath(), "DATA:art\\");
     EXPECT_EQ(names(flat), (Names{"DATA:art\\a.tga", "DATA:art\\b.tga", "DATA:art\\c.tga"}));
@@ -336,12 +320,10 @@ TEST_F(FilePathTest, FindFilesMergesSourcesAndRecurses)
               (Names{"DATA:art\\units", "DATA:art\\units\\deep"}));
     FilePath::FileSet both = FilePath::FindFiles("DATA:art\\*.*", false, FilePath::SEARCH_Both);
     EXPECT_EQ(both.GetCount(), 5u);
-
     // Copies share the list.
     FilePath::FileSet copy = both;
     copy.Add("extra.tga");
     EXPECT_EQ(both.GetCount(), 6u);
-
     dbg::ScopedThrowOnAssert silent(false);
     EXPECT_EQ(both.Get(both.GetCount()), nullptr);
     LogCapture log;
@@ -354,7 +336,6 @@ TEST_F(FilePathTest, ConvertToAliasedFindsTheSourceAndUpperCases)
     m_dir.Write("data/art/x.tga", "x");
     Mount("DATA", "disk", 1, Read, "data");
     ASSERT_TRUE(FilePath::AddAlias("TOOL", "HD", 99, std::make_shared<FilePathHDRaw>()));
-
     char name[FilePath::MAXPATH];
     std::strcpy(name, m_dir.Path("data/art/x.tga").c_str());
     ASSERT_TRUE(FilePath::ConvertToAliased(name));
@@ -363,7 +344,6 @@ TEST_F(FilePathTest, ConvertToAliasedFindsTheSourceAndUpperCases)
     std::strcpy(name, "tool:/tmp/Whatever.sgm");
     EXPECT_TRUE(FilePath::ConvertToAliased(name));
     EXPECT_STREQ(name, "tool:/tmp/Whatever.sgm");
-
     // A relative name is taken against the current folder.
     char cwd[FilePath::MAXPATH];
     ASSERT_NE(::getcwd(cwd, sizeof(cwd)), nullptr);
@@ -373,12 +353,10 @@ TEST_F(FilePathTest, ConvertToAliasedFindsTheSourceAndUpperCases)
     ASSERT_EQ(::chdir(cwd), 0);
     EXPECT_TRUE(relativeOk);
     EXPECT_STREQ(name, "DATA:ART\\SUB\\Y.TGA");
-
     LogCapture log;
     std::strcpy(name, "/elsewhere/x.tga");
     EXPECT_FALSE(FilePath::ConvertToAliased(name));
     EXPECT_TRUE(log.Has("WARNING: Could not convert file [/elsewhere/x.tga]"));
-
     std::strcpy(name, "DATA:Art\\Units/Tank.TGA");
     FilePath::MakeCanonical(name);
     EXPECT_STREQ(name, "data:art/units/tank.tga") << "the canonical form: lower case with slashes";
@@ -391,7 +369,6 @@ TEST_F(FilePathTest, RawSourceTakesFullPaths)
     ASSERT_TRUE(FilePathHDRaw::MakeFolders(SystemName(file).c_str()));
     EXPECT_TRUE(m_dir.Has("scene"));
     EXPECT_FALSE(m_dir.Has("scene/model.sgm"));
-
     ASSERT_TRUE(WriteText("TOOL:" + file, "model"));
     EXPECT_EQ(m_dir.Read("scene/model.sgm"), "model");
     EXPECT_EQ(FilePath::FileType(("TOOL:" + file).c_str()), 1);
@@ -399,7 +376,6 @@ TEST_F(FilePathTest, RawSourceTakesFullPaths)
     std::strcpy(built, ("TOOL:" + file).c_str());
     ASSERT_TRUE(FilePath::BuildPath(built, Read));
     EXPECT_EQ(std::string(built), SystemName(file));
-
     FilePathHDRaw raw;
     EXPECT_FALSE(raw.ConvertPath(built, file.c_str()));
     const std::string renamed = m_dir.Path("scene/renamed.sgm");
@@ -409,7 +385,6 @@ TEST_F(FilePathTest, RawSourceTakesFullPaths)
     EXPECT_TRUE(FilePath::Delete(("TOOL:" + renamed).c_str()));
     EXPECT_FALSE(m_dir.Has("scene/renamed.sgm"));
     EXPECT_TRUE(FilePath::Delete(("TOOL:" + renamed).c_str()));
-
     // Registered under the empty alias, the raw source serves plain names.
     ASSERT_TRUE(FilePath::AddAlias("", "plain", 1, std::make_shared<FilePathHDRaw>()));
     m_dir.Write("plain.txt", "p");
@@ -447,7 +422,6 @@ TEST_F(FilePathTest, UpdateCallsChangeCallbacksBySubstring)
         clock.Advance(501);
         FilePath::Update();
     };
-
     m_dir.Write("art/units/tank.sgm", "v1");
     m_dir.Write("art/other.sgm", "v1");
     FilePath::Update();
@@ -456,7 +430,6 @@ TEST_F(FilePathTest, UpdateCallsChangeCallbacksBySubstring)
     // The tank calls its own callback and the folder's; the other file calls nothing.
     EXPECT_EQ(s_changeCalls, 2);
     EXPECT_EQ(s_changed, Names{"DATA:art\\units\\tank.sgm"});
-
     // Removed from one entry only, then from all.
     EXPECT_TRUE(FilePath::RemoveChangeCallback(&OnOtherChange, "DATA:art\\units\\"));
     m_dir.Write("art/units/tank.sgm", "v2");

@@ -47,7 +47,6 @@ TEST(FilePathUtilEdits, EditsInPlace)
         {s_a255 + "a", [](char* p) { return SetExtension(p, "tga"); }, false, s_a255 + "a"},
         {s_a255 + ".t", [](char* p) { return SetExtension(p, "tgax"); }, false, s_a255 + ".t"},
         {s_a255 + ".t", [](char* p) { return SetExtension(p, "tga"); }, true, s_a255 + ".tga"},
-
         {"DATA:art/units\\tank.tga", [](char* p) { return SetFilename(p, "hull.tga"); }, true,
          "DATA:art/units\\hull.tga"},
         {"DATA:tank.tga", [](char* p) { return SetFilename(p, "hull.sgm"); }, true, "DATA:hull.sgm"},
@@ -56,17 +55,14 @@ TEST(FilePathUtilEdits, EditsInPlace)
         {s_f249x, [](char* p) { return SetFilename(p, "0123456789"); }, false, s_f249x},
         {s_f249x, [](char* p) { return SetFilename(p, "012345678"); }, true,
          std::string(249, 'f') + "\\012345678"},
-
         {"art//x.tga", [](char* p) { return SetAlias(p, "DATA"); }, true, "DATA:art\\x.tga"},
         {"DATA:art\\x.tga", [](char* p) { return SetAlias(p, "GENERIC:"); }, true, "GENERIC:art\\x.tga"},
         {"DATA:x", [](char* p) { return SetAlias(p, ""); }, false, "DATA:x"},
         {"DATA:x", [](char* p) { return SetAlias(p, "A:B"); }, false, "DATA:x"},
         {"DATA:x", [](char* p) { return SetAlias(p, "AB::"); }, false, "DATA:x"},
         {"DATA:x", [](char* p) { return SetAlias(p, ":"); }, false, "DATA:x"},
-
         {"DATA:art\\x.tga", [](char* p) { return AddPathPrefix(p, "low"); }, true, "DATA:art\\low\\x.tga"},
         {"DATA:x.tga", [](char* p) { return AddPathPrefix(p, "low\\"); }, true, "DATA:low\\x.tga"},
-
         // Replace searches without regard to case and keeps the case of the rest.
         {"Art\\Foo.tga", [](char* p) { return Replace(p, "art\\", "Data\\"); }, true, "Data\\Foo.tga"},
         {"DATA:Art/Units/Tank.TGA", [](char* p) { return Replace(p, "UNITS", "vehicles"); }, true,
@@ -78,7 +74,6 @@ TEST(FilePathUtilEdits, EditsInPlace)
          s_a250x}, // 260: no room for the end
         {s_a250x, [](char* p) { return Replace(p, "x.tga", "0123.tga"); }, true,
          std::string(250, 'a') + "\\0123.tga"},
-
         // Normalize keeps a network prefix and a leading root.
         {"a//b///c/d", [](char* p) { return Normalize(p), true; }, true, "a\\b\\c\\d"},
         {"\\\\server\\\\share/x", [](char* p) { return Normalize(p), true; }, true, "\\\\server\\share\\x"},
@@ -86,7 +81,6 @@ TEST(FilePathUtilEdits, EditsInPlace)
         {"DATA:\\\\art\\x", [](char* p) { return Normalize(p), true; }, true, "DATA:\\art\\x"},
         {"data:Art\\x", [](char* p) { return ToUpper(p), true; }, true, "DATA:ART\\X"},
         {"DATA:Art\\X", [](char* p) { return ToLower(p), true; }, true, "data:art\\x"},
-
         // Join leaves the name as given; Append normalises it as well.
         {"", [](char* p) { return Join(p, "DATA:art//units", "tank.tga"); }, true,
          "DATA:art\\units\\tank.tga"},
@@ -97,7 +91,6 @@ TEST(FilePathUtilEdits, EditsInPlace)
         {"", [](char* p) { return Append(p, "art", "a//b.tga"); }, true, "art\\a\\b.tga"},
         {"art", [](char* p) { return Join(p, p, "x"); }, true, "art\\x"},
         {"kept", [](char* p) { return Join(p, std::string(250, 'f').c_str(), "012345678"); }, false, "kept"},
-
         {"", [](char* p) { return MakePath(p, "DATA", "art\\units", "tank", "tga"); }, true,
          "DATA:art\\units\\tank.tga"},
         {"", [](char* p) { return MakePath(p, "", nullptr, "tank", nullptr); }, true, "tank"},
@@ -128,7 +121,6 @@ TEST(FilePathUtilNames, PiecesOfAName)
     EXPECT_STREQ(GetFilenamePtr("a/b/c"), "c");
     // No extension: the pointer form hands back the name itself, the copy form gives "".
     EXPECT_EQ(GetExtensionPtr(bare), bare);
-
     using Get = bool (*)(const char*, char*);
     const std::tuple<Get, const char*, const char*> cases[] = {
         {GetExtension, bare, ""},
@@ -146,7 +138,6 @@ TEST(FilePathUtilNames, PiecesOfAName)
         EXPECT_TRUE(get(from, out)) << from;
         EXPECT_EQ(out.str(), expected) << from;
     }
-
     // An alias needs two letters before the colon; a drive is none.
     for (const auto& [text, has] :
          {std::pair{"C:\\x", false}, {"DATA:x", true}, {"AB:x", true}, {"art\\x.tga", false}, {":x", false}})
@@ -178,7 +169,6 @@ TEST(FilePathUtilSplit, SplitPathGivesEachPiece)
     PathBuf ext;
     EXPECT_TRUE(SplitPath("DATA:x.tga", nullptr, nullptr, nullptr, ext)) << "every output is optional";
     EXPECT_EQ(ext.str(), ".tga");
-
     PathBuf out("kept");
     EXPECT_FALSE(SplitPath(std::string(300, 'a').c_str(), out, nullptr, nullptr, nullptr));
     EXPECT_FALSE(GetFolder(std::string(300, 'a').c_str(), out));
@@ -220,7 +210,6 @@ TEST(FilePathUtilCompare, CaseAndSeparatorBlind)
     EXPECT_EQ(FindNoCase(text, "UNITS"), text + 9);
     EXPECT_EQ(FindNoCase(text, "tanks"), nullptr);
     EXPECT_EQ(FindNoCase(text, ""), text);
-
     const std::tuple<const char*, const char*, bool> specs[] = {{"*.*", "noext", true},
                                                                 {"*.tga", "Tank.TGA", true},
                                                                 {"*.tga", "tank.tgax", false},

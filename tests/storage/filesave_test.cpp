@@ -60,14 +60,12 @@ TEST(FileSave, AnUncommittedOrRefusedSaveLeavesTheOldFileAsItWas)
     folder.Write("kept.tqm", "old");
     ASSERT_TRUE(Save("DATA:kept.tqm", "new but never committed", false));
     EXPECT_EQ(TempFolder::Read(folder / "kept.tqm"), "old");
-
     folder.Write("locked.tqm", "old", std::filesystem::perms(0444));
     LogCapture log;
     EXPECT_FALSE(Save("DATA:locked.tqm", "new"));
     EXPECT_TRUE(log.Has("'DATA:locked.tqm': Unable to write the file (access denied)!"));
     EXPECT_EQ(TempFolder::Read(folder / "locked.tqm"), "old");
     EXPECT_EQ(EntryCount(folder.Path()), 2u);
-
     EXPECT_FALSE(Save("NOWHERE:x.tqm", "new"));
 }
 

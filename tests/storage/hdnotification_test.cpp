@@ -23,7 +23,6 @@ protected:
         m_pWatch = HDNotification::Create(m_dir.Path().c_str());
         ASSERT_TRUE(m_pWatch && m_pWatch->IsWatching());
     }
-
     // What the watch reports now, as names below the scratch folder with '/' separators.
     Names Changes()
     {
@@ -45,7 +44,6 @@ protected:
         std::sort(out.begin(), out.end());
         return out;
     }
-
     FakeClock m_clock;
     ScratchFolder m_dir;
     LogCapture m_log;
@@ -57,7 +55,6 @@ TEST_F(HDNotificationTest, FileWrittenInTwoStepsIsReportedOnceAfterTheWriterClos
     m_dir.Write("model.sgm", "old");
     m_clock.Advance(501);
     EXPECT_EQ(Changes(), Names{"model.sgm"});
-
     {
         std::ofstream out(m_dir.Path("model.sgm"), std::ios::binary | std::ios::trunc);
         out << "first half" << std::flush;
@@ -83,7 +80,6 @@ TEST_F(HDNotificationTest, SweepNeedsStrictlyMoreThan500Milliseconds)
     EXPECT_EQ(Changes(), Names{});
     m_clock.Advance(1);
     EXPECT_EQ(Changes(), Names{"a.tga"});
-
     // The interval counts from the last sweep, not from the change.
     m_clock.Advance(400);
     m_dir.Write("b.tga", "b");
@@ -122,7 +118,6 @@ TEST_F(HDNotificationTest, FoldersAreIgnoredAndNewFoldersAreWatched)
     m_dir.Write("new/deeper/jeep.sgm", "j");
     m_clock.Advance(501);
     EXPECT_EQ(Changes(), (Names{"new/deeper/jeep.sgm", "units/tank.sgm"}));
-
     m_dir.Write("new/deeper/jeep.sgm", "j2");
     m_clock.Advance(501);
     EXPECT_EQ(Changes(), Names{"new/deeper/jeep.sgm"});

@@ -39,7 +39,6 @@ TEST(RamStreamGrowth, WritingSixteenBytesIntoOneGrowsToThirtyTwoAndKeepsTheBytes
     EXPECT_EQ(stream.GetCapacity(), 32u);
     EXPECT_EQ(stream.GetLength(), 16u);
     EXPECT_EQ(std::memcmp(stream.GetBuffer(), bytes.data(), 16), 0);
-
     // Overwriting inside the block neither grows it nor lengthens the stream.
     ASSERT_TRUE(stream.Seek(4));
     EXPECT_EQ(stream.Write("ab", 2), 2u);
@@ -72,7 +71,6 @@ TEST(RamStreamCreate, ReadModeHoldsTheWholeBlockAndASecondCreateFails)
     EXPECT_EQ(stream.GetLength(), 8u);
     uint8 out[10];
     EXPECT_EQ(stream.Read(out, 10), 8u);
-
     dbg::ScopedThrowOnAssert silent(false);
     EXPECT_FALSE(stream.Create(8, ByteStream::Mode_Read));
     EXPECT_FALSE(stream.Attach(out, 10, false, ByteStream::Mode_Read));
@@ -97,7 +95,6 @@ TEST(RamStreamAttach, ReadsAreClampedAndWritesBounded)
     EXPECT_FALSE(stream.Seek(101));
     EXPECT_EQ(stream.GetPos(), 100u);
     EXPECT_EQ(stream.Write("x", 1), 0u) << "a read stream takes no writes";
-
     // An attached write block does not grow.
     uint8 small[8] = {};
     RamStream writer;
@@ -106,7 +103,6 @@ TEST(RamStreamAttach, ReadsAreClampedAndWritesBounded)
     EXPECT_EQ(writer.Write("ghi", 3), 0u);
     EXPECT_EQ(writer.Write("gh", 2), 2u);
     EXPECT_EQ(std::memcmp(small, "abcdefgh", 8), 0);
-
     // Unbounded reads are not checked.
     RamStream unbounded;
     ASSERT_TRUE(unbounded.AttachUnbounded(block.data(), false));
@@ -128,7 +124,6 @@ TEST(RamStreamDetach, HandsOutAnOwnedBlockAndRefusesABorrowedOne)
     EXPECT_EQ(stream.GetStreamMode(), ByteStream::Mode_None);
     EXPECT_EQ(stream.GetCapacity(), 0u);
     EXPECT_TRUE(stream.Create(4, ByteStream::Mode_Write)) << "an emptied stream takes a new block";
-
     uint8 block[4] = {1, 2, 3, 4};
     RamStream borrowed;
     ASSERT_TRUE(borrowed.Attach(block, 4, false, ByteStream::Mode_Read));
@@ -138,7 +133,6 @@ TEST(RamStreamDetach, HandsOutAnOwnedBlockAndRefusesABorrowedOne)
     }
     EXPECT_EQ(borrowed.GetBuffer(), block) << "a refused detach keeps the block";
     EXPECT_EQ(borrowed.GetLength(), 4u);
-
     // An attached owned block is freed by the stream (checked by the leak sanitizer builds).
     RamStream owner;
     ASSERT_TRUE(owner.Attach(new uint8[16](), 16, true, ByteStream::Mode_Read));
