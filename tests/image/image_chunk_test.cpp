@@ -152,7 +152,6 @@ TEST(ImageChunk, OldAttributesPalettesAndTheNoImagesStandIn)
     EXPECT_STREQ(p->GetName(), "hand");
     EXPECT_EQ(p->GetMipCount(), 1u);
     EXPECT_EQ(Level(*p), std::vector<uint8>(4, 7));
-
     // A paletted image takes only the first palette entry.
     Image_Palette pal;
     pal.Allocate(2, 2);
@@ -167,7 +166,6 @@ TEST(ImageChunk, OldAttributesPalettesAndTheNoImagesStandIn)
     EXPECT_EQ(Level(*p), Level(pal));
     EXPECT_EQ(static_cast<const Image_Palette&>(*p).PaletteEntry(0), Colour(1, 2, 3, 4));
     EXPECT_EQ(static_cast<const Image_Palette&>(*p).PaletteEntry(1), Colour(0, 0, 0, 0));
-
     // "noimages" passes over the folder and gives one grey pixel of the image's name.
     auto p32 = MakeGradient(4, 4);
     p32->SetName("walker");
@@ -227,7 +225,6 @@ TEST(ImageChunk, PalettedImageChunkRoundTripAndBounds)
     EXPECT_EQ(p->GetWidth(), 3u);
     EXPECT_EQ(Level(*p), Level(image));
     EXPECT_EQ(std::memcmp(p->GetPalette(), image.GetPalette(), 0x400), 0);
-
     // Sizes, the bytes behind them, the complaint: more index bytes than the chunk holds, a side of 0.
     const std::tuple<uint32, uint32, uint32, const char*> bad[] = {
         {64, 64, 100, "Paletted image 'bad' is cut short"},

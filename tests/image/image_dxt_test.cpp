@@ -74,7 +74,6 @@ TEST(ImageDXT, BlocksBuiltByHandDecodeToTheirPixels)
     Bytes colour;
     ColourBlock(colour, 0xF800, 0x001F, {0xE4, 0x00, 0x55, 0xFF});
     const Colour twoThirdsRed(170, 0, 85, 255), oneThirdRed(85, 0, 170, 255);
-
     auto pDxt1 = Image::Convert(IMAGETYPE_RGBA32, *Compressed(IMAGETYPE_DXT1, 4, 4, colour.v));
     ASSERT_NE(pDxt1, nullptr);
     const auto& dxt1 = static_cast<const Image_RGBA32&>(*pDxt1);
@@ -86,7 +85,6 @@ TEST(ImageDXT, BlocksBuiltByHandDecodeToTheirPixels)
         EXPECT_EQ(dxt1[8 + x], Blue);
         EXPECT_EQ(dxt1[12 + x], oneThirdRed);
     }
-
     // Alpha in front of the same colours, pixel 0 clear and the others full. DXT3: 4 bits a pixel,
     // lowest bits first. DXT5: end points 255 and 0, then 3-bit indices, pixel 0 taking index 1.
     const std::pair<int, Bytes> alphas[] = {{IMAGETYPE_DXT3, Bytes().u8(0xF0).fill(7, 0xFF)},
@@ -101,7 +99,6 @@ TEST(ImageDXT, BlocksBuiltByHandDecodeToTheirPixels)
         for (uint32 i = 1; i < 16; ++i)
             EXPECT_EQ(back[i].a, 255) << type << " pixel " << i;
     }
-
     // A 6 by 5 level takes 2 by 2 blocks, row after row; the pixels past the edge are dropped.
     Bytes four;
     for (uint32 colour565 : {0xF800u, 0x07E0u, 0x001Fu, 0xFFFFu})
@@ -139,7 +136,6 @@ TEST_P(ImageDXTCoding, EncodesAsLibsquishAndDecodesWithinItsError)
     ASSERT_NE(pBack, nullptr);
     ASSERT_EQ(pBack->GetMipCount(), c.mips);
     EXPECT_EQ(pBack->GetWidth(), c.w);
-
     const int flags = ImageDXT::SquishFlags(c.type);
     for (uint32 level = 0; level < c.mips; ++level)
     {
@@ -151,7 +147,6 @@ TEST_P(ImageDXTCoding, EncodesAsLibsquishAndDecodesWithinItsError)
         // A level of 2 by 2 or 1 by 1 still takes a whole block.
         EXPECT_EQ(pDxt->GetDataSize(level), std::max<size_t>(direct.size(), Image::ElementSize(c.type)));
         EXPECT_EQ(Level(*pDxt, level), direct);
-
         // Decoded, the very pixels of libsquish's own decoding: the error is libsquish's, no more.
         std::vector<uint8> directBack(rgba.size());
         squish::DecompressImage(directBack.data(), w, h, direct.data(), flags);

@@ -329,7 +329,6 @@ TEST(ImageFiles, WrittenAndReadBackIsTheSameImage)
     for (uint32 i = 0; i < 35; ++i)
         (*pImage)[i].a = 0xFF;
     EXPECT_EQ(Level(*l.pImage), Level(*pImage));
-
     // DDS with its header fields; one level has no mip flag and no complex caps.
     Image_DXT5 dxt;
     dxt.SetMipCount(4);
@@ -356,7 +355,6 @@ TEST(ImageFiles, WrittenAndReadBackIsTheSameImage)
     file = WriteTo([&](ByteStreamAdapter& a) { ASSERT_TRUE(ImageLoad::SaveDDS(a, "one.dds", single)); });
     EXPECT_EQ(field(8), 0x81007u);
     EXPECT_EQ(field(108), 0x1000u);
-
     // JPEG: four flat quarters of 8 by 8 pixels, at quality 100 each back within a step or two.
     const Colour quarter[4] = {Colour(200, 30, 40, 9), Colour(20, 180, 60, 9), Colour(10, 20, 230, 9),
                                Colour(128, 128, 128, 9)};

@@ -61,7 +61,6 @@ TEST(ImageRescale, BothPassesRunAndAFlatImageStaysFlatWhenGrowing)
     ASSERT_TRUE(Image::Rescale(dst, *pSrc));
     for (uint32 i = 0; i < 13 * 16; ++i)
         ASSERT_EQ(dst[i], Colour(10, 200, 77, 128)) << i;
-
     // A column: the vertical pass applies the same weights as the horizontal one.
     std::vector<Colour> column(5, Colour(0, 0, 0, 255));
     column[2] = Colour(255, 255, 255, 255);
@@ -71,7 +70,6 @@ TEST(ImageRescale, BothPassesRunAndAFlatImageStaysFlatWhenGrowing)
     ASSERT_TRUE(Image::Rescale(same, *pCol));
     EXPECT_EQ(same[1].g, 32);
     EXPECT_EQ(same[2].g, 191);
-
     // Only 32-bit images.
     LogCapture log;
     Image_Luminance lum;
@@ -132,7 +130,6 @@ TEST(ImageMipMap, ChainFillsEveryLevelDownToOnePixel)
     EXPECT_EQ(pLevel1[0], Colour(2, 2, 2, 2));
     EXPECT_EQ(pLevel1[1], Colour(10, 10, 10, 10));
     EXPECT_EQ(pLevel2[0], Colour(6, 6, 6, 6));
-
     // Odd sizes are fatal; other types give null.
     {
         dbg::ScopedThrowOnAssert throwing;
@@ -185,7 +182,6 @@ TEST(ImagePalettize, EntryIsTheMeanOfTheBoxCornersAndTiesSplitTheLaterChannel)
     EXPECT_EQ((*p)[0], 0);
     EXPECT_EQ((*p)[1], 0);
     EXPECT_EQ((*p)[2], 1);
-
     // Blue and green both span 100: green, the later channel, is split, so x and y share a box.
     const Colour x(0, 0, 0, 255), y(0, 0, 100, 255), z(0, 100, 0, 255);
     p = Palettize(*MakeRGBA32(3, 1, {x, y, z}), 2);
@@ -206,7 +202,6 @@ TEST(ImagePalettize, TwoHundredFiftySixDistinctColoursEachGetAnEntryOfTheirOwn)
     ASSERT_NE(p, nullptr);
     for (uint32 i = 0; i < 256; ++i)
         ASSERT_EQ(p->PaletteEntry((*p)[i]), px[i]) << i;
-
     // More colours than entries: all 256 entries are used.
     auto pMany = Palettize(*imagetest::MakeGradient(64, 64));
     ASSERT_NE(pMany, nullptr);

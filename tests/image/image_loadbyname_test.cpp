@@ -32,13 +32,11 @@ protected:
         m_folder.Write(rel, std::string(bytes.begin(), bytes.end()));
     }
     bool Has(const std::string& rel) const { return std::filesystem::exists(m_folder / rel); }
-
     // A small 32-bit TGA, as its writer makes it.
     static std::vector<uint8> TGAFile(const Image& image)
     {
         return imagetest::WriteTo([&](ByteStreamAdapter& a) { ImageLoad::SaveTGA(a, "x.tga", image); });
     }
-
     TempFolder m_folder;
 };
 } // namespace

@@ -66,7 +66,6 @@ TEST(ImageAllocate, SidesBlocksAndElementAccess)
     }
     EXPECT_TRUE(image.Allocate(4096, 1));
     EXPECT_EQ(image.GetDataSize(0), 4096u * 4);
-
     // The block is kept for the same count, and for a smaller one when asked not to reallocate.
     ASSERT_TRUE(image.Allocate(8, 8));
     const uint8* pFirst = image.GetData(0);
@@ -83,7 +82,6 @@ TEST(ImageAllocate, SidesBlocksAndElementAccess)
     EXPECT_EQ(image.GetPixelCount(), 4u);
     ASSERT_TRUE(image.Allocate(4, 4, false)); // larger always reallocates
     EXPECT_EQ(image.GetPixelCount(), 16u);
-
     Image_Luminance lum;
     lum.Allocate(2, 2);
     lum[3] = 7;
@@ -130,7 +128,6 @@ TEST(ImageBlt, CopiesRectanglesAndRefusesWhatDoesNotFit)
             const bool inside = x >= 1 && y >= 2;
             EXPECT_EQ(dst[y * 4 + x], inside ? (*pSrc)[(y - 1) * 6 + x + 1] : Colour()) << x << "," << y;
         }
-
     // Zero size means all of the source.
     auto pSmall = MakeGradient(3, 2);
     ASSERT_TRUE(dst.Blt(*pSmall, 0, 0, 1, 2, 0, 0));
@@ -140,7 +137,6 @@ TEST(ImageBlt, CopiesRectanglesAndRefusesWhatDoesNotFit)
     EXPECT_FALSE(dst.Blt(*pSmall, 1, 0, 0, 0, 3, 1));          // passes the source
     EXPECT_FALSE(dst.Blt(*pSmall, 0xFFFFFFFF, 0, 0, 0, 2, 1)); // offsets that would wrap
     EXPECT_FALSE(dst.Blt(*pSmall, 0, 0, 0, 0xFFFFFFFE, 1, 2));
-
     // Compressed images move whole blocks.
     Image_DXT1 src;
     src.Allocate(8, 8);
@@ -151,7 +147,6 @@ TEST(ImageBlt, CopiesRectanglesAndRefusesWhatDoesNotFit)
     ASSERT_TRUE(blocks.Blt(src, 4, 4, 0, 0, 4, 4)); // the bottom right block to the top left
     EXPECT_EQ(std::memcmp(blocks.GetData(0), src.GetData(0) + 3 * 8, 8), 0);
     EXPECT_FALSE(blocks.Blt(src, 2, 0, 0, 0, 4, 4)); // off the block grid
-
     // Different types log and assert.
     Image_Luminance lum;
     lum.Allocate(2, 2);
@@ -215,7 +210,6 @@ TEST(ImageConvert, PalettesGoWithTheirImages)
     ASSERT_NE(p, nullptr);
     EXPECT_EQ(Level(*p), Level(pal));
     EXPECT_EQ(static_cast<Image_Palette&>(*p).PaletteEntry(7), Colour(70, 71, 72, 73));
-
     // From 888 the colours are quantised as from 32 bits: blue 10 and blue 200.
     p = Image::Convert(IMAGETYPE_PALETTE, *WithBytes(IMAGETYPE_RGB888, 2, 1, {10, 0, 0, 200, 0, 0}));
     ASSERT_NE(p, nullptr);
@@ -235,7 +229,6 @@ TEST(ImageConvert, EveryNarrowValueComesBackAfterWideningAndNarrowing)
     auto pBack = Image::Convert(IMAGETYPE_RGBA4444, *pWide);
     ASSERT_NE(pBack, nullptr);
     EXPECT_EQ(Level(*pBack), Level(all));
-
     // The same type copies every level and the name.
     Image_DXT3 src;
     src.SetMipCount(3);
@@ -262,7 +255,6 @@ TEST(ImageConvert, PairsOutsideTheTableAreFatal)
     EXPECT_FALSE(Image::CanConvert(IMAGETYPE_RGB565, IMAGETYPE_RGBA32));
     EXPECT_FALSE(Image::CanConvert(IMAGETYPE_RGB888, IMAGETYPE_DXT1));
     EXPECT_TRUE(Image::CanConvert(IMAGETYPE_PALETTE, IMAGETYPE_RGB888));
-
     auto p32 = MakeGradient(4, 4);
     Image_DXT1 dxt;
     dxt.Allocate(4, 4);

@@ -46,7 +46,6 @@ inline std::vector<uint8> Level(const Image& image, uint32 level = 0)
 struct Bytes
 {
     std::vector<uint8> v;
-
     Bytes& u8(uint32 x)
     {
         v.push_back(uint8(x));
