@@ -28,11 +28,9 @@ protected:
         model.GetClauseList().AddClause(std::move(pClause));
         ra::Condition* pMoving = model.GetConditionList().CreateCondition(N("IsMoving"));
         pMoving->AddClause(pRaw, false);
-
         Modifier* pAim = model.GetModifierList().CreateModifier(N("aim_modifier"));
         pAim->SetVariableName(N("aim"));
         pAim->SetType(Modifier::TYPE_ABSOLUTE);
-
         m_pWalk = m_arm.PlainMotion("walk", 2.0f, Motion::TYPE_LOOPING);
         m_pIdle = m_arm.PlainMotion("idle", 2.0f, Motion::TYPE_LOOPING);
         m_pIdle->SetTimingModifier(pAim);
@@ -43,7 +41,6 @@ protected:
         m_pAction->AddMotion(m_pIdle, ra::Condition::CONDITIONTYPE_ELSE, nullptr);
         m_pAction->AddMotion(m_pBreathe, ra::Condition::CONDITIONTYPE_ALWAYS, nullptr);
     }
-
     std::vector<std::pair<const Motion*, int>> Plays(const ra::ActionState& state) const
     {
         std::vector<std::pair<const Motion*, int>> cPlay;
@@ -52,7 +49,6 @@ protected:
             cPlay.emplace_back(list.GetState(i)->GetMotion(), list.GetState(i)->GetState());
         return cPlay;
     }
-
     Env m_env;
     ArmModel m_arm;
     Motion* m_pWalk;
@@ -73,12 +69,10 @@ TEST_F(ActionStateTest, ConditionsChooseThePlaysAndAChangeSendsTheOthersAway)
         Plays(state));
     EXPECT_EQ(state.GetCurrentId(), state.GetPlayList().GetState(0)->GetId());
     state.GetPlayList().Update(0.1f, state.GetCurrentId());
-
     // The same value again changes nothing.
     state.SetVariableBool(N("moving"), false);
     state.Update(0.1f);
     EXPECT_EQ((Plays_t{{m_pIdle, PlayState::STATE_PLAY}, {m_pBreathe, PlayState::STATE_PLAY}}), Plays(state));
-
     // Moving: idle leaves first in the list, breathe is kept, walk starts.
     state.SetVariableBool(N("moving"), true);
     state.Update(0.1f);
@@ -89,7 +83,6 @@ TEST_F(ActionStateTest, ConditionsChooseThePlaysAndAChangeSendsTheOthersAway)
     state.GetPlayList().Update(0.1f, state.GetCurrentId());
     state.GetPlayList().Cleanup();
     EXPECT_EQ(2, state.GetPlayList().GetStateCount());
-
     // Still: walk leaves, idle starts again.
     state.SetVariableBool(N("moving"), false);
     state.Update(0.1f);
@@ -108,7 +101,6 @@ TEST_F(ActionStateTest, ForcedActionRestartsTheKeptPlays)
     PlayState& idle = *state.GetPlayList().GetState(0);
     ASSERT_EQ(m_pIdle, idle.GetMotion());
     EXPECT_FLOAT_EQ(0.5f, idle.GetPosition());
-
     state.SetAction(m_pAction, true);
     state.Update(0.1f);
     EXPECT_EQ(&idle, state.GetPlayList().GetState(0));
@@ -140,7 +132,6 @@ TEST_F(ActionStateTest, VariablesAreMadeOnceAndMissingOnesAreAssertions)
     EXPECT_EQ(0, variables.CreateBool(N("moving")));
     EXPECT_EQ(2, variables.CreateString(N("moving")));
     EXPECT_EQ(ra::VariableList::InvalidIndex, variables.Find(N("speed"), ra::Clause::VARIABLE_FLOAT));
-
     state.SetVariableBool(N("moving"), true);
     state.SetVariableString(N("moving"), N("north"));
     std::vector<std::string> cLines;
@@ -148,7 +139,6 @@ TEST_F(ActionStateTest, VariablesAreMadeOnceAndMissingOnesAreAssertions)
     EXPECT_EQ(
         (std::vector<std::string>{"~~ Variables ~~", "moving = true", "aim NOT_SET!", "moving = north"}),
         cLines);
-
     EXPECT_NE(std::string::npos, AssertionText([&] { state.SetVariableFloat(N("speed"), 1.0f); })
                                      .find("index != VariableList::InvalidIndex"));
     EXPECT_NE(std::string::npos, AssertionText([&] { variables.CreateFloat(ra::Name::INVALID); })

@@ -36,7 +36,6 @@ class AnimBVBuilderTest : public ::testing::Test
 {
 protected:
     ~AnimBVBuilderTest() override { AnimListNodeBV::SetBuilder(nullptr); }
-
     Env m_env;
     ArmModel m_arm;
 };
@@ -47,7 +46,6 @@ TEST_F(AnimBVBuilderTest, BoxHoldsEveryPosedCornerOfEverySampledFrame)
     ASSERT_TRUE(AnimBVBuilder::Build(m_arm.Model(), *pNode));
     ra::Vec3 minimum, maximum;
     ASSERT_TRUE(pNode->GetBV(minimum, maximum));
-
     // Frames at 0, 1/4 and 2/4 of the length: the box mesh (1.5 to 2.5 on x, half 0.5 on y and
     // z) turned about the shoulder by 0, 1/4 and 1/2 of a quarter turn.
     ra::Vec3 expectedMin(1e9f, 1e9f, 1e9f), expectedMax(-1e9f, -1e9f, -1e9f);
@@ -76,7 +74,6 @@ TEST_F(AnimBVBuilderTest, NothingShownGivesAZeroBox)
     ASSERT_TRUE(pNode->GetBV(minimum, maximum));
     ExpectVec({0, 0, 0}, minimum);
     ExpectVec({0, 0, 0}, maximum);
-
     // A mesh on no bone stays where it is.
     AnimListNode* pFlag = m_arm.Add(Swing(4, 0.0f, 1.0f));
     ASSERT_TRUE(AnimBVBuilder::Build(m_arm.Model(), *pFlag));
@@ -91,11 +88,9 @@ TEST_F(AnimBVBuilderTest, ModelLibraryReachesTheBuilderOnceRegistered)
     AnimListNodeBV::SetBuilder(nullptr);
     EXPECT_FALSE(AnimListNodeBV::Build(m_arm.Model(), *pNode));
     EXPECT_FALSE(pNode->HasBV());
-
     AnimBVBuilder::Register();
     EXPECT_TRUE(AnimListNodeBV::Build(m_arm.Model(), *pNode));
     EXPECT_TRUE(pNode->HasBV());
-
     // An animation added to the list without a box gets one when the list is asked for it.
     AnimListNode* pAdded = m_arm.Add(Swing(3, 1.0f, 0.0f), true);
     EXPECT_TRUE(pAdded->HasBV()) << "AnimList::AddAnim(node, true) did not build the missing box";

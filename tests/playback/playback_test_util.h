@@ -109,7 +109,6 @@ public:
         pSkeleton->SetBoneParent(1, 0);
         pSkeleton->BuildRefPose();
         m_model.SetSkeleton(std::move(pSkeleton));
-
         auto pGroup = std::make_unique<ra::MeshGroup>();
         pGroup->SetSkeleton(m_model.GetSkeleton());
         pGroup->AddShader(Inv::Warehouse::Get()->Add(static_cast<Shader*>(new ShaderImp("skin"))), true);
@@ -120,19 +119,16 @@ public:
         groupBox.SetOBB(ra::OBB::FromMinMax({-1, -1, -1}, {3, 4, 1}));
         pGroup->SetBV(groupBox);
         m_model.SetMeshGroup(std::move(pGroup));
-
         m_model.SetCCameraCount(1);
         RenderModelCamera camera;
         camera.name = N("cam");
         camera.position = {0, 0, -10};
         camera.target = {0, 0, 0};
         m_model.SetCCamera(0, camera);
-
         m_model.SetAnimList(std::make_unique<AnimListGeneric>(m_model));
         m_model.BuildRefPose();
     }
     ~ArmModel() { m_model.GetAnimList()->Clear(); }
-
     // An animation of `seconds` and `frames` frames with a stream entry per bone, none animated.
     static std::unique_ptr<Anim> MakeAnim(const char* name, float seconds, int32 frames = 10)
     {
@@ -144,7 +140,6 @@ public:
         pAnim->SetBoneName(1, N("forearm"));
         return pAnim;
     }
-
     // Rotation or position keys at normalised times for a bone; the bone becomes animated.
     template <class Stream, class Value>
     static void Keys(Anim& anim, int bone, const std::vector<std::pair<float, Value>>& cKey)
@@ -169,7 +164,6 @@ public:
     {
         Keys<BonePositionStream>(anim, bone, cKey);
     }
-
     // A control stream of two keys (time 0 and 1) on a shader or mesh of the model.
     static void Control(Anim& anim, const char* target, ControlInfo info, float v0, float v1)
     {
@@ -181,7 +175,6 @@ public:
         }
         anim.AddControlStream(N(target), info, std::move(pStream));
     }
-
     // A control on a mesh's visibility or a shader channel's value.
     static ControlInfo Info(int target, int parameter, int channel = 0)
     {
@@ -191,7 +184,6 @@ public:
         info.channel = channel;
         return info;
     }
-
     // Adds the animation to the model's list (mappings built, no box asked for).
     AnimListNode* Add(std::unique_ptr<Anim> pAnim, bool buildBV = false)
     {
@@ -201,7 +193,6 @@ public:
         const int index = m_model.GetAnimList()->AddAnim(std::move(pNode), buildBV);
         return m_model.GetAnimList()->GetAnimNode(index);
     }
-
     // A motion of the model playing the nodes.
     Motion* MakeMotion(const char* name, std::initializer_list<AnimListNode*> cNode,
                        int32 type = Motion::TYPE_NON_LOOPING)
@@ -212,13 +203,11 @@ public:
         pMotion->SetType(type);
         return pMotion;
     }
-
     // A motion of one new animation of `seconds`, with nothing animated.
     Motion* PlainMotion(const char* name, float seconds, int32 type = Motion::TYPE_NON_LOOPING)
     {
         return MakeMotion(name, {Add(MakeAnim(name, seconds))}, type);
     }
-
     RenderModel& Model() { return m_model; }
 
 private:
@@ -235,7 +224,6 @@ private:
         ref.boneIndex = bone;
         return ref;
     }
-
     RenderModel m_model;
 };
 } // namespace playback_test

@@ -27,7 +27,6 @@ class PlayBlenderTest : public ::testing::Test
 {
 protected:
     PlayBlenderTest() : m_blender(m_arm.Model(), &m_list), m_pose(m_arm.Model()) {}
-
     // A looping motion holding the shoulder at one position and rotation.
     Motion* Hold(const char* name, const ra::Vec3& position, const ra::Quat& rotation,
                  float transitionOut = 0.0f)
@@ -39,7 +38,6 @@ protected:
         pMotion->SetTransitionOutTime(transitionOut);
         return pMotion;
     }
-
     // A play brought into its transition out with `weight` left.
     PlayState& Fading(Motion* pMotion, float weight)
     {
@@ -51,7 +49,6 @@ protected:
         EXPECT_NEAR(weight, state.GetWeight(), 1e-5f);
         return state;
     }
-
     PlayState& Playing(Motion* pMotion)
     {
         PlayState& state = *m_list.GetState(m_list.AddMotion(pMotion, 0));
@@ -60,7 +57,6 @@ protected:
         EXPECT_EQ(PlayState::STATE_PLAY, state.GetState());
         return state;
     }
-
     Env m_env;
     ArmModel m_arm;
     PlayList m_list;
@@ -76,7 +72,6 @@ TEST_F(PlayBlenderTest, EmptyListGivesTheReferencePoseAndHandSetBonesLastOneFram
     EXPECT_TRUE(MatrixNear(m_pose.GetBoneMatrix(1), ra::MatrixFromQuatPos({}, {1, 0, 0})));
     EXPECT_FLOAT_EQ(1.0f, m_pose.GetMeshVisibility(0));
     EXPECT_FALSE(m_blender.GetBoneChanged());
-
     const ra::Matrix34 byHand = ra::MatrixFromQuatPos(TurnZ(0.3f), {5, 5, 5});
     m_pose.SetBoneMatrixByHand(1, byHand);
     m_blender.BuildPose(m_pose);
@@ -84,7 +79,6 @@ TEST_F(PlayBlenderTest, EmptyListGivesTheReferencePoseAndHandSetBonesLastOneFram
     EXPECT_FALSE(m_pose.IsBoneSetByHand(1));
     m_blender.BuildPose(m_pose);
     EXPECT_TRUE(MatrixNear(m_pose.GetBoneMatrix(1), ra::MatrixFromQuatPos({}, {1, 0, 0})));
-
     // With plays, a hand-set matrix is local to its parent for that frame.
     Playing(Hold("turn", {0, 0, 0}, TurnZ(Quarter)));
     m_pose.SetBoneMatrixByHand(1, ra::MatrixFromQuatPos({}, {2, 0, 0}));
@@ -101,7 +95,6 @@ TEST_F(PlayBlenderTest, SinglePlayGivesItsSampleExactlyAndChildrenFollow)
     Motion* pSwing = m_arm.MakeMotion("swing", {m_arm.Add(std::move(pAnim))});
     PlayState& state = Playing(pSwing);
     state.SetPosition(1.0f);
-
     m_blender.BuildPose(m_pose);
     EXPECT_TRUE(m_blender.GetBoneChanged());
     ExpectRotation(TurnZ(Quarter / 2.0f), ShoulderRotation(m_pose));
@@ -109,7 +102,6 @@ TEST_F(PlayBlenderTest, SinglePlayGivesItsSampleExactlyAndChildrenFollow)
     ExpectVec(ra::Rotate(TurnZ(Quarter / 2.0f), {1, 0, 0}), m_pose.GetBoneMatrix(1).Translation());
     EXPECT_TRUE(m_blender.IsBoneAnimated(0));
     EXPECT_FALSE(m_blender.IsBoneAnimated(1));
-
     // Root scale reaches every bone through the root.
     m_blender.SetScale(2.0f);
     state.SetPosition(0.0f);
@@ -145,7 +137,6 @@ TEST_F(PlayBlenderTest, FadingPlayIsMixedIntoThePlayAfterIt)
     // Three quarters of the way from the old sample to the new one.
     ExpectVec({1, 6, 0}, m_pose.GetBoneMatrix(0).Translation());
     ExpectRotation(TurnZ(0.6f), ShoulderRotation(m_pose));
-
     // What the two leave, 0.25 of 0.75, scales a third play's difference from the reference.
     Playing(Hold("third", {0, 0, 16}, TurnZ(0.0f)));
     m_blender.BuildPose(m_pose);
@@ -157,7 +148,6 @@ TEST_F(PlayBlenderTest, ShaderValuesAddAcrossPlaysAndTheNewestVisibilityWins)
     const ControlInfo offsetV = ArmModel::Info(ControlInfo::Target_Shader, ControlInfo::Parameter_OffsetV, 1);
     const ControlInfo visibility =
         ArmModel::Info(ControlInfo::Target_Mesh, ControlInfo::Parameter_Visibility);
-
     auto pFirst = ArmModel::MakeAnim("first", 1.0f);
     ArmModel::Control(*pFirst, "skin", offsetV, 0.2f, 0.6f);
     ArmModel::Control(*pFirst, "box", visibility, 1.0f, 1.0f);
@@ -168,7 +158,6 @@ TEST_F(PlayBlenderTest, ShaderValuesAddAcrossPlaysAndTheNewestVisibilityWins)
     ArmModel::Control(*pSecond, "flag", visibility, 1.0f, 1.0f);
     Motion* pA = m_arm.MakeMotion("first", {m_arm.Add(std::move(pFirst))});
     Motion* pB = m_arm.MakeMotion("second", {m_arm.Add(std::move(pSecond))});
-
     PlayState& a = Playing(pA);
     a.SetPosition(0.5f);
     const float base = m_arm.Model().GetRefPose()->GetShaderValues(0)[1 * 5 + 2];
@@ -178,7 +167,6 @@ TEST_F(PlayBlenderTest, ShaderValuesAddAcrossPlaysAndTheNewestVisibilityWins)
     EXPECT_FLOAT_EQ(1.0f, m_pose.GetMeshVisibility(0));
     // A mesh no play shows is hidden while plays run.
     EXPECT_FLOAT_EQ(0.0f, m_pose.GetMeshVisibility(1));
-
     Playing(pB);
     EXPECT_TRUE(m_blender.BuildPose(m_pose));
     EXPECT_NEAR(base + 1.4f, m_pose.GetShaderValues(0)[1 * 5 + 2], 1e-5f);
@@ -187,7 +175,6 @@ TEST_F(PlayBlenderTest, ShaderValuesAddAcrossPlaysAndTheNewestVisibilityWins)
     // Only the targeted value moved.
     EXPECT_FLOAT_EQ(m_arm.Model().GetRefPose()->GetShaderValues(0)[1 * 5 + 1],
                     m_pose.GetShaderValues(0)[1 * 5 + 1]);
-
     m_list.Clear();
     m_blender.BuildPose(m_pose);
     EXPECT_FLOAT_EQ(base, m_pose.GetShaderValues(0)[1 * 5 + 2]);
@@ -203,7 +190,6 @@ TEST_F(PlayBlenderTest, CameraFollowsItsStreamAndCarriesItsTarget)
     pRotation->SetValue(0, ra::QuatFromAxisAngle({0, 1, 0}, Quarter));
     pAnim->AddCamera(N("cam"), std::move(pPosition), std::move(pRotation));
     Playing(m_arm.MakeMotion("pan", {m_arm.Add(std::move(pAnim))}));
-
     m_blender.BuildPose(m_pose);
     const RenderModelCamera& camera = m_pose.GetCamera(0);
     ExpectVec({0, 0, -20}, camera.position);
@@ -222,7 +208,6 @@ TEST_F(PlayBlenderTest, BoxComesFromTheAnimationsOrTheMeshGroup)
     box.GetMinMax(minimum, maximum);
     ExpectVec({9, -1, -1}, minimum);
     ExpectVec({13, 4, 1}, maximum);
-
     // An animation without a box: the group's box.
     Motion* pPlain = m_arm.PlainMotion("plain", 1.0f);
     Playing(pPlain);
@@ -231,7 +216,6 @@ TEST_F(PlayBlenderTest, BoxComesFromTheAnimationsOrTheMeshGroup)
     ExpectVec({-1, -1, -1}, minimum);
     ExpectVec({3, 4, 1}, maximum);
     EXPECT_FALSE(m_list.GetChanged());
-
     AnimListNode* pNode = m_arm.Add(ArmModel::MakeAnim("boxed", 1.0f));
     pNode->SetBV({-2, 0, 0}, {0, 2, 6});
     Playing(m_arm.MakeMotion("boxed", {pNode}));

@@ -31,7 +31,6 @@ public:
         m_cCall.push_back("Update " + Name(motion) + buffer + (data == &m_cCall ? "" : " (no data)"));
     }
     void End(const Motion& motion, void*& data) override { m_cCall.push_back("End " + Name(motion)); }
-
     static std::string Name(const Motion& motion) { return ra::GetNameText(motion.GetName()); }
     std::vector<std::string> m_cCall;
 };
@@ -53,7 +52,6 @@ TEST_F(PlayListTest, NewPlayTakesTheNewestFadingTransitionAndTheLongestRemaining
     pWaiting->SetExitDelay(3.0f, 3.0f);
     pWaiting->SetTransitionOutTime(1.0f);
     Motion* pNext = m_arm.PlainMotion("next", 10.0f);
-
     const int fading = m_list.AddMotion(pFading, 1);
     const int waiting = m_list.AddMotion(pWaiting, 1);
     m_list.Update(0.1f, 1);
@@ -62,7 +60,6 @@ TEST_F(PlayListTest, NewPlayTakesTheNewestFadingTransitionAndTheLongestRemaining
     m_list.Update(0.5f, 1);
     ASSERT_EQ(PlayState::STATE_TRANSITION_OUT, m_list.GetState(fading)->GetState());
     ASSERT_EQ(PlayState::STATE_EXIT_DELAY, m_list.GetState(waiting)->GetState());
-
     m_list.SetChanged(false);
     const int next = m_list.AddMotion(pNext, 2);
     EXPECT_EQ(2, next);
@@ -81,7 +78,6 @@ TEST_F(PlayListTest, MotionThatIgnoresDelaysAndTransitionsCutsThoseOfOlderPlays)
     Motion* pNext = m_arm.PlainMotion("next", 10.0f);
     pNext->SetIgnoreDelays(true);
     pNext->SetIgnoreTransitions(true);
-
     const int fading = m_list.AddMotion(pOld, 1);
     const int waiting = m_list.AddMotion(pOld, 1);
     m_list.Update(0.1f, 1);
@@ -90,13 +86,11 @@ TEST_F(PlayListTest, MotionThatIgnoresDelaysAndTransitionsCutsThoseOfOlderPlays)
     m_list.GetState(waiting)->SetState(PlayState::STATE_EXIT_REQUEST);
     m_list.Update(0.5f, 1);
     ASSERT_EQ(PlayState::STATE_TRANSITION_OUT, m_list.GetState(fading)->GetState());
-
     const int next = m_list.AddMotion(pNext, 2);
     EXPECT_FLOAT_EQ(0.0f, m_list.GetState(next)->GetTransitionInTime());
     EXPECT_FLOAT_EQ(0.0f, m_list.GetState(next)->GetStartDelay());
     EXPECT_FALSE(m_list.GetState(fading)->GetTransitionEnabled());
     EXPECT_FALSE(m_list.GetState(waiting)->GetExitDelayEnabled());
-
     m_list.Update(0.1f, 2);
     EXPECT_EQ(PlayState::STATE_FINISHED, m_list.GetState(fading)->GetState());
     EXPECT_EQ(PlayState::STATE_TRANSITION_OUT, m_list.GetState(waiting)->GetState());
@@ -124,13 +118,11 @@ TEST_F(PlayListTest, ModifiersSetAbsolutePositionOrScaledRate)
     Modifier* pScaled = m_arm.Model().GetModifierList().CreateModifier(N("speed"));
     pScaled->SetType(Modifier::TYPE_SCALED);
     pScaled->SetRefValue(4.0f);
-
     Motion* pAim = m_arm.PlainMotion("aim", 2.0f, Motion::TYPE_LOOPING);
     pAim->SetTimingModifier(pAbsolute);
     Motion* pRun = m_arm.PlainMotion("run", 10.0f, Motion::TYPE_LOOPING);
     pRun->SetTimingModifier(pScaled);
     Motion* pPlain = m_arm.PlainMotion("plain", 10.0f, Motion::TYPE_LOOPING);
-
     const int aim = m_list.AddMotion(pAim, 0);
     const int run = m_list.AddMotion(pRun, 0);
     const int plain = m_list.AddMotion(pPlain, 0);
@@ -138,24 +130,20 @@ TEST_F(PlayListTest, ModifiersSetAbsolutePositionOrScaledRate)
     m_list.SetModifier(run, 2.0f);
     m_list.GetState(plain)->SetRate(3.0f);
     m_list.SetModifier(plain, 7.0f);
-
     EXPECT_TRUE(m_list.GetState(aim)->IsAbsolute());
     EXPECT_FLOAT_EQ(0.5f, m_list.GetState(aim)->GetPosition());
     EXPECT_FLOAT_EQ(0.5f, m_list.GetState(run)->GetRate());
     EXPECT_FLOAT_EQ(1.0f, m_list.GetState(plain)->GetRate());
-
     m_list.Update(1.0f, 0);
     EXPECT_FLOAT_EQ(0.5f, m_list.GetState(aim)->GetPosition());
     EXPECT_FLOAT_EQ(0.5f, m_list.GetState(run)->GetPosition());
     EXPECT_FLOAT_EQ(1.0f, m_list.GetState(plain)->GetPosition());
     // The furthest time-driven play.
     EXPECT_FLOAT_EQ(1.0f, m_list.GetPlayTime());
-
     m_list.SetModifier(aim, 3.0f);
     EXPECT_FLOAT_EQ(2.0f, m_list.GetState(aim)->GetPosition());
     m_list.SetModifier(run, -2.0f);
     EXPECT_FLOAT_EQ(0.0f, m_list.GetState(run)->GetRate());
-
     pScaled->SetRefValue(0.0f);
     EXPECT_NE(std::string::npos, AssertionText([&] { m_list.SetModifier(run, 1.0f); })
                                      .find("pMotion->GetTimingModifier()->GetRefValue() > 0.0f"));
@@ -167,13 +155,11 @@ TEST_F(PlayListTest, PlayTimeFallsBackToAbsolutePlaysAndFlagsFollowTheId)
 {
     m_list.Update(0.5f, 0);
     EXPECT_FLOAT_EQ(0.0f, m_list.GetPlayTime());
-
     const int aim = m_list.AddMotion(m_arm.PlainMotion("aim", 2.0f), 1);
     m_list.GetState(aim)->SetAbsolute(true);
     m_list.GetState(aim)->SetPosition(1.5f);
     m_list.Update(0.5f, 1);
     EXPECT_FLOAT_EQ(1.5f, m_list.GetPlayTime());
-
     const int loop = m_list.AddMotion(m_arm.PlainMotion("loop", 1.0f, Motion::TYPE_LOOPING), 7);
     m_list.Update(0.75f, 1);
     EXPECT_FLOAT_EQ(0.75f, m_list.GetPlayTime());
@@ -194,7 +180,6 @@ TEST_F(PlayListTest, CleanupRemovesFinishedPlaysAndFiresEventsInOrder)
     pLong->SetStartDelay(0.5f, 0.5f);
     const int shortIndex = m_list.AddMotion(pShort, 3);
     m_list.AddMotion(pLong, 3);
-
     for (int i = 0; i < 2; ++i)
     {
         m_list.Update(0.4f, 3);
@@ -207,7 +192,6 @@ TEST_F(PlayListTest, CleanupRemovesFinishedPlaysAndFiresEventsInOrder)
     EXPECT_TRUE(m_list.HasFinished());
     EXPECT_TRUE(m_list.GetChanged());
     m_list.Cleanup();
-
     ASSERT_EQ(1, m_list.GetStateCount());
     EXPECT_EQ(pLong, m_list.GetState(0)->GetMotion());
     // The long play leaves its start delay in the second update and plays that whole step.
@@ -215,7 +199,6 @@ TEST_F(PlayListTest, CleanupRemovesFinishedPlaysAndFiresEventsInOrder)
                                         "Start long", "Update long 0.00 0.40", "End short",
                                         "Update long 0.40 0.80"}),
               events.m_cCall);
-
     m_list.Clear();
     EXPECT_EQ("End long", events.m_cCall.back());
     EXPECT_EQ(0, m_list.GetStateCount());
@@ -231,7 +214,6 @@ TEST_F(PlayListTest, RandomMotionPlaysItsSelectionAndRepeatPicksAgainAfterALoop)
     pIdle->AddRandMotion(N("idle_b"), 1.0f);
     pIdle->SetRandomRepeat(true);
     m_arm.Model().GetMotionList().ResolveMotions();
-
     static uint32 s_draw = 0;
     RenderModel::SetRandomSource([](uint32 count) { return s_draw % count; });
     s_draw = 0;
@@ -243,7 +225,6 @@ TEST_F(PlayListTest, RandomMotionPlaysItsSelectionAndRepeatPicksAgainAfterALoop)
     EXPECT_EQ(index, m_list.FindMotion(N("idle_a")));
     EXPECT_EQ(PlayList::InvalidIndex, m_list.FindMotion(N("idle_b")));
     EXPECT_EQ(PlayList::InvalidIndex, m_list.FindMotion(N("idle"), 1));
-
     // Draws past the first half of the weights pick idle_b at the next wrap.
     s_draw = (1u << 24) - 1;
     m_list.Update(0.6f, 1);
@@ -253,7 +234,6 @@ TEST_F(PlayListTest, RandomMotionPlaysItsSelectionAndRepeatPicksAgainAfterALoop)
     m_list.Cleanup();
     EXPECT_EQ(pB, state.GetMotion());
     EXPECT_EQ(pIdle, state.GetRootMotion());
-
     // Without random repeat the selection stays.
     pIdle->SetRandomRepeat(false);
     s_draw = 0;
@@ -277,7 +257,6 @@ TEST_F(PlayListTest, MoveAndSortKeepPlaysOnTheirWayOutFirstInOrder)
     m_list.MoveState(0, 2);
     EXPECT_EQ(pA, m_list.GetState(0)->GetMotion());
     EXPECT_EQ(pD, m_list.GetState(2)->GetMotion());
-
     // a b d c: b and c leave.
     m_list.GetState(1)->SetState(PlayState::STATE_EXIT_REQUEST);
     m_list.GetState(3)->SetState(PlayState::STATE_EXIT_DELAY);
@@ -297,7 +276,6 @@ TEST_F(PlayListTest, DebugLinesShowMotionStatePositionAndWeight)
     m_list.Update(0.5f, 0);
     m_list.GetState(leaving)->SetState(PlayState::STATE_EXIT_REQUEST);
     m_list.Update(0.25f, 0);
-
     std::vector<std::string> cLines;
     m_list.GetDebugLines(cLines);
     const std::vector<std::string> cExpected = {"~~ Playing Motions ~~", "walk, Playing, 0.75, [1.00]",

@@ -83,7 +83,6 @@ protected:
         state.SetState(PlayState::STATE_EXIT_REQUEST);
         return state;
     }
-
     Env m_env;
     ArmModel m_arm;
     PlayList m_list;
@@ -98,7 +97,6 @@ TEST_F(PlayStateTest, StartDelayAndTransitionIn)
     EXPECT_FLOAT_EQ(0.0f, state.GetPreviousPosition());
     EXPECT_FLOAT_EQ(0.25f, state.GetStartTimer());
     EXPECT_FLOAT_EQ(0.25f, state.GetInTimer());
-
     // A start delay waits with no weight, then plays the whole step.
     Motion* pDelayed = Make(Motion::TYPE_NON_LOOPING, 10.0f);
     pDelayed->SetStartDelay(2.0f, 2.0f);
@@ -109,7 +107,6 @@ TEST_F(PlayStateTest, StartDelayAndTransitionIn)
                     {0.5f, PlayState::STATE_START_DELAY, 0.0f, 0.0f, 1.5f},
                     {0.5f, PlayState::STATE_PLAY, 0.5f}});
     Steps(Play(pDelayed), {{3.0f, PlayState::STATE_PLAY, 3.0f}}); // one step longer than the delay
-
     // The transition in waits for the rest of an older play's transition out.
     Motion* pOld = Make(Motion::TYPE_LOOPING);
     pOld->SetTransitionOutTime(1.0f);
@@ -120,7 +117,6 @@ TEST_F(PlayStateTest, StartDelayAndTransitionIn)
     Steps(next, {{0.5f, PlayState::STATE_TRANSITION_IN, 0.0f, 1.0f, 0.5f},
                  {0.5f, PlayState::STATE_PLAY, 0.0f},
                  {0.5f, PlayState::STATE_PLAY, 0.5f}});
-
     // An absolute play transitioning in shows nothing.
     PlayState& absolute = Play(Make());
     absolute.SetAbsolute(true);
@@ -161,7 +157,6 @@ TEST_F(PlayStateTest, EndsLoopsAndHolds)
                  {0.4f, PlayState::STATE_FINISHED, Any, 0.0f}});
     EXPECT_FALSE(once.HasFinished());
     EXPECT_NE(std::string::npos, AssertionText([&] { once.Update(0.1f); }).find("dbBreak"));
-
     // Looping wraps by modulo and says so for one update.
     PlayState& loop = Play(Make(Motion::TYPE_LOOPING));
     Steps(loop, {{0.4f, PlayState::STATE_PLAY}, {0.4f, PlayState::STATE_PLAY}});
@@ -171,7 +166,6 @@ TEST_F(PlayStateTest, EndsLoopsAndHolds)
     EXPECT_TRUE(loop.HasLooped());
     Steps(loop, {{0.4f, PlayState::STATE_PLAY, 0.6f}});
     EXPECT_FALSE(loop.HasLooped());
-
     // Or waits out its loop delay at full weight.
     Motion* pDelayed = Make(Motion::TYPE_LOOPING);
     pDelayed->SetLoopDelay(0.5f, 0.5f);
@@ -180,7 +174,6 @@ TEST_F(PlayStateTest, EndsLoopsAndHolds)
     EXPECT_TRUE(delayed.HasLooped());
     Steps(delayed,
           {{0.25f, PlayState::STATE_LOOP_DELAY, 1.2f, Any, 0.25f}, {0.3f, PlayState::STATE_PLAY, 0.2f}});
-
     // Hold end stays in play with no movement reported.
     PlayState& hold = Play(Make(Motion::TYPE_HOLD_END));
     Steps(hold, {{0.6f, PlayState::STATE_PLAY}, {0.6f, PlayState::STATE_PLAY, Any, 1.0f}});
@@ -228,7 +221,6 @@ TEST_F(PlayStateTest, OnlyRequestsTransitionInAndExitDelayCanBeSetFromOutside)
     state.SetState(PlayState::STATE_PLAY_REQUEST);
     Steps(state, {{0.25f, PlayState::STATE_PLAY, 0.25f}});
     EXPECT_NE(std::string::npos, AssertionText([&] { state.SetRate(-1.0f); }).find("rate >= 0.0f"));
-
     const char* const texts[] = {"",        "",           "",           "Start Delay",    "Transition In",
                                  "Playing", "Loop Delay", "Exit Delay", "Transition Out", "Exiting"};
     for (int i = 0; i < 10; ++i)
