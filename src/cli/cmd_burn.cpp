@@ -436,7 +436,8 @@ int RunBurnCommand(const std::string& typed, bool force, bool json)
         return 1;
     }
     if (!json)
-        std::fprintf(stderr, "tq7z burn: %s: %u file%s burned\n", typed.c_str(), filesBurned,
+        // The burner counts a file found up to date as done: its records above tell which.
+        std::fprintf(stderr, "tq7z burn: %s: %u file%s burned or up to date\n", typed.c_str(), filesBurned,
                      filesBurned == 1 ? "" : "s");
     return std::fflush(stdout) == 0 ? 0 : 1;
 }

@@ -204,6 +204,10 @@ TEST_F(BurnTree, LoadFailsWithoutAConfigurationOrAProject)
     EXPECT_EQ(Path("gen/units/_default.burn"), out);
     EXPECT_FALSE(ConfigLoad::GetBurnFilename(Path("gen/units/none.sgm").c_str(), out, sizeof(out)))
         << "no file, no name";
+    // A buffer that holds the folder's name and "_default.burn", but not the separator between.
+    const std::string folder = Path("gen/units");
+    std::vector<char> tight(folder.size() + 14);
+    EXPECT_FALSE(ConfigLoad::GetBurnFilename(folder.c_str(), tight.data(), tight.size()));
 }
 
 TEST_F(BurnTree, BaseIsReadOncePerProcess)
