@@ -97,6 +97,9 @@ TEST(FilePathUtilEdits, EditsInPlace)
         {"kept", [](char* p) { return MakePath(p, "DATA", std::string(250, 'f').c_str(), "tank", ".tga"); },
          false, "kept"},
         {"kept", [](char* p) { return Copy(p, std::string(300, 'a').c_str()); }, false, "kept"},
+        {"kept", [](char* p) { return MakePath(p, nullptr, "f", "n", "e"); }, false,
+         "kept"}, // no alias given
+        {"kept", [](char* p) { return HasPrefix(p, nullptr) || HasPrefix(nullptr, p); }, false, "kept"},
     };
     dbg::ScopedThrowOnAssert silent(false);
     for (const EditCase& c : cases)

@@ -6,6 +6,7 @@
 
 #include "support/tempfolder.h"
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -111,8 +112,14 @@ TEST_F(OSFileTest, DeleteRenameAndCopyResults)
     EXPECT_TRUE(fs::exists(Path("C.txt")));
     EXPECT_EQ(OSFile::Copy(Path("C.txt").c_str(), Path("b.txt").c_str(), true), OSFile::R_Failed);
     EXPECT_EQ(ReadAll(Path("b.txt")), "beta");
+    // A copy takes the permission bits and the time of its source.
+    fs::permissions(Path("C.txt"), fs::perms(0640));
+    const auto time = fs::last_write_time(Path("C.txt")) - std::chrono::hours(48);
+    fs::last_write_time(Path("C.txt"), time);
     EXPECT_EQ(OSFile::Copy(Path("c.txt").c_str(), Path("b.txt").c_str(), false), OSFile::R_Success);
     EXPECT_EQ(ReadAll(Path("b.txt")), "alpha");
+    EXPECT_EQ(fs::status(Path("b.txt")).permissions(), fs::perms(0640));
+    EXPECT_EQ(fs::last_write_time(Path("b.txt")), time);
     EXPECT_EQ(OSFile::Copy(Path("b.txt").c_str(), Path("B.TXT").c_str(), false), OSFile::R_Failed)
         << "copying a file onto itself must not truncate it";
     EXPECT_EQ(ReadAll(Path("b.txt")), "alpha");
