@@ -69,8 +69,9 @@ TEST_F(ActionStateTest, ConditionsChooseThePlaysAndAChangeSendsTheOthersAway)
         Plays(state));
     EXPECT_EQ(state.GetCurrentId(), state.GetPlayList().GetState(0)->GetId());
     state.GetPlayList().Update(0.1f, state.GetCurrentId());
-    // The same value again changes nothing.
+    // The same value again, or a value no condition reads, changes nothing.
     state.SetVariableBool(N("moving"), false);
+    state.SetVariableFloat(N("aim"), 0.5f);
     state.Update(0.1f);
     EXPECT_EQ((Plays_t{{m_pIdle, PlayState::STATE_PLAY}, {m_pBreathe, PlayState::STATE_PLAY}}), Plays(state));
     // Moving: idle leaves first in the list, breathe is kept, walk starts.
@@ -169,4 +170,30 @@ TEST_F(ActionStateTest, MoreThanTwentyFourActionsDrawAWarningEachEvaluation)
     state.Update(0.1f);
     state.Update(0.1f);
     EXPECT_EQ(2, log.Count(warning));
+}
+
+TEST_F(ActionStateTest, AFloatThatCrossesItsClauseChangesTheChoice)
+{
+    RenderModel& model = m_arm.Model();
+    auto pClause = ra::Clause::Create(ra::Clause::VARIABLE_FLOAT);
+    pClause->SetName(N("fast"));
+    pClause->SetVariableName(N("speed"));
+    pClause->SetComparison(ra::Clause::COMPARE_GREATER);
+    pClause->SetValue(1.0f);
+    ra::Condition* pFast = model.GetConditionList().CreateCondition(N("IsFast"));
+    pFast->AddClause(pClause.get(), false);
+    model.GetClauseList().AddClause(std::move(pClause));
+    Action* pRun = model.GetActionTree().AddAction();
+    pRun->AddMotion(m_pWalk, ra::Condition::CONDITIONTYPE_IF, pFast);
+    pRun->AddMotion(m_pIdle, ra::Condition::CONDITIONTYPE_ELSE, nullptr);
+    ra::ActionState state(model);
+    state.SetVariableFloat(N("speed"), 0.5f);
+    state.SetAction(pRun);
+    state.Update(0.1f);
+    ASSERT_EQ(1, state.GetPlayList().GetStateCount());
+    state.SetVariableFloat(N("speed"), 2.0f);
+    state.Update(0.1f);
+    ASSERT_EQ(2, state.GetPlayList().GetStateCount());
+    EXPECT_EQ(PlayState::STATE_EXIT_REQUEST, state.GetPlayList().GetState(0)->GetState());
+    EXPECT_EQ(m_pWalk, state.GetPlayList().GetState(1)->GetMotion());
 }
