@@ -225,6 +225,15 @@ TEST(ImageChunk, PalettedImageChunkRoundTripAndBounds)
     EXPECT_EQ(p->GetWidth(), 3u);
     EXPECT_EQ(Level(*p), Level(image));
     EXPECT_EQ(std::memcmp(p->GetPalette(), image.GetPalette(), 0x400), 0);
+    // 4096 a side is the most taken.
+    Image_Palette wide;
+    wide.Allocate(4096, 1);
+    ChunkWriter most;
+    ImageLoad::SaveImagePalette(*most.m_pChunky, most.m_adapter, wide);
+    ChunkReader mostBack(most.Bytes());
+    p = ImageLoad::LoadImagePalette(*mostBack.m_pChunky, mostBack.m_adapter);
+    ASSERT_NE(p, nullptr);
+    EXPECT_EQ(p->GetWidth(), 4096u);
     // Sizes, the bytes behind them, the complaint: more index bytes than the chunk holds, a side of 0.
     const std::tuple<uint32, uint32, uint32, const char*> bad[] = {
         {64, 64, 100, "Paletted image 'bad' is cut short"},
