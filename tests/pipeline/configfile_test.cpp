@@ -113,6 +113,13 @@ TEST(ConfigFileRead, SectionsAndKeysComeInLowerCaseOrder)
     // After reading, the first section in that order is current.
     EXPECT_STREQ("alpha", config.CurrentSection());
     EXPECT_EQ(1u, config.KeyCount());
+    // The section left is handed back, cut to the room given; no room, or no buffer, is no copy.
+    char previous[4] = "x";
+    config.SelectSection("mid", previous, sizeof(previous));
+    EXPECT_STREQ("alp", previous);
+    config.SelectSection("ZETA", previous, 0);
+    EXPECT_STREQ("alp", previous);
+    config.SelectSection("mid", nullptr, sizeof(previous));
     config.SelectSection("ZETA");
     ASSERT_EQ(2u, config.KeyCount());
     EXPECT_STREQ("a", config.KeyName(0));
