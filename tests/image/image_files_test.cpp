@@ -50,7 +50,7 @@ Bytes Count(Bytes b, uint32 from, uint32 to)
 }
 
 // A DDS header as a DDS writer lays it out, then each level filled with its level number plus one.
-struct DDSSpec
+struct DDSLayout
 {
     uint32 w = 16, h = 16;
     const char* fourCC = "DXT1";
@@ -60,9 +60,9 @@ struct DDSSpec
     uint32 caps2 = 0;
     uint32 blockBytes = 8;
 };
-DDSSpec Mipped(uint32 w, uint32 h, uint32 mips)
+DDSLayout Mipped(uint32 w, uint32 h, uint32 mips)
 {
-    DDSSpec s;
+    DDSLayout s;
     s.w = w;
     s.h = h;
     s.mips = mips;
@@ -70,7 +70,7 @@ DDSSpec Mipped(uint32 w, uint32 h, uint32 mips)
     s.caps |= 0x400008;
     return s;
 }
-Bytes MakeDDS(const DDSSpec& s)
+Bytes MakeDDS(const DDSLayout& s)
 {
     Bytes b;
     b.text("DDS ").u32(124).u32(s.flags).u32(s.h).u32(s.w).u32(0).u32(0).u32(s.mips).fill(44, 0);
@@ -157,7 +157,7 @@ TEST(ImageFiles, HandBuiltFilesLoadToTheirPixels)
 
 TEST(ImageFiles, RefusedFilesGiveNullAndSayWhy)
 {
-    DDSSpec noWidth, huge, cube, volume = Mipped(16, 16, 1), dxt2, ati2;
+    DDSLayout noWidth, huge, cube, volume = Mipped(16, 16, 1), dxt2, ati2;
     noWidth.flags = 0x1003;
     huge.w = 8192;
     cube.caps2 = 0x200 | 0xFC00;
@@ -194,10 +194,10 @@ TEST(ImageFiles, RefusedFilesGiveNullAndSayWhy)
         {".bw mangled", BW, Bytes().be16(0xDA01).fill(510, 0), "BW file header is mangled. [test.file]"},
         {".bw short", BW, BWHeader(4, 4).fill(15, 9), "BW file doesn't have enough pixels. [test.file]"},
         {"JPEG garbage", JPEG, Bytes().u8(0xFF).u8(0xD8).fill(64, 0x55), "JPEG file can't be decoded"},
-        {"DDS magic", DDSLoader(0), MakeDDS(DDSSpec()).set(3, 'X'), "DDS is not happy. [test.dds]"},
-        {"DDS header size", DDSLoader(0), MakeDDS(DDSSpec()).set(4, 120), "DDS is not happy. [test.dds]"},
+        {"DDS magic", DDSLoader(0), MakeDDS(DDSLayout()).set(3, 'X'), "DDS is not happy. [test.dds]"},
+        {"DDS header size", DDSLoader(0), MakeDDS(DDSLayout()).set(4, 120), "DDS is not happy. [test.dds]"},
         {"DDS without width", DDSLoader(0), MakeDDS(noWidth), "DDS is not happy. [test.dds]"},
-        {"DDS pixel format size", DDSLoader(0), MakeDDS(DDSSpec()).set(4 + 72, 24),
+        {"DDS pixel format size", DDSLoader(0), MakeDDS(DDSLayout()).set(4 + 72, 24),
          "DDS is not happy. [test.dds]"},
         {"DDS huge", DDSLoader(0), MakeDDS(huge), ""},
         {"DDS 6 levels of 16x16", DDSLoader(0), MakeDDS(Mipped(16, 16, 6)), ""},
@@ -253,17 +253,17 @@ TEST(ImageFiles, TruncatedFilesAreRefusedAtEveryLength)
 
 TEST(ImageDDS, TypesAndTheSkipRules)
 {
-    DDSSpec dxt3, dxt5, noMipFlag = Mipped(16, 16, 3), noComplex = Mipped(16, 16, 3);
+    DDSLayout dxt3, dxt5, noMipFlag = Mipped(16, 16, 3), noComplex = Mipped(16, 16, 3);
     dxt3.fourCC = "DXT3";
     dxt5.fourCC = "DXT5";
     dxt3.blockBytes = dxt5.blockBytes = 16;
     noMipFlag.flags = 0x1007;
     noComplex.caps = 0x1000;
-    // Spec, skip; then type, width, height, levels, the file level the first one comes from, and
+    // Layout, skip; then type, width, height, levels, the file level the first one comes from, and
     // whether the writer of the file is blamed.
     const struct
     {
-        DDSSpec spec;
+        DDSLayout layout;
         int skip, type;
         uint32 w, h, mips, first;
         bool warns;
@@ -281,10 +281,10 @@ TEST(ImageDDS, TypesAndTheSkipRules)
     };
     for (const auto& c : cases)
     {
-        SCOPED_TRACE(::testing::Message() << c.spec.w << "x" << c.spec.h << " " << c.spec.fourCC << " mips "
-                                          << c.spec.mips << " skip " << c.skip);
+        SCOPED_TRACE(::testing::Message() << c.layout.w << "x" << c.layout.h << " " << c.layout.fourCC
+                                          << " mips " << c.layout.mips << " skip " << c.skip);
         LogCapture log;
-        Loaded l = LoadWith(DDSLoader(c.skip), MakeDDS(c.spec).v);
+        Loaded l = LoadWith(DDSLoader(c.skip), MakeDDS(c.layout).v);
         ASSERT_NE(l.pImage, nullptr);
         EXPECT_EQ(l.pImage->GetImageType(), c.type);
         EXPECT_EQ(l.sourceFormat, c.type == IMAGETYPE_DXT1   ? SOURCEFORMAT_DXT1
@@ -297,7 +297,7 @@ TEST(ImageDDS, TypesAndTheSkipRules)
         {
             const uint32 w = std::max(1u, c.w >> level), h = std::max(1u, c.h >> level);
             EXPECT_EQ(Level(*l.pImage, level),
-                      std::vector<uint8>(((w + 3) / 4) * ((h + 3) / 4) * c.spec.blockBytes,
+                      std::vector<uint8>(((w + 3) / 4) * ((h + 3) / 4) * c.layout.blockBytes,
                                          uint8(c.first + level + 1)))
                 << level;
         }
