@@ -566,3 +566,24 @@ TEST(GenericInterm, AModelChangedAfterTheReadWritesItsNewData)
     pChanged.reset();
     Inv::Warehouse::Get()->PopFrame();
 }
+
+TEST(GenericModel, IntermediateShaderControlsGoOutWithTheShadersBaseAndComeBackRelative)
+{
+    ModelEnv e;
+    Inv::Warehouse::Get()->PushFrame("built");
+    std::unique_ptr<RenderModel> pBuilt = BuildWalker();
+    ASSERT_TRUE(RenderModelLoadGeneric::SaveInterm("GENERIC:interm.sgm", *pBuilt, true, true, true));
+    Inv::Warehouse::Get()->PopFrame();
+    Inv::Warehouse::Get()->PushFrame("read");
+    std::unique_ptr<RenderModel> pRead = RenderModelLoadGeneric::Load("GENERIC:interm", false);
+    ASSERT_TRUE(pRead);
+    const Anim& built = *pBuilt->GetAnimList()->GetAnim(0);
+    const Anim& read = *pRead->GetAnimList()->GetAnim(0);
+    const int colour = read.FindControlStream(ra::MakeName("walker_glow"));
+    ASSERT_NE(colour, Anim::InvalidIndex);
+    for (uint32 k = 0; k < 3; ++k)
+        EXPECT_NEAR(read.GetControlStream(colour)->GetKeyValue(k), built.GetControlStream(0)->GetKeyValue(k),
+                    1e-6f);
+    pRead.reset();
+    Inv::Warehouse::Get()->PopFrame();
+}
