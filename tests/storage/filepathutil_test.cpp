@@ -213,17 +213,17 @@ TEST(FilePathUtilCompare, CaseAndSeparatorBlind)
     EXPECT_EQ(FindNoCase(text, "UNITS"), text + 9);
     EXPECT_EQ(FindNoCase(text, "tanks"), nullptr);
     EXPECT_EQ(FindNoCase(text, ""), text);
-    const std::tuple<const char*, const char*, bool> specs[] = {{"*.*", "noext", true},
-                                                                {"*.tga", "Tank.TGA", true},
-                                                                {"*.tga", "tank.tgax", false},
-                                                                {"t?nk*", "tank_hull.sgm", true},
-                                                                {"t?nk", "tnk", false},
-                                                                {"*a*b*c", "xxaxxbxxbc", true},
-                                                                {"*a*b*c", "xxaxxbxxb", false},
-                                                                {"*", "", true},
-                                                                {"", "x", false},
-                                                                {"TANK.SGM", "tank.sgm", true}};
-    for (const auto& [spec, name, match] : specs)
-        EXPECT_EQ(MatchSpec(spec, name), match) << spec << " " << name;
+    const std::tuple<const char*, const char*, bool> wildcards[] = {{"*.*", "noext", true},
+                                                                    {"*.tga", "Tank.TGA", true},
+                                                                    {"*.tga", "tank.tgax", false},
+                                                                    {"t?nk*", "tank_hull.sgm", true},
+                                                                    {"t?nk", "tnk", false},
+                                                                    {"*a*b*c", "xxaxxbxxbc", true},
+                                                                    {"*a*b*c", "xxaxxbxxb", false},
+                                                                    {"*", "", true},
+                                                                    {"", "x", false},
+                                                                    {"TANK.SGM", "tank.sgm", true}};
+    for (const auto& [wildcard, name, match] : wildcards)
+        EXPECT_EQ(MatchSpec(wildcard, name), match) << wildcard << " " << name;
 }
 } // namespace
