@@ -1,7 +1,8 @@
-// tq7z model info FILE [--json], tq7z model convert IN OUT and tq7z model diff A B: what a model file
-// of any form holds (.sgm with its .ebp in the generic or the intermediate form, .tqm with its .tqe,
-// a shared shader file .vds), writing a model again in the generic, intermediate or final form, and
-// comparing two models by content.
+// tq7z model info FILE [--json], tq7z model convert IN OUT, tq7z model diff A B and tq7z model
+// export-gltf MODEL OUT: what a model file of any form holds (.sgm with its .ebp in the generic or the
+// intermediate form, .tqm with its .tqe, a shared shader file .vds), writing a model again in the
+// generic, intermediate or final form, comparing two models by content, and writing a model as glTF
+// 2.0 for viewers.
 #include "cli/command.h"
 #include "cli/outputfile.h"
 #include "cli/toolalias.h"
@@ -13,6 +14,7 @@
 #include "model/file/final/textureloadfinal.h"
 #include "model/file/generic/genericchunk.h"
 #include "model/file/generic/rendermodelloadgeneric.h"
+#include "model/file/gltf/gltfwriter.h"
 #include "model/modeldiff.h"
 #include "model/rendermodel.h"
 #include "model/shader/shader.h"
@@ -26,6 +28,7 @@
 #include "storage/chunky.h"
 #include "storage/filepath.h"
 #include "storage/filepath_hd.h"
+#include "storage/osfile.h"
 #include "storage/userpath.h"
 
 #include <nlohmann/json.hpp>
@@ -730,6 +733,105 @@ int RunDiff(const std::string& fileA, const std::string& fileB, const DiffOption
     return cDifference.empty() ? 0 : 1;
 }
 
+struct GltfOptions
+{
+    bool embed = false;
+    bool json = false;
+    std::string genericFolder;
+    int detail = -1;
+};
+
+// Writes `bytes` whole to `file` (a temporary name beside it, then a rename); false with the
+// reason on stderr.
+bool WriteWholeFile(const std::string& file, const std::vector<uint8>& bytes)
+{
+    std::error_code ec;
+    const std::filesystem::path full = std::filesystem::absolute(file, ec).lexically_normal();
+    std::filesystem::create_directories(full.parent_path(), ec);
+    const OSFile::Result result = OSFile::WriteWhole(full.c_str(), bytes.data(), bytes.size());
+    if (result == OSFile::R_Success)
+        return true;
+    std::fprintf(stderr, "tq7z model export-gltf: %s: could not be written (%s)\n", file.c_str(),
+                 result == OSFile::R_AccessDenied ? "access denied" : "the disk refused it");
+    return false;
+}
+
+int RunExportGltf(const std::string& in, const std::string& out, const GltfOptions& options)
+{
+    if (!cli::CheckOutputExtension("model export-gltf", out, {".glb", ".gltf"}))
+        return 2;
+    const bool binary = Lower(std::filesystem::path(out).extension().string()) == ".glb";
+    if (binary && options.embed)
+    {
+        std::fprintf(stderr, "tq7z model export-gltf: --embed is for a .gltf file, not %s\n", out.c_str());
+        return 2;
+    }
+    // The buffer of a .gltf goes beside it under the same name, unless it is embedded.
+    const std::string bufferFile =
+        binary || options.embed ? std::string() : std::filesystem::path(out).replace_extension(".bin").string();
+    if (!cli::CheckOutputFolder("model export-gltf", out) ||
+        (!bufferFile.empty() && !cli::CheckOutputFolder("model export-gltf", bufferFile)))
+        return 1;
+    ModelSession session(options.genericFolder, in);
+    if (!session.IsReady())
+    {
+        std::fprintf(stderr,
+                     "tq7z model export-gltf: the null render device or the inventory could not be made\n");
+        return 1;
+    }
+    SetDetail(options.detail);
+    const LoadedModel loaded = LoadModel("export-gltf", in);
+    if (!loaded.pModel)
+        return 1;
+    if (loaded.form == FileForm::SharedShader)
+    {
+        std::fprintf(stderr, "tq7z model export-gltf: %s: a shared shader file holds no model to export\n",
+                     in.c_str());
+        return 1;
+    }
+    gltf::WriteOptions writeOptions;
+    writeOptions.binary = binary;
+    if (!bufferFile.empty())
+        writeOptions.bufferUri = std::filesystem::path(bufferFile).filename().string();
+    gltf::Document document;
+    std::string error;
+    if (!gltf::Write(*loaded.pModel, writeOptions, document, error))
+    {
+        std::fprintf(stderr, "tq7z model export-gltf: %s: %s\n", in.c_str(), error.c_str());
+        return 1;
+    }
+    for (const std::string& warning : document.cWarning)
+        std::fprintf(stderr, "tq7z model export-gltf: %s: warning: %s\n", in.c_str(), warning.c_str());
+    // The buffer first, so that a .gltf on disk never names a buffer that is not there.
+    if (!bufferFile.empty() && !WriteWholeFile(bufferFile, document.buffer))
+        return 1;
+    if (!WriteWholeFile(out, document.file))
+        return 1;
+    const Json info = ModelJson(*loaded.pModel, FormName(loaded.form), false);
+    const size_t bytes = document.file.size() + document.buffer.size();
+    if (options.json)
+    {
+        const Json result = {{"model", in},
+                             {"format", FormName(loaded.form)},
+                             {"out", out},
+                             {"buffer", bufferFile},
+                             {"bytes", bytes},
+                             {"bones", info["bones"].size()},
+                             {"meshes", info["meshes"].size()},
+                             {"markers", info["markers"].size()},
+                             {"cameras", info["cameras"].size()},
+                             {"animations", info["animations"].size()},
+                             {"warnings", document.cWarning}};
+        std::printf("%s\n", result.dump(2).c_str());
+    }
+    else
+        std::printf("%s: %zu bytes%s%s; %zu bones, %zu meshes, %zu markers, %zu cameras, %zu animations\n",
+                    out.c_str(), bytes, bufferFile.empty() ? "" : " with ", bufferFile.c_str(),
+                    info["bones"].size(), info["meshes"].size(), info["markers"].size(), info["cameras"].size(),
+                    info["animations"].size());
+    return 0;
+}
+
 const char* const s_genericHelp =
     "Folder mounted as GENERIC, where cross-referenced models and shared shaders are found (by default "
     "the generic tree of the project that holds the file, with its final tree as DATA)";
@@ -741,8 +843,8 @@ cli::CommandRegistrar s_model(
     {
         CLI::App* model =
             cli::GetOrAddSubcommand(app, "model",
-                                    "Inspect, convert, compare and pose model files (.sgm, .ebp, "
-                                    ".tqm, .tqe, .vds)");
+                                    "Inspect, convert, compare, pose and export model files (.sgm, "
+                                    ".ebp, .tqm, .tqe, .vds)");
 
         CLI::App* info = model->add_subcommand("info", "Print what a model file holds");
         info->footer(
@@ -812,5 +914,28 @@ cli::CommandRegistrar s_model(
         diff->add_option("--detail", s_diff.detail, s_detailHelp)->check(CLI::Range(0, 3));
         diff->add_option("--generic", s_diff.genericFolder, s_genericHelp);
         diff->callback([&exitCode] { exitCode = RunDiff(s_a, s_b, s_diff); });
+
+        CLI::App* gltfCommand = model->add_subcommand("export-gltf", "Write a model as glTF 2.0 for viewers");
+        gltfCommand->footer(
+            "MODEL is read as `model info` reads it, in any form. OUT's extension chooses the container:\n"
+            "  .glb   binary glTF: the JSON and one buffer in one file;\n"
+            "  .gltf  JSON text, its buffer in a .bin file of the same name beside it, or with --embed\n"
+            "         inside the JSON as a base64 data URI.\n"
+            "Meshes with normals, texture coordinates and skin weights, the skeleton as nodes with one\n"
+            "skin, shaders as materials with their diffuse textures as PNG, every animation's bone keys,\n"
+            "markers and cameras as nodes; y up. Shader and visibility animation, camera animation and the\n"
+            "motion tree have no place in glTF and are left out. What else is left out is warned about.\n"
+            "Another extension is refused (exit 2); a model that does not load exits 1 and writes nothing.\n");
+        static std::string s_gltfIn;
+        static std::string s_gltfOut;
+        static GltfOptions s_gltf;
+        gltfCommand->add_option("MODEL", s_gltfIn, "The model file to read")->required();
+        gltfCommand->add_option("OUT", s_gltfOut, "The glTF file to write (.glb or .gltf)")->required();
+        gltfCommand->add_flag("--embed", s_gltf.embed, "Put the buffer of a .gltf into its JSON");
+        gltfCommand->add_flag("--json", s_gltf.json,
+                              "Print one JSON object: model, format, out, buffer, bytes, counts, warnings");
+        gltfCommand->add_option("--generic", s_gltf.genericFolder, s_genericHelp);
+        gltfCommand->add_option("--detail", s_gltf.detail, s_detailHelp)->check(CLI::Range(0, 3));
+        gltfCommand->callback([&exitCode] { exitCode = RunExportGltf(s_gltfIn, s_gltfOut, s_gltf); });
     });
 } // namespace
