@@ -6,6 +6,7 @@
 #include "exporter/consoleui.h"
 #include "exporter/sgmexport.h"
 #include "host/scene.h"
+#include "importhost/importhost.h"
 #include "storage/filepathutil.h"
 
 #include <cstdio>
@@ -21,6 +22,7 @@ struct ExportArgs
     std::string outFile;
     ConsoleUI::Flags flags;
     bool suppressPrompts = false;
+    importhost::ImportOptions importOptions;
 };
 
 int RunExportCommand(const ExportArgs& args)
@@ -34,7 +36,17 @@ int RunExportCommand(const ExportArgs& args)
     std::unique_ptr<scene::Scene> pScene;
     try
     {
-        pScene = scene::ReadScene(std::filesystem::absolute(args.sceneFile).lexically_normal().string());
+        const std::string sceneFile = std::filesystem::absolute(args.sceneFile).lexically_normal().string();
+        // A modelling package's file goes through the import host, anything else is a scene file.
+        if (importhost::IsImportFile(sceneFile))
+        {
+            std::vector<std::string> cWarning;
+            pScene = importhost::ImportScene(sceneFile, args.importOptions, &cWarning);
+            for (const std::string& warning : cWarning)
+                std::fprintf(stderr, "warning: %s\n", warning.c_str());
+        }
+        else
+            pScene = scene::ReadScene(sceneFile);
     }
     catch (const scene::SceneError& e)
     {
@@ -76,6 +88,10 @@ cli::CommandRegistrar s_export(
             "The scene exporter as the host runs it: walks the scene, builds meshes, skin weights,\n"
             "shaders, skeleton, markers, cameras and animation keys, and saves one .sgm file.\n"
             "\n"
+            "SCENE is a scene file (.json), or a modelling package's file (.fbx, .gltf, .glb, .dae,\n"
+            ".obj) read through the import host (docs/import.md; `tq7z scene convert` shows the\n"
+            "scene it makes).\n"
+            "\n"
             "The options dialog's check boxes are flags here: without flags meshes and animation\n"
             "keys are both written. --suppress-prompts is a batch export instead: the flags are not\n"
             "asked, XRef meshes are never local, and a file named ...\\reference\\ref.sgm (any case)\n"
@@ -90,7 +106,7 @@ cli::CommandRegistrar s_export(
             "Exit status: 0 when the file was written or there was nothing to write, 1 when the scene\n"
             "could not be read, OUT's folder cannot be written or any error was reported (the .sgm may\n"
             "exist even then), 2 when OUT does not end in .sgm.");
-        sub->add_option("SCENE", pArgs->sceneFile, "Scene file (JSON)")->required();
+        sub->add_option("SCENE", pArgs->sceneFile, "Scene file (JSON), or .fbx .gltf .glb .dae .obj")->required();
         sub->add_option("OUT", pArgs->outFile, "Model file to write (.sgm)")->required();
         sub->add_flag("--no-meshes", pArgs->flags.noMeshes,
                       "Clear \"Export Meshes\": write the animation only");
@@ -98,6 +114,12 @@ cli::CommandRegistrar s_export(
         sub->add_flag("--xref-local", pArgs->flags.xrefLocal, "Set \"Treat XRef'ed meshes as local\"");
         sub->add_flag("--suppress-prompts", pArgs->suppressPrompts,
                       "Batch export: no options; the reference file rule decides meshes or animation");
+        sub->add_option("--frame-rate", pArgs->importOptions.frameRate,
+                        "Imported files: frames a second at which the animation is sampled (30)")
+            ->check(CLI::Range(1, 4800));
+        sub->add_option("--animation", pArgs->importOptions.animation,
+                        "Imported files: which animation is the scene's, from 0 (0)")
+            ->check(CLI::NonNegativeNumber);
         sub->callback([pArgs, &exitCode] { exitCode = RunExportCommand(*pArgs); });
     });
 } // namespace

@@ -1,10 +1,15 @@
 // tq7z scene check FILE: reads a scene file, refuses it with the place of its first fault, and
-// otherwise prints a short summary of its nodes by class.
+// otherwise prints a short summary of its nodes by class. tq7z scene convert IN OUT.json: the scene
+// description that the import host makes of a modelling package's file.
 #include "cli/command.h"
+#include "cli/outputfile.h"
 
 #include "host/scene.h"
+#include "importhost/importhost.h"
+#include "storage/osfile.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -78,6 +83,51 @@ int Check(const std::string& fileName)
     return 0;
 }
 
+struct ConvertArgs
+{
+    std::string in;
+    std::string out;
+    importhost::ImportOptions options;
+};
+
+int Convert(const ConvertArgs& args)
+{
+    if (!cli::CheckOutputExtension("scene convert", args.out, {".json"}))
+        return 2;
+    if (!cli::CheckOutputFolder("scene convert", args.out))
+        return 1;
+    const std::filesystem::path out = std::filesystem::absolute(args.out).lexically_normal();
+    importhost::ImportOptions options = args.options;
+    // Bitmap names relative to where the scene file goes, as the scene reader takes them.
+    options.documentFolder = out.parent_path().string();
+    importhost::ImportResult result;
+    try
+    {
+        result = importhost::ImportDocument(args.in, options);
+    }
+    catch (const scene::SceneError& e)
+    {
+        std::fprintf(stderr, "%s\n", e.what());
+        return 1;
+    }
+    for (const std::string& warning : result.cWarning)
+        std::fprintf(stderr, "warning: %s\n", warning.c_str());
+    const std::string text = importhost::SceneText(result.document);
+    std::error_code ec;
+    std::filesystem::create_directories(out.parent_path(), ec);
+    if (OSFile::WriteWhole(out.c_str(), text.data(), text.size()) != OSFile::R_Success)
+    {
+        std::fprintf(stderr, "tq7z scene convert: %s: could not be written\n", args.out.c_str());
+        return 1;
+    }
+    std::printf("%s: %zu nodes, %zu materials, %zu textures, frames 0 to %d at %d frames a second\n",
+                args.out.c_str(), result.document["nodes"].size(),
+                result.document.contains("materials") ? result.document["materials"].size() : size_t(0),
+                result.document.contains("textures") ? result.document["textures"].size() : size_t(0),
+                result.document["animationRange"][1].get<int>(), options.frameRate);
+    return 0;
+}
+
 cli::CommandRegistrar s_scene(
     [](CLI::App& app, int& exitCode)
     {
@@ -88,5 +138,26 @@ cli::CommandRegistrar s_scene(
         auto pFile = std::make_shared<std::string>();
         check->add_option("FILE", *pFile, "The scene file (.json)")->required();
         check->callback([pFile, &exitCode] { exitCode = Check(*pFile); });
+
+        CLI::App* convert = group->add_subcommand(
+            "convert", "Write the scene file that the import host makes of an FBX, glTF, COLLADA or OBJ file");
+        convert->footer(
+            "The scene as `tq7z export` sees it when given IN: nodes with their transforms per frame,\n"
+            "meshes with smoothing groups found from the file's normals, materials, skins, cameras,\n"
+            "turned to Z up (docs/import.md). Bitmap names are written relative to OUT's folder.\n"
+            "What the import left out is printed to standard error as warnings.\n"
+            "\n"
+            "Exit status: 0 when OUT was written, 1 when IN could not be imported or OUT written,\n"
+            "2 when OUT does not end in .json.");
+        auto pConvert = std::make_shared<ConvertArgs>();
+        convert->add_option("IN", pConvert->in, "The file to import (.fbx, .gltf, .glb, .dae, .obj)")->required();
+        convert->add_option("OUT", pConvert->out, "The scene file to write (.json)")->required();
+        convert->add_option("--frame-rate", pConvert->options.frameRate,
+                            "Frames a second at which the animation is sampled (30)")
+            ->check(CLI::Range(1, 4800));
+        convert->add_option("--animation", pConvert->options.animation,
+                            "Which of the file's animations is the scene's, from 0 (0)")
+            ->check(CLI::NonNegativeNumber);
+        convert->callback([pConvert, &exitCode] { exitCode = Convert(*pConvert); });
     });
 } // namespace

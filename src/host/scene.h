@@ -6,6 +6,8 @@
 #include "host/interface.h"
 #include "host/scene_objects.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -64,4 +66,7 @@ std::unique_ptr<Scene> ReadScene(const std::string& fileName);
 // (empty: they stay as written).
 std::unique_ptr<Scene> ReadSceneText(const std::string& text, const std::string& displayName,
                                      const std::string& folder = "");
+// The same from a parsed document (a scene another host made in memory, say).
+std::unique_ptr<Scene> ReadSceneDocument(const nlohmann::json& document, const std::string& displayName,
+                                         const std::string& folder = "");
 } // namespace scene

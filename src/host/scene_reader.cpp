@@ -1212,6 +1212,12 @@ std::unique_ptr<Scene> ReadSceneText(const std::string& text, const std::string&
             what = what.substr(close + 2);
         throw SceneError(displayName + ": not a JSON text: " + what);
     }
+    return ReadSceneDocument(document, displayName, folder);
+}
+
+std::unique_ptr<Scene> ReadSceneDocument(const json& document, const std::string& displayName,
+                                         const std::string& folder)
+{
     std::unique_ptr<Scene> pScene = SceneReader(displayName, folder).Read(document);
     SetFrameRate(pScene->GetFrameRate());
     return pScene;
