@@ -91,17 +91,6 @@ TEST_F(RenderModelTypeInfoTest, LoadsThroughTheGenericReaderInAFrameOfItsName)
     EXPECT_EQ(Reader::s_cCall.size(), 1u);
 }
 
-TEST_F(RenderModelTypeInfoTest, FinalPathUsesTheFinalReader)
-{
-    RenderModelTypeInfo::SetLoadPath(RenderModelTypeInfo::Path_Final);
-    EXPECT_EQ(RenderModelTypeInfo::GetLoadPath(), RenderModelTypeInfo::Path_Final);
-    Inv::Reference<RenderModel> modelRef = Inv::Load<RenderModel>("art/models/tank");
-    ASSERT_TRUE(modelRef.IsValid());
-    ASSERT_EQ(Reader::s_cCall.size(), 1u);
-    EXPECT_FALSE(Reader::s_cCall[0].loadEbp);
-    EXPECT_EQ(modelRef->GetCCameraCount(), 0);
-}
-
 TEST_F(RenderModelTypeInfoTest, NoModelsLoadsTheSubstituteInstead)
 {
     RunOptions::SetFileText("nomodels");
@@ -109,16 +98,6 @@ TEST_F(RenderModelTypeInfoTest, NoModelsLoadsTheSubstituteInstead)
     ASSERT_NE(pModel, nullptr);
     ASSERT_EQ(Reader::s_cCall.size(), 1u);
     EXPECT_EQ(Reader::s_cCall[0].name, "art/ebps/missingmodel");
-}
-
-TEST_F(RenderModelTypeInfoTest, NoModelsWithoutASubstituteLoadsTheRequestedModel)
-{
-    RunOptions::SetFileText("nomodels");
-    Reader::s_cMissing = {RenderModelTypeInfo::MissingModelName};
-    std::unique_ptr<RenderModel> pModel = RenderModelTypeInfo::LoadOrSubstitute("art/models/tank");
-    ASSERT_NE(pModel, nullptr);
-    ASSERT_EQ(Reader::s_cCall.size(), 2u);
-    EXPECT_EQ(Reader::s_cCall[1].name, "art/models/tank");
 }
 
 TEST_F(RenderModelTypeInfoTest, AReaderThatFailsOrThrowsGivesNoModel)
@@ -134,13 +113,4 @@ TEST_F(RenderModelTypeInfoTest, AReaderThatFailsOrThrowsGivesNoModel)
     EXPECT_TRUE(log.Has("MODELS -- 'art/models/broken': Missing Chunk Type!"));
     EXPECT_STREQ(Inv::Warehouse::Get()->GetCurrentFrameName(), "_ROOT_FRAME_");
     EXPECT_EQ(Inv::Warehouse::Get()->GetCount(RenderModel::GetTypeInfo()), 0u);
-}
-
-TEST_F(RenderModelTypeInfoTest, WithoutAReaderNothingLoads)
-{
-    RenderModelTypeInfo::SetGenericLoader(nullptr);
-    LogCapture log;
-    EXPECT_EQ(RenderModelTypeInfo::LoadOrSubstitute("art/models/tank"), nullptr);
-    EXPECT_TRUE(log.Has("MODELS -- 'art/models/tank': no reader of generic model files is registered!"));
-    EXPECT_TRUE(Reader::s_cCall.empty());
 }

@@ -4,6 +4,7 @@
 
 #include "inventory/inventory.h"
 #include "model/anim/anim_test_util.h"
+#include "support/logcapture.h"
 
 #include "foundation/debug.h"
 
@@ -65,60 +66,6 @@ TEST(AnimEvaluate, BonesEvaluateInSecondsOverTheLength)
     EXPECT_EQ(ra::MakeName("walk"), anim.GetName());
 }
 
-TEST(AnimEvaluate, ControlStreamsCarryTheirTargetsAndEvaluateToZeroWithoutKeys)
-{
-    Anim anim("Fade");
-    anim.SetTime(0.5f);
-    const ControlInfo opacity =
-        anim_test::Control(ControlInfo::Target_Shader, 4, ControlInfo::Parameter_Colour, 3);
-    EXPECT_EQ(0, anim.AddControlStream(ra::MakeName("glass"), opacity, anim_test::Keys(1.0f, 0.0f)));
-    EXPECT_EQ(1, anim.AddControlStream(ra::MakeName("door"), anim_test::Control(ControlInfo::Target_Mesh),
-                                       nullptr));
-
-    EXPECT_EQ(opacity, anim.GetControlInfo(0));
-    EXPECT_TRUE(anim.GetControlInfo(1).IsMeshVisibility());
-    EXPECT_EQ(1, anim.FindControlStream(ra::MakeName("door")));
-    int16 hint = 0;
-    EXPECT_FLOAT_EQ(0.75f, anim.EvaluateControl(0, 0.125f, false, hint));
-    EXPECT_FLOAT_EQ(0.0f, anim.EvaluateControl(1, 0.125f, false, hint));
-
-    anim.SetControlStream(1, anim_test::Keys(1.0f, 1.0f));
-    EXPECT_FLOAT_EQ(1.0f, anim.EvaluateControl(1, 0.3f, true, hint));
-    anim.RemoveControlStream(0);
-    EXPECT_EQ(1, anim.GetControlStreamCount());
-    EXPECT_EQ(ra::MakeName("door"), anim.GetControlName(0));
-}
-
-TEST(AnimEvaluate, LengthAndIndicesAreCheckedByAssertions)
-{
-    Anim anim("Idle");
-    anim.SetBoneCount(2);
-    anim.SetTime(1.5f);
-    const std::pair<std::function<void()>, const char*> cases[] = {
-        {[&] { anim.SetTime(0.0f); }, "time > 0.0f"},
-        {[&] { anim.SetFrameCount(0); }, "frameCount > 0"},
-        {[&] { anim.SetBoneName(0, ra::Name::INVALID); }, "name != ra::Name::INVALID"},
-        {[&] { anim.SetBoneName(-1, ra::MakeName("x")); }, "boneIndex != InvalidIndex"},
-        {[&] { anim.SetBoneAnimated(2, true); }, "boneIndex < m_boneAnims.size()"},
-        {[&] { anim.GetCameraName(0); }, "cameraIndex < m_cameraAnims.size()"},
-        {[&] { anim.SetControlStream(0, nullptr); }, "streamIndex < m_controlAnims.size()"},
-        {[&] { anim.GetControlInfo(-1); }, "controlIndex != InvalidIndex"},
-    };
-    for (const auto& [call, assertion] : cases)
-        EXPECT_NE(AssertionText(call).find(assertion), std::string::npos) << assertion;
-    EXPECT_FLOAT_EQ(1.5f, anim.GetTime());
-
-    // Past the assertions the calls change nothing.
-    dbg::ScopedThrowOnAssert passOnAssert(false);
-    anim.SetBoneAnimated(5, true);
-    EXPECT_FALSE(anim.IsBoneAnimated(5));
-    ra::Vec3 position;
-    ra::Quat rotation;
-    AnimHints hints;
-    EXPECT_FALSE(anim.EvaluateBone(-3, 0.0f, false, position, rotation, hints));
-    EXPECT_EQ(-1, anim.GetControlInfo(4).m_index);
-}
-
 TEST(AnimInventory, AnimationsOfTheSameNameAreHeldApart)
 {
     ASSERT_TRUE(Inv::Warehouse::Create());
@@ -133,6 +80,10 @@ TEST(AnimInventory, AnimationsOfTheSameNameAreHeldApart)
         // Nothing loads an animation by name.
         Inv::Resource* pResource = nullptr;
         EXPECT_FALSE(Inv::Warehouse::Get()->Find(&pResource, "run", Anim::GetTypeInfo()));
+        // Nor reloads one: it comes again only with its model.
+        LogCapture log;
+        Inv::Warehouse::Get()->ReloadAll(Anim::GetTypeInfo());
+        EXPECT_TRUE(log.Has("Resource group Animation does not support reloads!"));
     }
     Inv::Warehouse::Get()->FlushUnreferenced();
     EXPECT_EQ(0u, Inv::Warehouse::Get()->GetCount(Anim::GetTypeInfo()));

@@ -190,63 +190,6 @@ TEST(AnimStreamEvaluate, HintsGiveTheSameValuesAsFreshSearches)
             ASSERT_EQ(expectedRotation, rotations.Evaluate(t, loop, rotationHint)) << "t = " << t;
         }
     }
-
-    // Random times with loop: a hint ahead of t starts over, one behind walks forward.
-    for (int i = 0; i < 2000; ++i)
-    {
-        const float t = next() * 3.0f;
-        int16 fresh = 0;
-        const ra::Vec3 expected = positions.Evaluate(t, true, fresh);
-        ASSERT_EQ(expected, positions.Evaluate(t, true, positionHint)) << "t = " << t;
-    }
-}
-
-TEST(AnimStreamEvaluate, BadHintsAndEmptyStreamsAreAssertions)
-{
-    const BonePositionStream stream = ThreeKeys();
-    {
-        dbg::ScopedThrowOnAssert throwOnAssert;
-        int16 hint = 3;
-        EXPECT_THROW(stream.Evaluate(0.25f, false, hint), std::runtime_error);
-        const BonePositionStream empty;
-        hint = 0;
-        EXPECT_THROW(empty.Evaluate(0.25f, false, hint), std::runtime_error);
-    }
-    // Past the assertion a bad hint starts from the first key, and an empty stream gives zero.
-    dbg::ScopedThrowOnAssert passOnAssert(false);
-    int16 hint = 77;
-    ExpectVec({5, 10, 15}, stream.Evaluate(0.25f, false, hint));
-    EXPECT_EQ(0, hint);
-    hint = -1;
-    ExpectVec({5, 10, 15}, stream.Evaluate(0.25f, false, hint));
-    hint = 0;
-    EXPECT_EQ(ra::Vec3(0, 0, 0), BonePositionStream().Evaluate(0.5f, true, hint));
-}
-
-TEST(AnimStreamKeys, InsertKeepsTimeOrderAndReplacesEqualTimes)
-{
-    ControlStream stream;
-    EXPECT_TRUE(stream.Insert(0.5f, 5.0f));
-    EXPECT_TRUE(stream.Insert(0.0f, 1.0f));
-    EXPECT_TRUE(stream.Insert(1.0f, 9.0f));
-    EXPECT_TRUE(stream.Insert(0.75f, 7.0f));
-    EXPECT_TRUE(stream.Insert(0.5f, 6.0f));
-    ASSERT_EQ(4u, stream.GetKeyCount());
-    const float cTime[] = {0.0f, 0.5f, 0.75f, 1.0f};
-    const float cValue[] = {1.0f, 6.0f, 7.0f, 9.0f};
-    for (uint32 i = 0; i < 4; ++i)
-    {
-        EXPECT_FLOAT_EQ(cTime[i], stream.GetKeyTime(i));
-        EXPECT_FLOAT_EQ(cValue[i], stream.GetKeyValue(i));
-    }
-
-    stream.Remove(1);
-    ASSERT_EQ(3u, stream.GetKeyCount());
-    EXPECT_FLOAT_EQ(0.75f, stream.GetKeyTime(1));
-    dbg::ScopedThrowOnAssert throwOnAssert;
-    EXPECT_THROW(stream.Remove(3), std::runtime_error);
-    EXPECT_THROW(stream.SetValue(3, 1.0f), std::runtime_error);
-    EXPECT_THROW(stream.GetKeyTime(3), std::runtime_error);
 }
 
 TEST(AnimStreamKeys, InsertStopsAtTheKeyLimitWithALogLine)
@@ -264,25 +207,4 @@ TEST(AnimStreamKeys, InsertStopsAtTheKeyLimitWithALogLine)
     // A key of a time already there still takes its new value.
     EXPECT_TRUE(stream.Insert(0.0f, 4.0f));
     EXPECT_FLOAT_EQ(4.0f, stream.GetKeyValue(0));
-}
-
-TEST(AnimStreamKeys, KeysInMemoryAreTheFileBytes)
-{
-    // time, x, y, z then time, x, y, z, w, little-endian floats as a file stores them.
-    const float cPosition[] = {0.0f, 1.0f, 2.0f, 3.0f, 1.0f, -4.0f, 5.5f, 6.0f};
-    BonePositionStream positions(2);
-    ASSERT_EQ(sizeof(cPosition), positions.GetKeyDataSize());
-    std::memcpy(positions.GetKeyData(), cPosition, sizeof(cPosition));
-    EXPECT_FLOAT_EQ(1.0f, positions.GetKeyTime(1));
-    EXPECT_EQ(ra::Vec3(-4.0f, 5.5f, 6.0f), positions.GetKeyValue(1));
-
-    CameraRotationStream rotations(1);
-    rotations.SetTime(0, 0.25f);
-    rotations.SetValue(0, {0.1f, 0.2f, 0.3f, 0.9f});
-    const float cRotation[] = {0.25f, 0.1f, 0.2f, 0.3f, 0.9f};
-    ASSERT_EQ(20u, rotations.GetKeyDataSize());
-    EXPECT_EQ(0, std::memcmp(cRotation, rotations.GetKeyData(), sizeof(cRotation)));
-
-    EXPECT_EQ(8u, ControlStream::KeySize);
-    EXPECT_EQ(52u, BoneMatrixStream::KeySize);
 }

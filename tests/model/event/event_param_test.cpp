@@ -138,72 +138,6 @@ TEST(EventParams, NumbersAreWholeTextsAndOthersAreLogged)
     EXPECT_EQ(log.Count("is not a number"), 2);
 }
 
-TEST(EventParams, TriggerReachesTheSinkAndDebugTextListsParams)
-{
-    EventEnv env;
-    CountingSink sink;
-    ra::Event event(&sink, MakeEvent("step", {{"fx", "dust"}, {"marker", "foot"}}));
-    EXPECT_TRUE(event.Trigger());
-    EXPECT_EQ(sink.triggers, 1);
-    EXPECT_EQ(event.GetDebugText(), "EVENT TRIGGER\nfx\n\tdust\nmarker\n\tfoot");
-
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(ra::Event(nullptr, event.GetEventRef()), std::runtime_error);
-    EXPECT_THROW(ra::Event(&sink, Inv::Reference<ra::EventData>()), std::runtime_error);
-}
-
-TEST(EventData, ParamsAreCheckedAndFoundByKey)
-{
-    ra::EventData data("e");
-    data.AddParam("FX", "Art/FX/Dust");
-    data.AddParam("marker", "");
-    EXPECT_EQ(data.GetParamCount(), 2);
-    EXPECT_STREQ(data.GetParamName(0), "FX") << "the name is kept as given";
-    EXPECT_STREQ(data.FindParam(ra::MakeName("fx")), "Art/FX/Dust");
-    EXPECT_STREQ(data.FindParam(ra::MakeName("marker")), "");
-    EXPECT_EQ(data.FindParam(ra::MakeName("sound")), nullptr);
-
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(data.AddParam("", "v"), std::runtime_error);
-    EXPECT_THROW(data.AddParam(nullptr, "v"), std::runtime_error);
-    EXPECT_THROW(data.AddParam("n", nullptr), std::runtime_error);
-    EXPECT_THROW(data.GetParamValue(2), std::runtime_error);
-    EXPECT_EQ(data.GetParamCount(), 2);
-}
-
-TEST(EventList, FindsByNameAndChecksIndices)
-{
-    EventEnv env;
-    ra::EventList list;
-    EXPECT_EQ(list.AddEvent(MakeEvent("art/events/hit", {})), 0);
-    EXPECT_EQ(list.AddEvent(MakeEvent("step", {})), 1);
-    EXPECT_EQ(list.FindEvent("ART\\Events\\Hit"), 0);
-    EXPECT_EQ(list.FindEvent("step"), 1);
-    EXPECT_EQ(list.FindEvent("jump"), InvalidIndex);
-    list.DeleteEvent(0);
-    EXPECT_EQ(list.FindEvent("step"), 0);
-
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(list.AddEvent(Inv::Reference<ra::EventData>()), std::runtime_error);
-    EXPECT_THROW(list.DeleteEvent(1), std::runtime_error);
-    EXPECT_THROW(list.DeleteEvent(-1), std::runtime_error);
-    EXPECT_THROW(list.GetEvent(1), std::runtime_error);
-    list.Clear();
-}
-
-TEST(EventNames, TableHasFiftyFourNamesWithMatchingKeys)
-{
-    EXPECT_EQ(ra::EventNames::PARAM_COUNT, 54);
-    EXPECT_STREQ(ra::EventNames::GetParamName(ra::EventNames::FOOTFALL_FX), "footfall_fx");
-    EXPECT_STREQ(ra::EventNames::GetParamName(53), "spawn_radius");
-    for (int i = 0; i < ra::EventNames::PARAM_COUNT; ++i)
-        EXPECT_EQ(ra::EventNames::GetParamKey(i), ra::MakeName(ra::EventNames::GetParamName(i))) << i;
-
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(ra::EventNames::GetParamName(54), std::runtime_error);
-    EXPECT_THROW(ra::EventNames::GetParamKey(-1), std::runtime_error);
-}
-
 TEST(EventName, PathsGoUnderTheEventFolderAndBareNamesStay)
 {
     struct Case
@@ -227,13 +161,4 @@ TEST(EventName, PathsGoUnderTheEventFolderAndBareNamesStay)
     for (const Case& c : cases)
         EXPECT_EQ(ra::EventData::NormalizeName(c.in), c.out) << "'" << c.in << "'";
     EXPECT_EQ(ra::EventData::NormalizeName(nullptr), "");
-}
-
-TEST(EventName, NormalisingTwiceChangesNothing)
-{
-    for (const char* name : {"c:\\ART\\Events\\Foo.events", "foo/bar", "Foo", "x:y"})
-    {
-        const std::string once = ra::EventData::NormalizeName(name);
-        EXPECT_EQ(ra::EventData::NormalizeName(once.c_str()), once) << name;
-    }
 }

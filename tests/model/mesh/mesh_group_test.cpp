@@ -108,39 +108,6 @@ TEST_F(MeshGroupTest, SetMeshTakesInCountsShadersAndSkinning)
     EXPECT_EQ(group.GetShader(2), rust);
 }
 
-TEST_F(MeshGroupTest, AShaderFirstReachedAcrossFilesBecomesLocalLater)
-{
-    Inv::Reference<Shader> paint = AddShader("paint");
-    Inv::Reference<ra::Mesh> a = AddMesh(MakeMesh("a", {paint}));
-    Inv::Reference<ra::Mesh> b = AddMesh(MakeMesh("b", {paint}));
-    ra::MeshGroup group;
-    group.SetMeshCount(2);
-    group.SetMesh(0, Ref(a, "a", "other.sgm"));
-    EXPECT_FALSE(group.IsShaderLocal(0));
-    group.SetMesh(1, Ref(b, "b"));
-    EXPECT_EQ(group.GetShaderCount(), 1);
-    EXPECT_TRUE(group.IsShaderLocal(0));
-}
-
-TEST_F(MeshGroupTest, MeshesByIndexAndName)
-{
-    Inv::Reference<ra::Mesh> mesh = AddMesh(MakeMesh("barrel", {}));
-    ra::MeshGroup group;
-    group.SetMeshCount(2);
-    group.SetMesh(1, Ref(mesh, "Barrel_Left", "guns.sgm", 3));
-    EXPECT_EQ(group.FindMesh(ra::MakeName("barrel_left")), 1);
-    EXPECT_EQ(group.FindMesh(ra::MakeName("barrel")), ra::MeshGroup::InvalidIndex);
-    EXPECT_EQ(group.GetMesh(1), mesh.Get());
-    EXPECT_EQ(group.GetMesh(0), nullptr);
-    EXPECT_EQ(group.GetMeshXRefName(1), ra::MakeName("GUNS.SGM"));
-    EXPECT_EQ(group.GetMeshXRefName(0), ra::Name::INVALID);
-    EXPECT_EQ(group.GetMeshBone(1), 3);
-
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(group.SetMesh(0, ra::MeshRef{}), std::runtime_error);
-    EXPECT_THROW(group.GetMeshName(0), std::runtime_error);
-}
-
 TEST_F(MeshGroupTest, SkinTransformsResolveWhenTheSkeletonArrivesLater)
 {
     ra::MeshGroup group;
@@ -163,22 +130,6 @@ TEST_F(MeshGroupTest, SkinTransformsResolveWhenTheSkeletonArrivesLater)
     ASSERT_TRUE(group.GetSkinnedTransform(0, 0, slot, bone));
     EXPECT_EQ(slot, 4);
     EXPECT_EQ(bone, 1);
-}
-
-TEST_F(MeshGroupTest, AMissingSkinBoneFallsBackToBoneZero)
-{
-    const auto pSkeleton = MakeSkeleton({{"pelvis", -1, {}, {}}, {"spine", 0, {}, {}}});
-    ra::MeshGroup group;
-    group.SetSkeleton(pSkeleton.get());
-    group.SetMeshCount(1);
-    group.SetMesh(0, Ref(SkinnedMesh("crew", {{"spine", 0}, {"Tail", 1}}), "Gunner"));
-    LogCapture log;
-    EXPECT_FALSE(group.ResolveSkinnedTransforms());
-    EXPECT_EQ(log.Count("Mesh 'gunner' requires bone 'tail' for skinning, but it is missing!"), 1);
-    int32 slot = -1, bone = -1;
-    ASSERT_TRUE(group.GetSkinnedTransform(0, 1, slot, bone));
-    EXPECT_EQ(slot, 1);
-    EXPECT_EQ(bone, 0);
 }
 
 // Two bones: b0 at (1, 0, 0), b1 at (0, 1, 0) below it, both unrotated, so the reference world
@@ -236,25 +187,4 @@ TEST_F(GroupDisplay, ASkinnedMeshLoadsThePaletteAtSlotPlusTwo)
     EXPECT_TRUE(MatrixNear(palette.Get(0 + 2), fr::Matrix44::Identity()));
     // Positions the mesh does not use stay as they were.
     EXPECT_TRUE(MatrixNear(palette.Get(4 + 2), fr::Matrix44::Identity()));
-}
-
-TEST_F(GroupDisplay, HiddenMeshesAreLeftOutAndSkipDrawStillFeedsShadows)
-{
-    pose.SetMeshVisibility(1, 0.0f);
-    Scene scene;
-    EXPECT_EQ(group.Display(pose, ra::Mesh::Poly_High, stack, palette, &shadows, true), 0u);
-    ASSERT_EQ(shadows.cSeen.size(), 2u);
-    EXPECT_EQ(shadows.cSeen[0].pMesh, group.GetMesh(0));
-    EXPECT_EQ(shadows.cSeen[1].pMesh, group.GetMesh(2));
-    EXPECT_EQ(group.Display(pose, ra::Mesh::Poly_Low, stack, palette, nullptr, false), 2u);
-}
-
-TEST_F(GroupDisplay, BoneLinksWithoutASkeletonAreAssertions)
-{
-    group.SetSkeleton(nullptr);
-    Scene scene;
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(group.Display(pose, ra::Mesh::Poly_High, stack, palette, nullptr, false),
-                 std::runtime_error);
-    EXPECT_EQ(stack.GetLevel(), 0u);
 }

@@ -112,53 +112,6 @@ TEST_F(MeshTest, StreamCopiesRefuseMissingComponentsAndWrongSizes)
     EXPECT_EQ(ra::CreateVertexSet(type, 0x10000), nullptr);
 }
 
-TEST_F(MeshTest, ReplacingAVertexSetReattachesThePrimitiveSets)
-{
-    const auto pMesh = MakeMesh("Body", {AddShader("metal"), AddShader("glass")});
-    fr::PrimSet* pPrim = pMesh->GetPrimSet(1, ra::Mesh::Poly_High);
-    ASSERT_NE(pPrim, nullptr);
-    EXPECT_EQ(pPrim->GetVertexSet(), pMesh->GetVertexSet(ra::Mesh::Poly_High));
-
-    fr::VertexType type;
-    type.set(fr::VC_Position).set(fr::VC_Normal);
-    pMesh->SetVertexSet(ra::Mesh::Poly_High, ra::CreateVertexSet(type, 5));
-    EXPECT_EQ(pPrim->GetVertexSet(), pMesh->GetVertexSet(ra::Mesh::Poly_High));
-    EXPECT_EQ(pMesh->GetVertexSet(ra::Mesh::Poly_High)->GetSize(), 5u);
-    EXPECT_EQ(pMesh->GetVertexSet(ra::Mesh::Poly_Low), nullptr);
-}
-
-TEST_F(MeshTest, PrimitiveSetsAreFoundByShaderName)
-{
-    const auto pMesh = MakeMesh("Body", {AddShader("Metal"), AddShader("glass")});
-    EXPECT_EQ(pMesh->GetPrimSetCount(), 2);
-    EXPECT_EQ(pMesh->FindPrimSet(ra::MakeName("GLASS")), 1);
-    EXPECT_EQ(pMesh->FindPrimSet(ra::MakeName("metal")), 0);
-    EXPECT_EQ(pMesh->FindPrimSet(ra::MakeName("rubber")), ra::Mesh::InvalidIndex);
-    EXPECT_EQ(pMesh->GetPrimSetShader(1)->GetName(), ra::MakeName("glass"));
-    EXPECT_EQ(pMesh->GetPrimSet(0, ra::Mesh::Poly_Low), nullptr);
-    EXPECT_EQ(pMesh->GetPrimSet(0, ra::Mesh::Poly_High)->GetIndexCount(), 3u);
-
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(pMesh->GetPrimSetShader(2), std::runtime_error);
-    EXPECT_THROW(pMesh->GetPrimSet(0, ra::Mesh::Poly_Count), std::runtime_error);
-    EXPECT_THROW(pMesh->SetPrimSet(-1, ra::Mesh::Poly_High, nullptr), std::runtime_error);
-}
-
-TEST_F(MeshTest, NameMirrorsTheInventoryName)
-{
-    Inv::Reference<ra::Mesh> meshRef = model_test::AddMesh(MakeMesh("Turret_Top", {}));
-    EXPECT_EQ(meshRef->GetName(), ra::MakeName("turret_top"));
-    EXPECT_STREQ(static_cast<const Inv::NamedResource*>(meshRef.Get())->GetName(), "turret_top");
-    Inv::Resource* pFound = nullptr;
-    EXPECT_TRUE(Inv::Warehouse::Get()->Find(&pFound, "TURRET_TOP", ra::Mesh::GetTypeInfo()));
-    EXPECT_EQ(pFound, meshRef.GetResource());
-    EXPECT_STREQ(ra::Mesh::GetTypeInfo()->GetTypeName(), "Mesh");
-
-    dbg::ScopedThrowOnAssert throwing;
-    ra::Mesh loose;
-    EXPECT_THROW(loose.SetName(nullptr), std::runtime_error);
-}
-
 TEST_F(MeshTest, DisplayDrawsTheLevelAskedForWhenItHasVerticesAndPolyHighElse)
 {
     auto pMesh = MakeMesh("Body", {AddShader("metal"), AddShader("glass")});
@@ -180,14 +133,4 @@ TEST_F(MeshTest, DisplayDrawsTheLevelAskedForWhenItHasVerticesAndPolyHighElse)
     Scene scene;
     EXPECT_EQ(pMesh->Display(ra::Mesh::Poly_Low), 1u);
     EXPECT_EQ(pMesh->Display(ra::Mesh::Poly_High), 2u);
-}
-
-TEST_F(MeshTest, DisplayPassesOverHiddenShaders)
-{
-    Inv::Reference<Shader> hidden = AddShader("ghost", 0x00FFFFFF);
-    hidden->SetBlend(Shader::Blend_SrcAlpha, Shader::Blend_InvSrcAlpha);
-    ASSERT_TRUE(hidden->IsHidden());
-    const auto pMesh = MakeMesh("Body", {AddShader("metal"), hidden});
-    Scene scene;
-    EXPECT_EQ(pMesh->Display(ra::Mesh::Poly_High), 1u);
 }

@@ -65,47 +65,6 @@ TEST(MotionSettings, RandomWeightsAreCheckedAsymmetrically)
     EXPECT_EQ(motion.GetRandMotion(0).weight, 0.001f);
 }
 
-TEST(MotionSettings, DescriptionShowsTypeUnlessAbsoluteAndTheModifier)
-{
-    Motion motion(N("Run"));
-    motion.SetType(Motion::TYPE_LOOPING);
-    EXPECT_EQ(motion.GetDescription(), "run Looping");
-    motion.SetType(Motion::TYPE_HOLD_END);
-    EXPECT_EQ(motion.GetDescription(), "run Hold End");
-
-    Modifier scaled(N("speedmod"));
-    scaled.SetVariableName(N("speed"));
-    scaled.SetType(Modifier::TYPE_SCALED);
-    motion.SetType(Motion::TYPE_NON_LOOPING);
-    motion.SetTimingModifier(&scaled);
-    EXPECT_EQ(motion.GetDescription(), "run Non-Looping, Scaled [speed]");
-
-    Modifier absolute(N("posmod"));
-    absolute.SetType(Modifier::TYPE_ABSOLUTE);
-    motion.SetTimingModifier(&absolute);
-    EXPECT_EQ(motion.GetDescription(), "run Absolute [<NONE>]");
-}
-
-TEST(MotionList, FindsByNameAndResolvesRandomMotions)
-{
-    Motions motions;
-    Motion* pIdle = motions.Add("idle", false);
-    Motion* pA = motions.Add("idle_a", true);
-    pIdle->AddRandMotion(N("idle_a"), 1.0f);
-    pIdle->AddRandMotion(N("idle_missing"), 1.0f);
-    EXPECT_EQ(motions.list.FindMotion(N("IDLE_A")), 1);
-    EXPECT_EQ(motions.list.FindMotion(N("nothing")), InvalidIndex);
-    EXPECT_EQ(pIdle->GetRandMotion(0).pMotion, nullptr);
-
-    motions.list.ResolveMotions();
-    EXPECT_EQ(pIdle->GetRandMotion(0).pMotion, pA);
-    EXPECT_EQ(pIdle->GetRandMotion(1).pMotion, nullptr);
-    EXPECT_TRUE(pIdle->IsPlayable()) << "a random motion with animations makes it playable";
-
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(motions.list.GetMotion(2), std::runtime_error);
-}
-
 TEST(MotionRandom, PicksByRunningSumAndSkipsMotionsWithoutAnimations)
 {
     Motions motions;
@@ -131,56 +90,6 @@ TEST(MotionRandom, PicksByRunningSumAndSkipsMotionsWithoutAnimations)
     EXPECT_EQ(SelectRandomMotion(pRoot, 0.8f), pB) << "the safe return is the last candidate";
 }
 
-TEST(MotionRandom, SeededDrawsFollowTheWeights)
-{
-    Motions motions;
-    Motion* pRoot = motions.Add("root", false);
-    Motion* pA = motions.Add("a", true);
-    Motion* pB = motions.Add("b", true);
-    pRoot->AddRandMotion(N("a"), 1.0f);
-    pRoot->AddRandMotion(N("b"), 3.0f);
-    motions.list.ResolveMotions();
-
-    std::mt19937 generator(1234);
-    std::uniform_real_distribution<float> unit(0.0f, 1.0f);
-    int countA = 0, countB = 0;
-    for (int i = 0; i < 20000; ++i)
-    {
-        const Motion* pChoice = SelectRandomMotion(pRoot, unit(generator));
-        countA += pChoice == pA;
-        countB += pChoice == pB;
-    }
-    EXPECT_EQ(countA + countB, 20000);
-    EXPECT_NEAR(countA / 20000.0, 0.25, 0.015);
-
-    // The shared source of the library drives the draw without a unit given.
-    RenderModel::SetRandomSource([](uint32 count) { return count - 1; });
-    EXPECT_EQ(SelectRandomMotion(pRoot), pB);
-    RenderModel::SetRandomSource([](uint32) { return 0u; });
-    EXPECT_EQ(SelectRandomMotion(pRoot), pA);
-    RenderModel::SetRandomSource(nullptr);
-}
-
-TEST(MotionRandom, OnlyEmptyMotionsOrNoneTripTheAssertions)
-{
-    Motions motions;
-    Motion* pRoot = motions.Add("root", false);
-    motions.Add("empty1", false);
-    motions.Add("empty2", false);
-    pRoot->AddRandMotion(N("empty1"), 1.0f);
-    pRoot->AddRandMotion(N("empty2"), 1.0f);
-    motions.list.ResolveMotions();
-    EXPECT_FALSE(pRoot->IsPlayable());
-
-    EXPECT_NE(model_test::AssertionText([&] { SelectRandomMotion(pRoot, 0.0f); }).find("selectedMotion"),
-              std::string::npos);
-    dbg::ScopedThrowOnAssert throwing;
-    Motion plain(N("plain"));
-    EXPECT_THROW(SelectRandomMotion(&plain, 0.5f), std::runtime_error);
-    dbg::ScopedThrowOnAssert quiet(false);
-    EXPECT_EQ(SelectRandomMotion(pRoot, 0.0f), nullptr);
-}
-
 TEST(MotionAction, EntriesCheckTheirConditions)
 {
     Motion motion(N("walk"));
@@ -199,6 +108,10 @@ TEST(MotionAction, EntriesCheckTheirConditions)
     EXPECT_THROW(action.GetMotion(2), std::runtime_error);
     EXPECT_THROW(action.GetSubAction(1), std::runtime_error);
     EXPECT_EQ(action.GetMotionCount(), 2);
+    EXPECT_EQ(action.GetSubActionCount(), 1);
+    // Past the assertion an unknown type adds nothing.
+    dbg::ScopedThrowOnAssert quiet(false);
+    EXPECT_EQ(action.AddSubAction(N("x"), ra::Condition::CONDITIONTYPE_COUNT, nullptr), InvalidIndex);
     EXPECT_EQ(action.GetSubActionCount(), 1);
 }
 

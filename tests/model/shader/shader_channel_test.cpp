@@ -24,27 +24,6 @@ fr::Matrix44 Scale(float s)
 }
 } // namespace
 
-TEST(ShaderChannels, NeverWrittenShaderReadsDefaultsAndHoldsNoRecord)
-{
-    const uint64 allocations = Pool().GetAllocationCount();
-    ShaderImp shader("plain");
-    EXPECT_EQ(shader.GetColour(Shader::CN_Diffuse), 0xFFFFFFFFu);
-    EXPECT_EQ(shader.GetColour(Shader::CN_Specular), 0xFF000000u);
-    EXPECT_EQ(shader.GetColour(Shader::CN_Opacity), 0xFFFFFFFFu);
-    for (uint32 n = 0; n < Shader::CN_Count; ++n)
-    {
-        EXPECT_EQ(shader.GetMethod(n), Shader::Method_Colour) << n;
-        EXPECT_FALSE(shader.GetTexture(n).IsValid()) << n;
-        EXPECT_EQ(shader.GetBaseColour(n), shader.GetColour(n)) << n;
-        EXPECT_TRUE(shader.GetTransform(n) == fr::Matrix44::Identity()) << n;
-        EXPECT_TRUE(shader.GetTransform2(n) == fr::Matrix44::Identity()) << n;
-        EXPECT_EQ(shader.GetAddressMode(n), 0) << n;
-        EXPECT_FALSE(shader.HasChannelData(n)) << n;
-    }
-    EXPECT_EQ(Pool().GetAllocationCount(), allocations);
-    EXPECT_TRUE(shader.GetChangedChannels().none());
-}
-
 TEST(ShaderChannels, WritingTheStoredValueAllocatesAndMarksNothing)
 {
     ShaderImp shader("same");
@@ -86,45 +65,4 @@ TEST(ShaderChannels, FirstChangeCopiesTheDefaultsIntoOnePoolRecord)
             << "the second matrix feeds no node";
     }
     EXPECT_EQ(Pool().GetLiveCount(), live) << "records go back to the pool with the shader";
-}
-
-TEST(ShaderChannels, DiffuseAndOpacityColoursMarkEachOther)
-{
-    ShaderImp shader("pair");
-    shader.SetColour(Shader::CN_Opacity, 0x80FFFFFF);
-    EXPECT_TRUE(shader.GetChangedChannels().test(Shader::CN_Diffuse));
-    EXPECT_TRUE(shader.GetChangedChannels().test(Shader::CN_Opacity));
-    EXPECT_FALSE(shader.HasChannelData(Shader::CN_Diffuse)) << "marking is not writing";
-
-    ShaderImp other("single");
-    other.SetColour(Shader::CN_SelfIllumination, 0xFF202020);
-    EXPECT_EQ(other.GetChangedChannels().to_ulong(), 1u << Shader::CN_SelfIllumination);
-}
-
-TEST(ShaderChannels, ChannelOutOfRangeIsAnAssertion)
-{
-    ShaderImp shader("bad");
-    EXPECT_NE(model_test::AssertionText([&] { shader.SetColour(Shader::CN_Count, 1); }).find("n < CN_Count"),
-              std::string::npos);
-    dbg::ScopedThrowOnAssert quiet(false);
-    shader.SetMethod(9, 2);
-    EXPECT_EQ(shader.GetMethod(9), Shader::Method_Colour);
-    for (uint32 n = 0; n < Shader::CN_Count; ++n)
-        EXPECT_FALSE(shader.HasChannelData(n));
-}
-
-TEST(ShaderChannels, NamesAndChannelWords)
-{
-    ShaderImp shader("Rock.Material");
-    EXPECT_STREQ(ra::GetNameText(shader.GetName()), "rock.material");
-    EXPECT_STREQ(static_cast<const Inv::NamedResource&>(shader).GetName(), "Rock.Material");
-    shader.SetName("Other");
-    EXPECT_TRUE(shader.GetName() == ra::MakeName("other"));
-    // The words of the "detected texture on ... channel" line; none for diffuse or past the six.
-    const char* const words[] = {nullptr,   "Specular", "Reflection", "Self Illumination",
-                                 "Opacity", "Specular", nullptr};
-    for (uint32 n = 0; n < 7; ++n)
-        EXPECT_EQ(Shader::GetChannelWord(n) ? std::string(Shader::GetChannelWord(n)) : "",
-                  words[n] ? words[n] : "")
-            << n;
 }

@@ -36,21 +36,6 @@ TEST(ShaderMissingTexture, FoundTextureIsSetAndTheDiffuseChannelIsNotReported)
     EXPECT_TRUE(shader.GetTexture(Shader::CN_Opacity) == bricks);
 }
 
-TEST(ShaderInventory, ShadersAreKeptUnderTheirWholeMaterialName)
-{
-    Env env;
-    auto first = Inv::Warehouse::Get()->Add(new ShaderImp("Mat.001"));
-    auto second = Inv::Warehouse::Get()->Add(new ShaderImp("Mat.002"));
-    ASSERT_TRUE(first.IsValid());
-    ASSERT_TRUE(second.IsValid());
-    EXPECT_EQ(Inv::Warehouse::Get()->GetCount(Shader::GetTypeInfo()), 2u);
-    EXPECT_STREQ(ra::GetNameText(first->GetName()), "mat.001");
-
-    Inv::Reference<Shader> found = Inv::Load<Shader>("MAT.002");
-    EXPECT_TRUE(found.GetResource() == second.GetResource());
-    EXPECT_EQ(found.GetResource()->GetRefCount(), 2u);
-}
-
 TEST(ShaderInventory, UnknownShaderGetsABlankStandIn)
 {
     Env env;

@@ -24,17 +24,6 @@ const std::pair<int32, int32> Opaque{Shader::Blend_One, Shader::Blend_Zero};
 const std::pair<int32, int32> Alpha{Shader::Blend_SrcAlpha, Shader::Blend_InvSrcAlpha};
 } // namespace
 
-TEST(ShaderOpacity, BlendOneZeroIsAlwaysOpaque)
-{
-    Env env;
-    auto alphaTexture = model_test::AddTexture("alpha.dds", fr::PF_DXT5);
-    ShaderImp shader("solid");
-    shader.SetColour(Shader::CN_Diffuse, 0x00FFFFFF);
-    shader.SetTexture(Shader::CN_Opacity, alphaTexture);
-    EXPECT_TRUE(shader.IsOpaque());
-    EXPECT_FALSE(shader.IsHidden());
-}
-
 TEST(ShaderOpacity, DiffuseAlphaAndTextureFormatsDecide)
 {
     Env env;
@@ -166,19 +155,4 @@ TEST(ShaderAlphaTest, SeeThroughOpacityColourTakesTheAlphaOperator)
     ASSERT_TRUE(shader.Update());
     EXPECT_EQ(Blend(shader), Opaque);
     EXPECT_EQ(RenderTree(shader).GetOperator(shader.GetOpNode(4)), fr::OP_SelectArg0);
-}
-
-TEST(ShaderAlphaTest, AStoredReferenceIsNeverOverwritten)
-{
-    Env env;
-    auto dxt5 = model_test::AddTexture("keep.dds", fr::PF_DXT5);
-    ShaderImp shader("manual");
-    SetAlphaBlend(shader);
-    shader.SetAlphaRef(200);
-    shader.SetMethod(Shader::CN_Diffuse, Shader::Method_Texture);
-    shader.SetTexture(Shader::CN_Diffuse, dxt5);
-    ASSERT_TRUE(shader.Update());
-    EXPECT_EQ(shader.GetAlphaRef(), 200);
-    EXPECT_EQ(RenderTree(shader).GetAlphaRef(), 200);
-    EXPECT_EQ(Blend(shader), Alpha);
 }

@@ -15,58 +15,7 @@ using Node = fr::Shader::NodeId;
 namespace
 {
 constexpr Node None = fr::Shader::InvalidNode;
-
-// The node the channel hands to its parent.
-Node Top(const ShaderImp& shader, uint32 n)
-{
-    const ShaderImp::ChannelOp& op = shader.GetChannelOp(n);
-    return op.combine != None ? op.combine : op.colour != None ? op.colour : op.texture;
-}
 } // namespace
-
-TEST(ShaderTree, FirstUpdateBuildsTheFixedTree)
-{
-    Env env;
-    ShaderImp shader("tree");
-    EXPECT_EQ(shader.GetRenderShader(), nullptr);
-    ASSERT_TRUE(shader.Update());
-    const fr::NullShader& rs = RenderTree(shader);
-    Node n[ShaderImp::OpNodeCount];
-    for (uint32 i = 0; i < ShaderImp::OpNodeCount; ++i)
-    {
-        n[i] = shader.GetOpNode(i);
-        ASSERT_TRUE(rs.IsNode(n[i])) << i;
-        EXPECT_EQ(rs.GetNodeType(n[i]), fr::NT_Op) << i;
-    }
-    EXPECT_EQ(rs.GetRoot(), n[0]);
-    EXPECT_EQ(rs.GetInput(n[0], 0), n[1]);
-    EXPECT_EQ(rs.GetInput(n[0], 1), n[5]);
-    EXPECT_EQ(rs.GetInput(n[1], 0), n[2]);
-    EXPECT_EQ(rs.GetInput(n[1], 1), n[4]);
-    EXPECT_EQ(rs.GetInput(n[2], 0), n[3]);
-    EXPECT_EQ(rs.GetInput(n[3], 0), shader.GetMaterialNode());
-
-    const fr::Material* pMaterial = rs.GetMaterial(shader.GetMaterialNode());
-    ASSERT_NE(pMaterial, nullptr);
-    const float expected[17] = {1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0};
-    const float* pValues = reinterpret_cast<const float*>(pMaterial);
-    for (int i = 0; i < 17; ++i)
-        EXPECT_EQ(pValues[i], expected[i]) << i;
-
-    // Each channel's top node sits where the fixed table puts it.
-    EXPECT_EQ(rs.GetInput(n[2], 1), Top(shader, Shader::CN_SelfIllumination));
-    EXPECT_EQ(rs.GetInput(n[3], 1), Top(shader, Shader::CN_Lighting));
-    EXPECT_EQ(rs.GetInput(n[4], 0), Top(shader, Shader::CN_Diffuse));
-    EXPECT_EQ(rs.GetInput(n[4], 1), Top(shader, Shader::CN_Opacity));
-    EXPECT_EQ(rs.GetInput(n[5], 0), Top(shader, Shader::CN_Reflection));
-    EXPECT_EQ(rs.GetInput(n[5], 1), Top(shader, Shader::CN_Specular));
-    for (uint32 c : {0u, 1u, 2u, 3u, 4u, 6u})
-        EXPECT_NE(Top(shader, c), None) << c;
-    EXPECT_EQ(shader.GetChannelOp(Shader::CN_Fifth).parent, None) << "the fifth input hangs nowhere";
-    EXPECT_TRUE(shader.GetChangedChannels().none());
-    EXPECT_EQ(rs.GetColour(Top(shader, Shader::CN_Diffuse)), 0xFFFFFFFFu);
-    EXPECT_EQ(rs.GetColour(Top(shader, Shader::CN_Reflection)), 0xFF000000u);
-}
 
 TEST(ShaderTree, MethodDecidesTheChannelNodes)
 {
@@ -166,14 +115,6 @@ TEST(ShaderTree, OnlyChangedChannelsAreRebuilt)
     EXPECT_EQ(rs.GetCompileCount(), 2u);
 }
 
-TEST(ShaderTree, UpdateWithoutADeviceFails)
-{
-    ShaderImp shader("nodevice");
-    dbg::ScopedThrowOnAssert quiet(false);
-    EXPECT_FALSE(shader.Update());
-    EXPECT_EQ(shader.GetRenderShader(), nullptr);
-}
-
 TEST(ShaderTeams, ActiveTeamSwapsTheTeamChannelTexture)
 {
     Env env;
@@ -206,52 +147,4 @@ TEST(ShaderTeams, ActiveTeamSwapsTheTeamChannelTexture)
     ShaderImp::ClearActiveTeam();
     dbg::ScopedThrowOnAssert throwing;
     EXPECT_THROW(shader.SetTeamTexture(2, red), std::runtime_error);
-}
-
-TEST(ShaderTeams, ShadersWithoutATeamChannelIgnoreTheActiveTeam)
-{
-    Env env;
-    auto own = model_test::AddTexture("plain.tga", fr::PF_R8G8B8);
-    ShaderImp shader("noteam");
-    shader.SetMethod(Shader::CN_Diffuse, Shader::Method_Texture);
-    shader.SetTexture(Shader::CN_Diffuse, own);
-    ASSERT_TRUE(shader.Update());
-    ShaderImp::SetActiveTeam(3);
-    ASSERT_TRUE(shader.Update());
-    EXPECT_TRUE(shader.GetChangedChannels().none());
-    EXPECT_EQ(RenderTree(shader).GetTexture(shader.GetChannelOp(0).texture)->texture.get(),
-              own->GetTexture());
-}
-
-TEST(ShaderOverrides, OverrideBitTakesTheGlobalChannel)
-{
-    Env env;
-    auto glow = model_test::AddTexture("glow.tga", fr::PF_R8G8B8);
-    ShaderImp painted("painted");
-    ShaderImp plain("plain");
-    painted.SetColour(Shader::CN_Diffuse, 0xFF101010);
-    plain.SetColour(Shader::CN_Diffuse, 0xFF101010);
-    ShaderImp::SetOverrideMethod(Shader::CN_Diffuse, Shader::Method_Colour);
-    ShaderImp::SetOverrideColour(Shader::CN_Diffuse, 0xFF00FF00);
-    painted.SetOverride(Shader::CN_Diffuse, true);
-    EXPECT_TRUE(painted.GetOverride(Shader::CN_Diffuse));
-    ASSERT_TRUE(painted.Update());
-    ASSERT_TRUE(plain.Update());
-    EXPECT_EQ(RenderTree(painted).GetColour(painted.GetChannelOp(0).colour), 0xFF00FF00u);
-    EXPECT_EQ(RenderTree(plain).GetColour(plain.GetChannelOp(0).colour), 0xFF101010u);
-
-    // A change of the global table is noticed at the next Update.
-    ShaderImp::SetOverrideMethod(Shader::CN_Diffuse, Shader::Method_Texture);
-    ShaderImp::SetOverrideTexture(Shader::CN_Diffuse, glow);
-    ASSERT_TRUE(painted.Update());
-    const ShaderImp::ChannelOp& op = painted.GetChannelOp(0);
-    ASSERT_NE(op.texture, None);
-    EXPECT_EQ(op.colour, None);
-    EXPECT_EQ(RenderTree(painted).GetTexture(op.texture)->texture.get(), glow->GetTexture());
-
-    painted.SetOverride(Shader::CN_Diffuse, false);
-    ASSERT_TRUE(painted.Update());
-    EXPECT_EQ(op.texture, None);
-    EXPECT_EQ(RenderTree(painted).GetColour(op.colour), 0xFF101010u);
-    ShaderImp::ClearOverrides();
 }

@@ -39,36 +39,6 @@ TEST(SkeletonRefPose, WorldMatricesOfAChainMatchHandValues)
                            Rows({0, 1, 0}, {0, 0, 1}, {1, 0, 0}, {-1, 0, 3})));
 }
 
-TEST(SkeletonRefPose, InverseWorldTakesModelSpaceIntoBoneSpace)
-{
-    const auto pSkeleton = MakeSkeleton(Chain());
-    for (int32 i = 0; i < pSkeleton->GetBoneCount(); ++i)
-    {
-        const Bone* pBone = pSkeleton->GetBone(i);
-        EXPECT_TRUE(
-            MatrixNear(pBone->GetWorldMatrix() * pBone->GetInvWorldMatrix(), ra::Matrix34::Identity()))
-            << i;
-    }
-    // The hand's origin in model space is (-1, 0, 3); one unit along its x axis lies at (-1, 1, 3).
-    const ra::Matrix34& inverse = pSkeleton->GetBone(2)->GetInvWorldMatrix();
-    const ra::Vec3 p = ra::TransformPoint({-1, 1, 3}, inverse);
-    EXPECT_NEAR(p.x, 1, 1e-5);
-    EXPECT_NEAR(p.y, 0, 1e-5);
-    EXPECT_NEAR(p.z, 0, 1e-5);
-}
-
-TEST(SkeletonRefPose, ChildBeforeParentReadsTheParentAsItStands)
-{
-    // Bone 0's parent is bone 1, which has not been posed when bone 0 is: bone 0 keeps its local
-    // matrix, with no message.
-    const auto pSkeleton = MakeSkeleton({{"child", 1, {0, 1, 0}, {}}, {"parent", -1, {5, 0, 0}, {}}});
-    EXPECT_TRUE(MatrixNear(pSkeleton->GetBone(0)->GetWorldMatrix(), model_test::Translation(0, 1, 0)));
-    EXPECT_TRUE(MatrixNear(pSkeleton->GetBone(1)->GetWorldMatrix(), model_test::Translation(5, 0, 0)));
-    // A second build sees the parent posed by the first.
-    pSkeleton->BuildRefPose();
-    EXPECT_TRUE(MatrixNear(pSkeleton->GetBone(0)->GetWorldMatrix(), model_test::Translation(5, 1, 0)));
-}
-
 TEST(SkeletonRefPose, LocalValuesComeBackFromWorldMatrices)
 {
     const auto pSource = MakeSkeleton(Chain());
@@ -91,26 +61,4 @@ TEST(SkeletonRefPose, LocalValuesComeBackFromWorldMatrices)
     for (int32 i = 0; i < 3; ++i)
         EXPECT_TRUE(MatrixNear(copy.GetBone(i)->GetWorldMatrix(), pSource->GetBone(i)->GetWorldMatrix()))
             << i;
-}
-
-TEST(Skeleton, FindBoneByNameInAnyCase)
-{
-    const auto pSkeleton = MakeSkeleton(Chain());
-    EXPECT_EQ(pSkeleton->FindBone(ra::MakeName("hand")), 2);
-    EXPECT_EQ(pSkeleton->FindBone(ra::MakeName("ROOT")), 0);
-    EXPECT_EQ(pSkeleton->FindBone(ra::MakeName("Foot")), Bone::InvalidIndex);
-    EXPECT_EQ(pSkeleton->FindBone(ra::Name::INVALID), Bone::InvalidIndex);
-}
-
-TEST(Skeleton, BadIndexGivesBoneZeroBehindTheAssertion)
-{
-    const auto pSkeleton = MakeSkeleton(Chain());
-    {
-        dbg::ScopedThrowOnAssert throwing;
-        EXPECT_THROW(pSkeleton->GetBone(3), std::runtime_error);
-        EXPECT_THROW(pSkeleton->GetBone(0)->SetName(ra::Name::INVALID), std::runtime_error);
-    }
-    dbg::ScopedThrowOnAssert quiet(false);
-    EXPECT_EQ(pSkeleton->GetBone(Bone::InvalidIndex), pSkeleton->GetBone(0));
-    EXPECT_EQ(pSkeleton->GetBone(1)->GetParent(), pSkeleton->GetBone(0));
 }

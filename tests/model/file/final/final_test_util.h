@@ -87,22 +87,10 @@ inline std::string GenericBytes(const RenderModel& model)
 // Byte strings compared by their first difference, so that a failure says where, not everything.
 inline ::testing::AssertionResult SameBytes(const std::string& a, const std::string& b)
 {
-    size_t i = 0;
-    while (i < a.size() && i < b.size() && a[i] == b[i])
-        ++i;
-    if (i == a.size() && i == b.size())
+    const size_t i = size_t(std::mismatch(a.begin(), a.end(), b.begin(), b.end()).first - a.begin());
+    if (a == b)
         return ::testing::AssertionSuccess();
-    auto around = [i](const std::string& s)
-    {
-        const size_t from = i < 16 ? 0 : i - 16;
-        std::string text;
-        for (size_t k = from; k < std::min(s.size(), i + 16); ++k)
-            text += (s[k] >= 32 && s[k] < 127) ? s[k] : '.';
-        return text;
-    };
-    return ::testing::AssertionFailure()
-           << "sizes " << a.size() << " and " << b.size() << ", first difference at " << i << ": ["
-           << around(a) << "] and [" << around(b) << "]";
+    return ::testing::AssertionFailure() << "sizes " << a.size() << " and " << b.size() << ", first difference at " << i;
 }
 
 // Every level of a texture of the inventory, so that a read gives back the same levels.

@@ -104,65 +104,6 @@ TEST(ShaderLoadFinal, ShaderFolderIsWrittenAsBuiltByHandAndReadBack)
     EXPECT_FALSE(pRead->IsShared());
 }
 
-// Textures on any channel are taken without the generic reader's warning; a missing one turns
-// its channel pink as there.
-TEST(ShaderLoadFinal, ChannelTexturesWithoutWarningMissingOnesPink)
-{
-    Env env;
-    Inv::Reference<Texture> stone = AddPatternedTexture("art/textures/stone");
-    LogCapture log;
-    std::unique_ptr<ShaderImp> p =
-        LoadShader(ShaderFolder("rock", {"", "", "art/textures/stone", "art/textures/gone"}));
-    ASSERT_NE(p, nullptr);
-    EXPECT_EQ(p->GetTexture(2).GetResource(), stone.GetResource());
-    EXPECT_EQ(p->GetMethod(2), 1);
-    EXPECT_TRUE(log.Has(
-        "TEXTURES -- 'model': shader 'rock' is unable to find texture 'art/textures/gone'. Using pink!"));
-    EXPECT_EQ(p->GetColour(3), Shader::MissingTextureColour);
-    EXPECT_EQ(log.Size(), 1u);
-}
-
-// A shared shader goes by the name in the chunk's header; the body's string is not read.
-TEST(ShaderLoadFinal, SharedShadersGoByTheHeaderName)
-{
-    Env env;
-    MountedFolder data("DATA");
-    FinalShaderReader reader;
-    Inv::Reference<Texture> team = AddPatternedTexture("art/textures/team");
-    ShaderImp shared("team_colour");
-    Describe(shared, {team});
-    shared.SetShared(true);
-    ASSERT_TRUE(ShaderLoadFinal::SaveSharedFile("DATA:team_colour.vds", shared));
-    EXPECT_EQ(SaveShader(shared), Data("SSHR", 2, Bytes().Str("team_colour"), "team_colour"));
-
-    Inv::Warehouse::Get()->PushFrame("model");
-    {
-        LogCapture log;
-        Inv::Reference<Shader> read =
-            ReadChunks(Data("SSHR", 2, Bytes().Str("not this one"), "team_colour"),
-                       [](Chunky& c, ByteStreamAdapter& a) { return ShaderLoadFinal::LoadShared(c, a); });
-        ASSERT_TRUE(read.IsValid());
-        EXPECT_TRUE(read->IsShared());
-        EXPECT_EQ(Text(read->GetName()), "team_colour");
-        EXPECT_EQ(read->GetColour(3), 0x10203043u);
-        ASSERT_TRUE(read->GetTexture(0).IsValid());
-        EXPECT_STREQ(read->GetTexture(0)->GetName(), "art/textures/team");
-        EXPECT_TRUE(log.Has("SHADER USAGE -- Loading shared shader 'DATA:team_colour.vds'..."));
-    }
-    Inv::Warehouse::Get()->PopFrame();
-
-    auto codeOf = [](const std::string& chunks)
-    {
-        return ChunkyCode(
-            [&] {
-                ReadChunks(chunks,
-                           [](Chunky& c, ByteStreamAdapter& a) { return ShaderLoadFinal::LoadShared(c, a); });
-            });
-    };
-    EXPECT_EQ(codeOf(Data("SSHR", 2, Bytes().Str("team_colour"))), 12) << "no name";
-    EXPECT_EQ(codeOf(Data("SSHR", 3, Bytes().Str("team_colour"), "team_colour")), 5) << "a newer version";
-}
-
 // The shared shader file: its textures in the final form, each once, then the shader; read back
 // in a frame of its own and written again, the same bytes.
 TEST(ShaderLoadFinal, SharedShaderFileRoundTrip)

@@ -44,36 +44,6 @@ std::string OneEventFile(const char* name, const Bytes& payload)
 }
 } // namespace
 
-TEST(EventChunks, ListRoundTripsAndSecondWriteIsTheSame)
-{
-    Inventory inventory;
-    ra::EventList list;
-    list.AddEvent(Inv::Warehouse::Get()->Add(
-        NewEvent("art/events/hit", {{"fx", "art/fx/blood"}, {"marker", "chest"}})));
-    list.AddEvent(Inv::Warehouse::Get()->Add(NewEvent("step", {})));
-
-    ChunkWriter first;
-    EventLoadGeneric::Save(*first.m_pChunky, first.m_adapter, list);
-
-    ra::EventList read;
-    read.AddEvent(Inv::Warehouse::Get()->Add(NewEvent("stale", {})));
-    ChunkReader reader(first.Bytes());
-    EventLoadGeneric::Load(*reader.m_pChunky, reader.m_adapter, read);
-    ASSERT_EQ(read.GetEventCount(), 2) << "the list is cleared first";
-    const ra::EventData* pHit = read.GetEvent(0).Get();
-    EXPECT_STREQ(pHit->GetName(), "art/events/hit");
-    ASSERT_EQ(pHit->GetParamCount(), 2);
-    EXPECT_STREQ(pHit->GetParamName(1), "marker");
-    EXPECT_STREQ(pHit->GetParamValue(1), "chest");
-    EXPECT_EQ(read.GetEvent(1)->GetParamCount(), 0);
-
-    ChunkWriter second;
-    EventLoadGeneric::Save(*second.m_pChunky, second.m_adapter, read);
-    EXPECT_EQ(second.Bytes(), first.Bytes());
-    read.Clear();
-    list.Clear();
-}
-
 TEST(EventChunks, HandBuiltChunkNormalisesNamesAndDropsNamelessParams)
 {
     Inventory inventory;
@@ -124,14 +94,6 @@ TEST(EventChunks, DamagedChunksThrowAndNewerVersionsAreRefused)
     list.Clear();
 }
 
-TEST(EventChunks, EmptyListWritesNothing)
-{
-    ChunkWriter writer;
-    const uint32 before = writer.m_stream.GetLength();
-    EventLoadGeneric::Save(*writer.m_pChunky, writer.m_adapter, ra::EventList());
-    EXPECT_EQ(writer.m_stream.GetLength(), before);
-}
-
 TEST(EventFiles, SavedFileLoadsUnderItsNormalisedName)
 {
     Inventory inventory;
@@ -164,15 +126,6 @@ TEST(EventFiles, MissingDamagedAndEmptyFilesAreLoggedNotThrown)
     EXPECT_EQ(EventLoadGeneric::Load("art/events/empty", "caller"), nullptr);
     EXPECT_TRUE(log.Has("The file holds no event"));
     EXPECT_EQ(log.Count("Unable to load event"), 4);
-}
-
-TEST(EventFiles, SaveWithoutASourceLogs)
-{
-    LogCapture log;
-    EXPECT_FALSE(EventLoadGeneric::Save("NOWHERE:x", ra::EventList()));
-    EXPECT_TRUE(log.Has("EVENTS -- 'NOWHERE:x': Unable to save!"));
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(EventLoadGeneric::Save(nullptr, ra::EventList()), std::runtime_error);
 }
 
 TEST(EventFileDatabase, LoadsOnceThroughTheInventoryAndRemembersFailures)

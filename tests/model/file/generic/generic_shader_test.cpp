@@ -38,31 +38,6 @@ std::unique_ptr<ShaderImp> LoadShader(const std::string& chunks)
 
 } // namespace
 
-// Every field against the built shader is the walker's round trip (GenericModel); here, what the
-// reader makes of the file beside the fields: the values as loaded, which animation works from.
-TEST(GenericShader, RoundTripKeepsTheLoadedValuesAndRewritesTheSameBytes)
-{
-    Env env;
-    ShaderImp shader("Rock_Shader");
-    for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
-    {
-        shader.SetColour(n, 0x10203040u + n);
-        shader.SetTransform(n, Counting(float(n)));
-    }
-    shader.SetTexture(Shader::CN_Diffuse, AddPatternedTexture("art/textures/stone"));
-    const std::string first =
-        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, shader); });
-    std::unique_ptr<ShaderImp> pRead = LoadShader(first.substr(Chunky::FileHeaderSize));
-    ASSERT_TRUE(pRead);
-    for (uint32 n = 0; n < Shader::FileChannelCount; ++n)
-    {
-        EXPECT_EQ(pRead->GetBaseColour(n), shader.GetColour(n));
-        EXPECT_TRUE(SameMatrix(pRead->GetBaseTransform(n), shader.GetTransform(n)));
-    }
-    EXPECT_EQ(WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, *pRead); }),
-              first);
-}
-
 TEST(GenericShader, HandBuiltChannelsOfVersionsTwoAndThreeReadAlike)
 {
     Env env;
@@ -142,57 +117,4 @@ TEST(GenericShader, DamagedChunksThrowToTheCaller)
     // A texture name past the 260 characters of the buffer is the stream's overrun.
     EXPECT_THROW(LoadShader(ShaderFolder(Data("CHAN", 3, Channel(0, 1, 0, std::string(261, 'x'), t, t)))),
                  ByteStream::Exception);
-}
-
-TEST(GenericShader, SharedShadersAreWrittenByNameAndReadFromTheirFile)
-{
-    Env env;
-    MountedFolder generic("GENERIC");
-    RegisteredLoaders loaders;
-    Inv::Reference<Texture> texture = AddPatternedTexture("art/textures/team");
-    ShaderImp shared("Team_Colour");
-    shared.SetShared(true);
-    shared.SetMethod(0, 1);
-    shared.SetTexture(0, texture);
-    shared.SetColour(5, 0x01020304);
-    ASSERT_TRUE(ShaderLoadGeneric::SaveSharedFile("GENERIC:team_colour.vds", shared));
-
-    const std::string chunks =
-        WriteChunks([&](Chunky& c, ByteStreamAdapter& a) { ShaderLoadGeneric::Save(c, a, shared); })
-            .substr(24);
-    EXPECT_EQ(chunks, Data("SSHR", 1, Bytes().Str("team_colour")));
-
-    // The file is read in a frame of its own, where the texture it carries goes too.
-    Inv::Warehouse::Get()->PushFrame("other");
-    Inv::Reference<Shader> read = ReadChunks(chunks, [](Chunky& c, ByteStreamAdapter& a)
-                                             { return ShaderLoadGeneric::LoadShared(c, a); });
-    ASSERT_TRUE(read.IsValid());
-    EXPECT_TRUE(read->IsShared());
-    EXPECT_EQ(Text(read->GetName()), "team_colour");
-    EXPECT_EQ(read->GetMethod(0), 1);
-    EXPECT_EQ(read->GetColour(5), 0x01020304u);
-    ASSERT_TRUE(read->GetTexture(0).IsValid());
-    EXPECT_STREQ(read->GetTexture(0)->GetName(), "art/textures/team");
-    read = nullptr;
-    Inv::Warehouse::Get()->PopFrame();
-}
-
-TEST(GenericShader, TexturesAreWrittenOnceAtTheirFirstUse)
-{
-    Env env;
-    Inv::Reference<Texture> a = AddPatternedTexture("a", 4);
-    Inv::Reference<Texture> b = AddPatternedTexture("b", 8);
-    ShaderImp first("first"), second("second");
-    first.SetTexture(0, a);
-    first.SetTexture(3, b);
-    first.SetTexture(6, a);
-    second.SetTexture(1, b);
-    std::set<const Texture*> cWritten;
-    const std::string bytes = WriteChunks(
-        [&](Chunky& c, ByteStreamAdapter& ad)
-        {
-            ShaderLoadGeneric::SaveTextures(c, ad, first, cWritten);
-            ShaderLoadGeneric::SaveTextures(c, ad, second, cWritten);
-        });
-    EXPECT_EQ(TopChunks(bytes), (std::vector<std::string>{"TXTR:a", "TXTR:b"}));
 }

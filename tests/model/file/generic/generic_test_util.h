@@ -1,5 +1,5 @@
-// What the generic model file tests share: payloads built by hand value by value, chunk files in
-// memory written and read through the loaders, and model parts built in code.
+// What the generic model file tests share: payloads built by hand, chunk files in memory written
+// and read through the loaders, disk folders under an alias, and model parts built in code.
 #pragma once
 
 #include "foundation/debug.h"
@@ -38,14 +38,12 @@ using model_test::Chunk;
 using model_test::FileHeader;
 using model_test::U32;
 
-// The readers of this library registered for one test: the inventory loads models and shared
-// shaders through them. The hooks are process-wide, so they are put back as they were.
+// The readers of this library registered for one test; the process-wide hooks are put back.
 class RegisteredLoaders
 {
 public:
     RegisteredLoaders()
-        : m_shaderReader(ShaderTypeInfo::GetShaderReader()),
-          m_textureReader(TextureTypeInfo::GetTextureReader()),
+        : m_shaderReader(ShaderTypeInfo::GetShaderReader()), m_textureReader(TextureTypeInfo::GetTextureReader()),
           m_eventReader(EventDataTypeInfo::GetEventReader())
     {
         RenderModelLoadGeneric::Register();
@@ -66,8 +64,7 @@ private:
     EventDataTypeInfo::EventReader m_eventReader;
 };
 
-// A fresh folder on disk under an alias of the path table ("GENERIC", "DATA"...); both go at the
-// end of the test.
+// A fresh folder on disk under an alias ("GENERIC", "DATA"...); both go at the end of the test.
 class MountedFolder
 {
 public:
@@ -105,13 +102,11 @@ private:
     std::string m_path;
 };
 
-inline std::string Folder(const char* id, uint32 version, const std::string& children,
-                          const char* name = nullptr)
+inline std::string Folder(const char* id, uint32 version, const std::string& children, const char* name = nullptr)
 {
     return Chunk("FOLD", id, version, children, name);
 }
-inline std::string Data(const char* id, uint32 version, const std::string& payload,
-                        const char* name = nullptr)
+inline std::string Data(const char* id, uint32 version, const std::string& payload, const char* name = nullptr)
 {
     return Chunk("DATA", id, version, payload, name);
 }
@@ -124,29 +119,11 @@ inline std::string WriteChunks(const std::function<void(Chunky&, ByteStreamAdapt
     return w.Bytes();
 }
 
-// Reads the chunks (without the file header, which is added) through `read`.
+// Reads the chunks (the file header is added) through `read`.
 template <class ReadT> auto ReadChunks(const std::string& chunks, ReadT read)
 {
     model_test::Reader r(FileHeader() + chunks);
     return read(*r.m_pChunky, r.m_adapter);
-}
-
-// A chunk id as its four characters.
-inline std::string IdText(uint32 id)
-{
-    const char text[4] = {char(id >> 24), char(id >> 16), char(id >> 8), char(id)};
-    return std::string(text, 4);
-}
-
-// The ids and names of the chunks at the top of a file, as "ID:name".
-inline std::vector<std::string> TopChunks(const std::string& file)
-{
-    model_test::Reader r(file);
-    std::vector<std::string> cName;
-    ChunkInfo info;
-    while (r.m_pChunky->NextChunk(info))
-        cName.push_back(IdText(info.id) + ":" + info.name.c_str());
-    return cName;
 }
 
 // The chunks under the root folder of a file, as "ID:name" and their bytes, headers included.
@@ -181,6 +158,20 @@ inline std::vector<std::string> RootChildren(const std::string& file)
     for (const auto& chunk : RootChunks(file))
         c.push_back(chunk.first);
     return c;
+}
+
+// The top chunks of a file, as "ID:name".
+inline std::vector<std::string> TopChunks(const std::string& file)
+{
+    model_test::Reader r(file);
+    std::vector<std::string> cName;
+    ChunkInfo info;
+    while (r.m_pChunky->NextChunk(info))
+    {
+        const char id[4] = {char(info.id >> 24), char(info.id >> 16), char(info.id >> 8), char(info.id)};
+        cName.push_back(std::string(id, 4) + ":" + info.name.c_str());
+    }
+    return cName;
 }
 
 // The text of a name, "" for none.
@@ -240,8 +231,7 @@ inline std::vector<uint16> IndicesOf(const ra::Mesh& mesh, int32 primSet, uint32
 // A texture of the null device whose bytes tell their place, in the inventory.
 inline Inv::Reference<Texture> AddPatternedTexture(const char* name, uint32 side = 4)
 {
-    fr::ObjectPtr<fr::Texture> pRender =
-        fr::Interface::GetDevice()->CreateTexture(side, side, 1, fr::PF_A8R8G8B8, false);
+    fr::ObjectPtr<fr::Texture> pRender = fr::Interface::GetDevice()->CreateTexture(side, side, 1, fr::PF_A8R8G8B8, false);
     std::vector<uint8> bytes(size_t(pRender->GetLevelPitch(0)) * pRender->GetLevelRows(0));
     for (size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = uint8(i * 13 + side);

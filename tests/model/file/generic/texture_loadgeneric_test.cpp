@@ -153,30 +153,6 @@ TEST(TextureLoadGeneric, OlderInfoCarriesAStringAndTwoWordsFirst)
     EXPECT_TRUE(NextChunkFollows(r));
 }
 
-TEST(TextureLoadGeneric, PalettedAndMixedImagesAreConverted)
-{
-    Env env;
-    auto pPalette = std::make_unique<Image_Palette>();
-    pPalette->Allocate(2, 1);
-    pPalette->PaletteEntry(3) = Colour(200, 100, 50, 255);
-    (*pPalette)[0] = 3;
-    (*pPalette)[1] = 0;
-    fr::ObjectPtr<fr::Texture> pTexture = TextureImages::CreateRenderTexture({pPalette.get()}, false, "pal");
-    ASSERT_TRUE(pTexture);
-    EXPECT_EQ(pTexture->GetFormat(), fr::PF_A8R8G8B8);
-    const std::vector<uint8> level = LevelBytes(*pTexture, 0);
-    EXPECT_EQ(std::vector<uint8>(level.begin(), level.begin() + 4), (std::vector<uint8>{50, 100, 200, 255}));
-
-    // A level of the wrong size stops the texture.
-    auto top = Rgba(4, 4, 1);
-    auto wrong = Rgba(4, 4, 2);
-    LogCapture log;
-    EXPECT_FALSE(TextureImages::CreateRenderTexture({top.get(), wrong.get()}, false, "mixed"));
-    EXPECT_TRUE(log.Has("TEXTURES -- 'mixed': image 1 does not fit mip level 1!"));
-    auto right = Rgba(2, 2, 3);
-    EXPECT_TRUE(TextureImages::CreateRenderTexture({top.get(), right.get()}, false, "mixed"));
-}
-
 TEST(TextureLoadGeneric, BrokenFilesThrowOrGiveNull)
 {
     Env env;
@@ -202,30 +178,6 @@ TEST(TextureLoadGeneric, BrokenFilesThrowOrGiveNull)
     Reader r(FileHeader() + Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 3, U32(1)) + badImag, "t") +
              Chunk("DATA", "NEXT", 1, "z"));
     dbg::ScopedThrowOnAssert quiet(false);
-    EXPECT_EQ(TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter), nullptr);
-    EXPECT_TRUE(NextChunkFollows(r));
-}
-
-TEST(TextureLoadGeneric, TextureWithoutRenderObjectIsNotWritten)
-{
-    Env env;
-    Texture empty("ghost");
-    Writer w;
-    const uint32 before = w.m_stream.GetLength();
-    LogCapture log;
-    EXPECT_FALSE(TextureLoadGeneric::Save(*w.m_pChunky, w.m_adapter, empty));
-    EXPECT_TRUE(log.Has("TEXTURES -- 'ghost': Unable to convert to an image!"));
-    EXPECT_EQ(w.m_stream.GetLength(), before);
-}
-
-TEST(TextureLoadGeneric, WithoutADeviceNothingLoads)
-{
-    auto pImage = Rgba(2, 2, 1);
-    dbg::ScopedThrowOnAssert quiet(false);
-    EXPECT_FALSE(TextureImages::CreateRenderTexture({pImage.get()}, false, "nodevice"));
-    Reader r(FileHeader() +
-             Chunk("FOLD", "TXTR", 1, Chunk("DATA", "INFO", 3, U32(1)) + ImagChunk(*pImage), "t") +
-             Chunk("DATA", "NEXT", 1, "z"));
     EXPECT_EQ(TextureLoadGeneric::Load(*r.m_pChunky, r.m_adapter), nullptr);
     EXPECT_TRUE(NextChunkFollows(r));
 }
@@ -261,45 +213,4 @@ TEST(TextureFiles, ImageAndChunkFilesLoadThroughTheInventory)
     // A missing file has no stand-in.
     EXPECT_FALSE(Inv::Load<Texture>(folder.Name("absent.tga").c_str()).IsValid());
     EXPECT_EQ(TextureLoadGeneric::LoadFile(folder.Name("absent.txr").c_str()), nullptr);
-}
-
-TEST(TextureFiles, SixteenBitTexturesAreWrittenWidened)
-{
-    Env env;
-    ToolFolder folder;
-    fr::ObjectPtr<fr::Texture> pRender =
-        fr::Interface::GetDevice()->CreateTexture(2, 1, 1, fr::PF_R5G6B5, false);
-    // Pure red, then green 1 of 63 with blue 31 of 31.
-    const uint8 pixels[4] = {0x00, 0xF8, 0x3F, 0x00};
-    ASSERT_TRUE(pRender->Write(0, 0, 0, 2, 1, pixels, 4));
-    const std::string file = folder.Name("bits.txr");
-    ASSERT_TRUE(TextureLoadGeneric::SaveFile(file.c_str(), Texture("bits", pRender)));
-    std::unique_ptr<Texture> pBack = TextureLoadGeneric::LoadFile(file.c_str());
-    ASSERT_NE(pBack, nullptr);
-    ASSERT_EQ(pBack->GetTexture()->GetFormat(), fr::PF_A8R8G8B8);
-    EXPECT_EQ(LevelBytes(*pBack->GetTexture(), 0), (std::vector<uint8>{0, 0, 255, 255, 255, 4, 0, 255}));
-}
-
-TEST(TextureFiles, SavingAsAnImageFileWritesTheTopLevel)
-{
-    Env env;
-    ToolFolder folder;
-    auto pPicture = Rgba(4, 4, 7);
-    fr::ObjectPtr<fr::Texture> pRender =
-        TextureImages::CreateRenderTexture({pPicture.get()}, true, "picture");
-    ASSERT_TRUE(pRender);
-    const std::string file = folder.Name("picture.tga");
-    ASSERT_TRUE(TextureLoadGeneric::SaveFile(file.c_str(), Texture("picture", pRender)));
-    int sourceFormat = 0;
-    std::unique_ptr<Image> pBack = ImageLoad::Load(&sourceFormat, file.c_str());
-    ASSERT_NE(pBack, nullptr);
-    EXPECT_EQ(pBack->GetWidth(), 4u);
-    EXPECT_EQ(sourceFormat, SOURCEFORMAT_ALPHA);
-    ASSERT_EQ(pBack->GetDataSize(0), pPicture->GetDataSize(0));
-    EXPECT_TRUE(
-        std::equal(pBack->GetData(0), pBack->GetData(0) + pBack->GetDataSize(0), pPicture->GetData(0)));
-
-    LogCapture log;
-    EXPECT_FALSE(TextureLoadGeneric::SaveFile(folder.Name("nothing.tga").c_str(), Texture("nothing")));
-    EXPECT_TRUE(log.Has("Unable to convert texture to an image!"));
 }
