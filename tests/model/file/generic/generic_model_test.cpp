@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 
 using namespace generic_test;
 using model_test::Env;
@@ -293,12 +292,6 @@ std::unique_ptr<RenderModel> ReadModel(const std::string& file)
     return RenderModelLoadGeneric::Load(*r.m_pChunky, r.m_adapter, nullptr);
 }
 
-std::map<std::string, std::string> RootChunkBytes(const std::string& file)
-{
-    const auto c = RootChunks(file);
-    return std::map<std::string, std::string>(c.begin(), c.end());
-}
-
 const char* const s_parentMessage = "The bone pelvis's parent bone does not have animation keys";
 
 // The exporter's raw sampling of "sway" on the walker: model-space matrices of every bone but the
@@ -414,16 +407,4 @@ TEST(GenericInterm, ShaderControlsGoOutWithTheShadersBaseAndComeBackRelative)
         EXPECT_NEAR(read.GetControlStream(colour)->GetKeyValue(k), built.GetControlStream(0)->GetKeyValue(k), 1e-6f);
     pRead.reset();
     Inv::Warehouse::Get()->PopFrame();
-}
-
-// An animation of fewer bones than the skeleton is sampled for the bones it has; the others keep
-// their reference pose, and no index past its bones is asked for.
-TEST(GenericInterm, AnimationOfFewerBonesThanTheSkeletonSamplesWithoutAnAssertion)
-{
-    ModelEnv e;
-    std::unique_ptr<RenderModel> pModel = BuildDonor();
-    pModel->SetSkeleton(model_test::MakeSkeleton({{"hand", -1, {0, 1, 0}, ra::Quat()}, {"finger", 0, {0, 0.5f, 0}, ra::Quat()}}));
-    dbg::ScopedThrowOnAssert throwing;
-    const std::string file = WriteInterm(*pModel);
-    EXPECT_EQ(RootChunkBytes(file).count("ANIM:wave"), 1u);
 }
