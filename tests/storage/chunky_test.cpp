@@ -1,11 +1,9 @@
 #include "storage/chunky.h"
-#include "storage/diskfilestream.h"
 #include "storage/ramstream.h"
 
 #include "foundation/debug.h"
 
 #include "support/chunkmemory.h"
-#include "support/tempfolder.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +13,7 @@
 
 namespace
 {
-// Files built by hand, byte by byte.
+// Files built by hand, byte by byte; a header's size may lie, to make malformed files.
 std::string U32(uint32 v)
 {
     return std::string(reinterpret_cast<const char*>(&v), 4);
@@ -77,7 +75,6 @@ TEST(ChunkyFormat, TheWriterMakesExactlyTheHandBuiltBytes)
     chunky.CloseChunk();
     chunky.OpenDataChunk(FourCC("ONEC"), 1, "A");
     chunky.CloseChunk();
-    EXPECT_EQ(chunky.GetDepth(), 0u);
     EXPECT_EQ(out.Bytes(), WalkerFile());
 }
 
@@ -114,98 +111,19 @@ std::string Walk(Chunky& chunky, ByteStreamAdapter& adapter)
 TEST(ChunkyFormat, TheReaderWalksTheHandBuiltTree)
 {
     ChunkReader in(WalkerFile());
-    EXPECT_EQ(in.m_pChunky->GetPlatform(), 1u);
     EXPECT_EQ(Walk(*in.m_pChunky, in.m_adapter), "RSGM v1 'walker' {INFO v2 ''=" + U32(42) +
                                                      " MESH v1 'A' {VERT v3 ''=xyz } TAIL v1 ''= } " +
                                                      "EMPT v1 '' {} ONEC v1 'A'= ");
-    EXPECT_EQ(in.m_pChunky->GetDepth(), 0u);
     // A chunk passed over unread: the end of its folder comes next.
     ChunkReader skip(WalkerFile());
     Chunky& chunky = *skip.m_pChunky;
     chunky.ReadFolderChunk(FourCC("RSGM"), 1);
     ChunkInfo info;
     for (uint32 id : {FourCC("INFO"), FourCC("MESH"), FourCC("TAIL")})
-    {
-        ASSERT_TRUE(chunky.NextChunk(info));
-        EXPECT_EQ(info.id, id);
-    }
+        EXPECT_TRUE(chunky.NextChunk(info) && info.id == id);
     EXPECT_FALSE(chunky.NextChunk(info));
     chunky.CloseChunk();
-    EXPECT_EQ(chunky.GetDepth(), 0u);
-    ASSERT_TRUE(chunky.NextChunk(info));
-    EXPECT_EQ(info.id, FourCC("EMPT"));
-}
-
-TEST(ChunkyFormat, RoundTripThroughADiskFileWithLargePayloads)
-{
-    TempFolder folder;
-    const std::string path = folder / "round.chunky";
-    // Payloads larger than the disk stream's buffer, so that passing over them seeks past it.
-    std::string big(300000, '\0');
-    for (size_t i = 0; i < big.size(); ++i)
-        big[i] = char(i * 13 + i / 256);
-    {
-        DiskFileStream stream;
-        ASSERT_TRUE(stream.Open(path.c_str(), ByteStream::Mode_Write, false));
-        ByteStreamAdapter adapter(stream);
-        Chunky chunky(adapter);
-        chunky.OpenFolderChunk(FourCC("ROOT"), 4, "root folder");
-        for (int i = 0; i < 3; ++i)
-        {
-            chunky.OpenFolderChunk(FourCC("PART"), 1, ("part" + std::to_string(i)).c_str());
-            chunky.OpenDataChunk(FourCC("BLOB"), 1, nullptr);
-            adapter.Write(big.data(), uint32(big.size()));
-            adapter.WriteValue(uint32(i));
-            chunky.CloseChunk();
-            chunky.OpenFolderChunk(FourCC("EMPT"), 1, nullptr);
-            chunky.CloseChunk();
-            chunky.CloseChunk();
-        }
-        chunky.CloseChunk();
-        chunky.OpenDataChunk(FourCC("LAST"), 2, "end");
-        adapter.WriteString("done");
-        chunky.CloseChunk();
-    }
-    DiskFileStream stream;
-    ASSERT_TRUE(stream.Open(path.c_str(), ByteStream::Mode_Read, true));
-    ByteStreamAdapter adapter(stream);
-    Chunky chunky(adapter);
-    ChunkInfo root = chunky.ReadFolderChunk(FourCC("ROOT"), 4);
-    EXPECT_EQ(root.name, "root folder");
-    EXPECT_EQ(root.size, 3 * (20 + 6 + 20 + 300004 + 20));
-    ChunkInfo info;
-    for (uint32 i = 0; i < 3; ++i)
-    {
-        ASSERT_TRUE(chunky.NextChunk(info));
-        EXPECT_EQ(info.name, ("part" + std::to_string(i)).c_str());
-        chunky.ReadFolderChunk(FourCC("PART"), 1);
-        if (i == 1)
-        {
-            // The middle blob is read in full; the others are passed over.
-            ASSERT_EQ(chunky.ReadDataChunk(FourCC("BLOB"), 1).size, big.size() + 4);
-            std::string back(big.size(), '\0');
-            ASSERT_EQ(adapter.Read(back.data(), uint32(back.size())), back.size());
-            EXPECT_TRUE(back == big);
-            uint32 index = 99;
-            adapter.ReadValue(index);
-            EXPECT_EQ(index, 1u);
-            chunky.CloseChunk();
-        }
-        ASSERT_TRUE(chunky.FindChunk(Chunky::CT_Folder, FourCC("EMPT")));
-        chunky.ReadFolderChunk(FourCC("EMPT"), 1);
-        EXPECT_FALSE(chunky.NextChunk(info)) << "an empty folder";
-        chunky.CloseChunk();
-        EXPECT_FALSE(chunky.NextChunk(info));
-        chunky.CloseChunk();
-    }
-    EXPECT_FALSE(chunky.NextChunk(info));
-    chunky.CloseChunk();
-    EXPECT_EQ(chunky.ReadDataChunk(FourCC("LAST"), 2).name, "end");
-    std::string text;
-    ASSERT_TRUE(adapter.ReadString(text));
-    EXPECT_EQ(text, "done");
-    chunky.CloseChunk();
-    EXPECT_FALSE(chunky.NextChunk(info));
+    EXPECT_TRUE(chunky.NextChunk(info) && info.id == FourCC("EMPT"));
 }
 
 TEST(ChunkyFormat, FileHeaderVersionsAndMagic)
@@ -213,11 +131,8 @@ TEST(ChunkyFormat, FileHeaderVersionsAndMagic)
     ChunkInfo info;
     EXPECT_TRUE(ChunkReader(FileHeader(0) + Header("DATA", "ABCD", 1, 0)).m_pChunky->NextChunk(info))
         << "version 0 reads as 1 does";
-    ChunkReader only(FileHeader(1, 77));
-    EXPECT_EQ(only.m_pChunky->GetPlatform(), 77u) << "the platform is taken, not tested";
-    EXPECT_FALSE(only.m_pChunky->NextChunk(info));
-    std::string wrongLast = FileHeader();
-    wrongLast[15] = 'x';
+    EXPECT_EQ(ChunkReader(FileHeader(1, 77)).m_pChunky->GetPlatform(), 77u) << "taken, not tested";
+    const std::string wrongLast = FileHeader().substr(0, 15) + "x" + FileHeader().substr(16);
     EXPECT_EQ(ExpectChunkyError([] { ChunkReader in(FileHeader(2)); }, 1, "Unsupported file version!"), 16u);
     ExpectChunkyError([] { ChunkReader in(""); }, 1, "Not a valid chunky file!");
     ExpectChunkyError([&] { ChunkReader in(wrongLast); }, 1, "Not a valid chunky file!");
@@ -225,39 +140,33 @@ TEST(ChunkyFormat, FileHeaderVersionsAndMagic)
     ExpectChunkyError([&] { Chunky chunky(none); }, 0, "Unable to open file!");
 }
 
-// A malformed file, the steps that meet the fault, and the error with the offset it names.
-struct BadCase
-{
-    const char* what;
-    std::string bytes;
-    int folders; // folders entered before the NextChunk calls
-    int nexts;
-    uint32 code;
-    const char* text;
-    int64 at; // -1: not checked
-};
-
 TEST(ChunkyReading, MalformedHeadersAreRefusedWhereTheyStand)
 {
     const char* const header = "Not a valid chunk header!";
     const char* const pastEnd = "Read past the Chunk end!";
-    const BadCase cases[] = {
+    // The bytes, the folders entered and the NextChunk calls then, the error and its offset (-1: any).
+    const struct
+    {
+        const char* what;
+        std::string bytes;
+        int folders, nexts;
+        uint32 code;
+        const char* text;
+        int64 at;
+    } cases[] = {
+        // clang-format off
         {"an unknown chunk type", FileHeader() + Header("BLOB", "ABCD", 1, 0), 0, 1, 2, header, 24},
-        {"a header cut short", FileHeader() + Header("DATA", "ABCD", 1, 0).substr(0, 12), 0, 1, 2, header,
-         24},
-        {"a payload past the file's end", FileHeader() + Header("DATA", "ABCD", 1, 100) + "short", 0, 1, 6,
-         pastEnd, 24},
-        {"a child header past its folder",
-         FileHeader() + Header("FOLD", "OUTR", 1, 10) + Header("DATA", "ABCD", 1, 0), 1, 1, 6, pastEnd, -1},
-        {"a name longer than its folder",
-         FileHeader() + Header("FOLD", "OUTR", 1, 30) +
-             Header("DATA", "ABCD", 1, 0, "a name of twenty chars") + std::string(40, ' '),
-         1, 1, 6, pastEnd, 44},
-        {"a child claiming more than its folder",
-         FileHeader() + Header("FOLD", "OUTR", 1, 20) + Header("DATA", "ABCD", 1, 4) + "more", 1, 2, 6,
-         pastEnd, -1},
+        {"a header cut short", FileHeader() + Header("DATA", "ABCD", 1, 0).substr(0, 12), 0, 1, 2, header, 24},
+        {"a payload past the file's end", FileHeader() + Header("DATA", "ABCD", 1, 100) + "short", 0, 1, 6, pastEnd, 24},
+        {"a child header past its folder", FileHeader() + Header("FOLD", "OUTR", 1, 10) + Header("DATA", "ABCD", 1, 0), 1, 1, 6, pastEnd, -1},
+        {"a name longer than its folder", FileHeader() + Header("FOLD", "OUTR", 1, 30) + Header("DATA", "ABCD", 1, 0, "a name of twenty chars") + std::string(40, ' '), 1, 1, 6, pastEnd, 44},
+        {"a child claiming more than its folder", FileHeader() + Header("FOLD", "OUTR", 1, 20) + Header("DATA", "ABCD", 1, 4) + "more", 1, 2, 6, pastEnd, -1},
+        // 1024 with its terminator is the longest name taken (see below); one more is refused as such.
+        {"a name over the limit", FileHeader() + "DATAABCD" + U32(1) + U32(0) + U32(1025) + std::string(1100, 'n'), 0, 1, 2, header, 24},
+        // clang-format on
     };
-    for (const BadCase& c : cases)
+    dbg::ScopedThrowOnAssert silent(false);
+    for (const auto& c : cases)
     {
         SCOPED_TRACE(c.what);
         const uint32 at = ExpectChunkyError(
@@ -271,40 +180,50 @@ TEST(ChunkyReading, MalformedHeadersAreRefusedWhereTheyStand)
                     in.m_pChunky->NextChunk(info);
             },
             c.code, c.text);
-        if (c.at >= 0)
-        {
-            EXPECT_EQ(at, uint32(c.at));
-        }
+        EXPECT_TRUE(c.at < 0 || at == uint32(c.at)) << at;
     }
+    ChunkReader longest(FileHeader() + Header("DATA", "ABCD", 1, 0, std::string(1023, 'n').c_str()));
+    ChunkInfo info;
+    ASSERT_TRUE(longest.m_pChunky->NextChunk(info));
+    EXPECT_EQ(info.name.length(), 1023u);
 }
 
-TEST(ChunkyReading, PayloadReadersMayStopShortButNotRunOver)
+// A stream whose seeks report success and go nowhere.
+struct StuckSeekStream : RamStream
+{
+    explicit StuckSeekStream(const std::string& bytes) : m_bytes(bytes)
+    {
+        Attach(m_bytes.data(), uint32(m_bytes.size()), false, Mode_Read);
+    }
+    bool Seek(uint32) override { return true; }
+    std::string m_bytes;
+};
+
+TEST(ChunkyReading, PayloadReadersMayStopShortButNotRunOverAndVersionsAreCapped)
 {
     const std::string file =
-        FileHeader() + Header("DATA", "TWLV", 1, 12) + "abcdefghijkl" + Header("DATA", "NEXT", 1, 0);
+        FileHeader() + Header("DATA", "TWLV", 3, 12) + "abcdefghijkl" + Header("DATA", "NEXT", 1, 0);
     char buf[16];
     ChunkReader shortRead(file);
-    shortRead.m_pChunky->ReadDataChunk(FourCC("TWLV"), 1);
+    EXPECT_EQ(shortRead.m_pChunky->ReadDataChunk(FourCC("TWLV"), 3).version, 3u) << "the maximum itself";
     shortRead.m_adapter.Read(buf, 8);
     shortRead.m_pChunky->CloseChunk();
     EXPECT_EQ(shortRead.m_adapter.GetPos(), 24u + 20 + 12);
     EXPECT_EQ(shortRead.m_pChunky->ReadDataChunk(FourCC("NEXT"), 1).id, FourCC("NEXT"));
     ChunkReader overRead(file);
-    overRead.m_pChunky->ReadDataChunk(FourCC("TWLV"), 1);
+    overRead.m_pChunky->ReadDataChunk(FourCC("TWLV"), 3);
     overRead.m_adapter.Read(buf, 16);
     EXPECT_EQ(ExpectChunkyError([&] { overRead.m_pChunky->CloseChunk(); }, 6, "Read past the Chunk end!"),
               24u + 20 + 16);
-}
-
-TEST(ChunkyReading, VersionsUpToTheMaximumAreAccepted)
-{
-    const std::string file = FileHeader() + Header("DATA", "VERS", 3, 0);
-    EXPECT_EQ(ChunkReader(file).m_pChunky->ReadDataChunk(FourCC("VERS"), 3).version, 3u);
     ChunkReader newer(file);
-    EXPECT_EQ(ExpectChunkyError([&] { newer.m_pChunky->ReadDataChunk(FourCC("VERS"), 2); }, 5,
+    EXPECT_EQ(ExpectChunkyError([&] { newer.m_pChunky->ReadDataChunk(FourCC("TWLV"), 2); }, 5,
                                 "Unsupported (newer) Chunk Version!"),
-              24u)
-        << "the header of the refused chunk";
+              24u);
+    StuckSeekStream stream(FileHeader() + Header("DATA", "ABCD", 1, 8) + "12345678");
+    ByteStreamAdapter adapter(stream);
+    Chunky stuck(adapter);
+    stuck.ReadDataChunk(FourCC("ABCD"), 1);
+    EXPECT_EQ(ExpectChunkyError([&] { stuck.CloseChunk(); }, 10, "Failed to seek to end of chunk"), 44u);
 }
 
 TEST(ChunkyReading, ReadingSkipsForwardToTheWantedChunkOnly)
@@ -312,99 +231,25 @@ TEST(ChunkyReading, ReadingSkipsForwardToTheWantedChunkOnly)
     const std::string file = FileHeader() + Header("FOLD", "LIST", 1, 60) + Header("DATA", "AAAA", 1, 0) +
                              Header("DATA", "BBBB", 1, 0) + Header("DATA", "CCCC", 1, 0);
     const char* const missing = "Missing Chunk Type!";
-    {
-        ChunkReader in(file);
-        Chunky& chunky = *in.m_pChunky;
-        chunky.ReadFolderChunk(FourCC("LIST"), 1);
-        EXPECT_EQ(chunky.ReadDataChunk(FourCC("BBBB"), 1).id, FourCC("BBBB")) << "AAAA is passed over";
-        chunky.CloseChunk();
-        ExpectChunkyError([&] { chunky.ReadDataChunk(FourCC("AAAA"), 1); }, 4, missing);
-    }
-    {
-        ChunkReader in(file);
-        Chunky& chunky = *in.m_pChunky;
-        chunky.ReadFolderChunk(FourCC("LIST"), 1);
-        ASSERT_TRUE(chunky.FindChunk(Chunky::CT_Data, FourCC("BBBB")));
-        EXPECT_EQ(chunky.GetDepth(), 1u);
-        EXPECT_EQ(chunky.ReadDataChunk(FourCC("BBBB"), 1).id, FourCC("BBBB")) << "FindChunk leaves it peeked";
-        chunky.CloseChunk();
-        EXPECT_FALSE(chunky.FindChunk(Chunky::CT_Data, FourCC("AAAA"))) << "the search goes forward only";
-        chunky.CloseChunk();
-        EXPECT_EQ(chunky.GetDepth(), 0u);
-    }
+    ChunkReader in(file);
+    Chunky& chunky = *in.m_pChunky;
+    chunky.ReadFolderChunk(FourCC("LIST"), 1);
+    EXPECT_EQ(chunky.ReadDataChunk(FourCC("BBBB"), 1).id, FourCC("BBBB")) << "AAAA is passed over";
+    chunky.CloseChunk();
+    ExpectChunkyError([&] { chunky.ReadDataChunk(FourCC("AAAA"), 1); }, 4, missing);
+    ChunkReader find(file);
+    find.m_pChunky->ReadFolderChunk(FourCC("LIST"), 1);
+    EXPECT_TRUE(find.m_pChunky->FindChunk(Chunky::CT_Data, FourCC("BBBB")) &&
+                find.m_pChunky->GetDepth() == 1u);
+    EXPECT_EQ(find.m_pChunky->ReadDataChunk(FourCC("BBBB"), 1).id, FourCC("BBBB")) << "left peeked";
+    find.m_pChunky->CloseChunk();
+    EXPECT_FALSE(find.m_pChunky->FindChunk(Chunky::CT_Data, FourCC("AAAA"))) << "forward only";
+    // Asking for the wrong kind of the right id passes it over.
     ChunkReader kind(file);
     kind.m_pChunky->ReadFolderChunk(FourCC("LIST"), 1);
-    EXPECT_FALSE(kind.m_pChunky->FindChunk(Chunky::CT_Folder, FourCC("BBBB"))) << "the kind counts too";
-    // Asking for the wrong type of the right id passes it over.
+    EXPECT_FALSE(kind.m_pChunky->FindChunk(Chunky::CT_Folder, FourCC("BBBB")));
     ChunkReader type(file);
     ExpectChunkyError([&] { type.m_pChunky->ReadDataChunk(FourCC("LIST"), 1); }, 4, missing);
-}
-
-TEST(ChunkyReading, AFalseFromNextChunkLeavesTheParentForCloseChunk)
-{
-    // Every caller closes the folder after the false; that close takes the folder, not a sibling.
-    ChunkReader in(FileHeader() + Header("FOLD", "OUTR", 1, 40) + Header("FOLD", "INNR", 1, 20) +
-                   Header("DATA", "LEAF", 1, 0) + Header("DATA", "NEXT", 1, 0));
-    Chunky& chunky = *in.m_pChunky;
-    ChunkInfo info;
-    chunky.ReadFolderChunk(FourCC("OUTR"), 1);
-    chunky.ReadFolderChunk(FourCC("INNR"), 1);
-    ASSERT_TRUE(chunky.NextChunk(info));
-    EXPECT_EQ(chunky.GetDepth(), 2u);
-    EXPECT_FALSE(chunky.NextChunk(info));
-    EXPECT_EQ(chunky.GetDepth(), 1u) << "the flag stays set until the close";
-    chunky.CloseChunk();
-    EXPECT_EQ(chunky.GetDepth(), 1u);
-    EXPECT_FALSE(chunky.NextChunk(info));
-    chunky.CloseChunk();
-    EXPECT_EQ(chunky.GetDepth(), 0u);
-    ASSERT_TRUE(chunky.NextChunk(info));
-    EXPECT_EQ(info.id, FourCC("NEXT"));
-}
-
-TEST(ChunkyReading, AnAbsurdNameLengthIsAnAssertionAndAMalformedFile)
-{
-    const std::string file = FileHeader() + std::string("DATAABCD", 8) + U32(1) + U32(0) + U32(0xFFFFFFF0u);
-    auto next = [&]
-    {
-        ChunkReader in(file);
-        ChunkInfo info;
-        in.m_pChunky->NextChunk(info);
-    };
-    {
-        dbg::ScopedThrowOnAssert throws;
-        EXPECT_THROW(next(), std::runtime_error);
-    }
-    dbg::ScopedThrowOnAssert silent(false);
-    ExpectChunkyError(next, 2, "Not a valid chunk header!");
-    // 1024 with its terminator is the longest name taken.
-    ChunkReader in(FileHeader() + Header("DATA", "ABCD", 1, 0, std::string(1023, 'n').c_str()));
-    ChunkInfo info;
-    ASSERT_TRUE(in.m_pChunky->NextChunk(info));
-    EXPECT_EQ(info.name.length(), 1023u);
-}
-
-// A stream whose seeks report success and go nowhere.
-class StuckSeekStream : public RamStream
-{
-public:
-    explicit StuckSeekStream(const std::string& bytes) : m_bytes(bytes)
-    {
-        Attach(m_bytes.data(), uint32(m_bytes.size()), false, Mode_Read);
-    }
-    bool Seek(uint32) override { return true; }
-
-private:
-    std::string m_bytes;
-};
-
-TEST(ChunkyReading, ASeekThatLandsElsewhereFailsTheClose)
-{
-    StuckSeekStream stream(FileHeader() + Header("DATA", "ABCD", 1, 8) + "12345678");
-    ByteStreamAdapter adapter(stream);
-    Chunky chunky(adapter);
-    chunky.ReadDataChunk(FourCC("ABCD"), 1);
-    EXPECT_EQ(ExpectChunkyError([&] { chunky.CloseChunk(); }, 10, "Failed to seek to end of chunk"), 44u);
 }
 
 TEST(ChunkyWriting, MisuseIsAnAssertionThenAnError)
@@ -414,33 +259,10 @@ TEST(ChunkyWriting, MisuseIsAnAssertionThenAnError)
     {
         ChunkWriter out;
         out.m_pChunky->OpenDataChunk(FourCC("DATA"), 1, nullptr);
-        const std::string before = out.Bytes();
-        {
-            dbg::ScopedThrowOnAssert throws;
-            try
-            {
-                out.m_pChunky->OpenDataChunk(FourCC("UNDR"), 1, nullptr);
-                ADD_FAILURE() << "no assertion";
-            }
-            catch (const Chunky::Exception&)
-            {
-                ADD_FAILURE() << "the assertion comes first";
-            }
-            catch (const std::runtime_error&)
-            {
-            }
-        }
         dbg::ScopedThrowOnAssert silent(false);
-        ExpectChunkyError([&] { out.m_pChunky->OpenDataChunk(FourCC("UNDR"), 1, nullptr); }, 3, underData);
         ExpectChunkyError([&] { out.m_pChunky->OpenFolderChunk(FourCC("UNDR"), 1, nullptr); }, 3, underData);
-        EXPECT_EQ(out.Bytes(), before) << "nothing was written";
     }
     dbg::ScopedThrowOnAssert silent(false);
-    {
-        ChunkWriter out;
-        out.m_adapter.Write("loose", 5);
-        ExpectChunkyError([&] { out.m_pChunky->OpenFolderChunk(FourCC("ROOT"), 1, nullptr); }, 9, rawData);
-    }
     {
         ChunkWriter out;
         out.m_pChunky->OpenFolderChunk(FourCC("ROOT"), 1, nullptr);
@@ -449,37 +271,11 @@ TEST(ChunkyWriting, MisuseIsAnAssertionThenAnError)
         out.m_adapter.Write("loose", 5);
         ExpectChunkyError([&] { out.m_pChunky->CloseChunk(); }, 9, rawData);
     }
-    {
-        ChunkWriter out;
-        out.m_pChunky->OpenDataChunk(FourCC("DATA"), 1, "name");
-        out.m_adapter.Seek(30);
-        ExpectChunkyError([&] { out.m_pChunky->CloseChunk(); }, 2,
-                          "Invalid Chunk Size, chunks must not be over-written!");
-    }
-    dbg::ScopedThrowOnAssert throws;
-    RamStream both;
-    both.Create(64, ByteStream::Mode_Both);
-    ByteStreamAdapter adapter(both);
-    EXPECT_THROW(Chunky chunky(adapter), std::runtime_error) << "a chunk stream reads or writes";
+    ChunkWriter out;
+    out.m_pChunky->OpenDataChunk(FourCC("DATA"), 1, "name");
+    out.m_adapter.Seek(30);
+    ExpectChunkyError([&] { out.m_pChunky->CloseChunk(); }, 2,
+                      "Invalid Chunk Size, chunks must not be over-written!");
 }
 
-TEST(ChunkyReservedTypes, IdsAndTheTest)
-{
-    const std::pair<int, uint32> ids[] = {{CRT_BurnDialog, FourCC("BDLG")},
-                                          {CRT_Comment, FourCC("CMNT")},
-                                          {CRT_FileDepend, FourCC("FDEP")},
-                                          {CRT_BurnInfo, FourCC("FBIF")}};
-    for (const auto& [type, id] : ids)
-    {
-        EXPECT_EQ(ChunkyReservedTypeId(type), id) << type;
-        EXPECT_TRUE(IsChunkyReservedType(id)) << type;
-    }
-    EXPECT_FALSE(IsChunkyReservedType(FourCC("RSGM")));
-    {
-        dbg::ScopedThrowOnAssert silent(false);
-        EXPECT_EQ(ChunkyReservedTypeId(4), 0x30303030u);
-    }
-    dbg::ScopedThrowOnAssert throws;
-    EXPECT_THROW(ChunkyReservedTypeId(-1), std::runtime_error);
-}
 } // namespace

@@ -1,5 +1,4 @@
-// Helpers of the path alias and change notification tests: a scratch folder, a clock the test moves
-// by hand, and the system form of a native path.
+// A scratch folder, a clock the test moves by hand, and the system form of a native path.
 #pragma once
 
 #include "storage/hdnotification.h"
@@ -33,12 +32,9 @@ public:
     void Advance(uint32 ms) { Now() += ms; }
 
 private:
-    static uint32& Now()
-    {
-        static uint32 s_now = 0;
-        return s_now;
-    }
-    static uint32 Tick() { return Now(); }
+    static uint32& Now() { return s_now; }
+    static uint32 Tick() { return s_now; }
+    static inline uint32 s_now = 0;
 };
 
 // The system form of a native path: '\\' separators, upper case when `upper`.

@@ -11,7 +11,6 @@
 
 namespace
 {
-// The folder under "DATA", as a tool mounts its data.
 struct DataAlias
 {
     explicit DataAlias(const TempFolder& folder)
@@ -29,16 +28,13 @@ bool Save(const char* name, const std::string& bytes, bool commit = true)
     return !commit || file.Commit();
 }
 
-size_t EntryCount(const std::string& folder)
+auto EntryCount(const std::string& folder)
 {
-    size_t n = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::recursive_directory_iterator(folder))
-        ++n;
-    return n;
+    return std::distance(std::filesystem::recursive_directory_iterator(folder), {});
 }
 } // namespace
 
-TEST(FileSave, SeeksBackPatchAndTheWholeFileLandsWithNothingElseBeside)
+TEST(FileSave, SeeksBackPatchAndOnlyACommitReplacesTheFileKeepingItsBitsOrNone)
 {
     TempFolder folder;
     DataAlias alias(folder);
@@ -46,36 +42,23 @@ TEST(FileSave, SeeksBackPatchAndTheWholeFileLandsWithNothingElseBeside)
     file.Write("0000abcdef", 10);
     ASSERT_TRUE(file.Seek(2));
     file.Write("XY", 2);
-    EXPECT_EQ(file.GetPos(), 4u);
     EXPECT_FALSE(file.Seek(11)) << "past the end";
     ASSERT_TRUE(file.Commit());
     EXPECT_EQ(TempFolder::Read(folder / "sub/model.tqm"), "00XYabcdef");
-    EXPECT_EQ(EntryCount(folder.Path()), 2u) << "the folder and the file, no temporary left";
-}
-
-TEST(FileSave, AnUncommittedOrRefusedSaveLeavesTheOldFileAsItWas)
-{
-    TempFolder folder;
-    DataAlias alias(folder);
-    folder.Write("kept.tqm", "old");
-    ASSERT_TRUE(Save("DATA:kept.tqm", "new but never committed", false));
-    EXPECT_EQ(TempFolder::Read(folder / "kept.tqm"), "old");
+    EXPECT_EQ(EntryCount(folder.Path()), 2) << "the folder and the file, no temporary left";
+    const std::string path = folder.Write("m.tqm", "old", std::filesystem::perms(0640));
+    ASSERT_TRUE(Save("DATA:M.TQM", "new but never committed", false));
+    EXPECT_EQ(TempFolder::Read(path), "old");
+    ASSERT_TRUE(Save("DATA:M.TQM", "new")) << "the name resolves without regard to case";
+    EXPECT_EQ(TempFolder::Read(path), "new");
+    EXPECT_EQ(std::filesystem::status(path).permissions() & std::filesystem::perms::all,
+              std::filesystem::perms(0640));
+    // A refused save leaves the old file as it was.
     folder.Write("locked.tqm", "old", std::filesystem::perms(0444));
     LogCapture log;
     EXPECT_FALSE(Save("DATA:locked.tqm", "new"));
     EXPECT_TRUE(log.Has("'DATA:locked.tqm': Unable to write the file (access denied)!"));
     EXPECT_EQ(TempFolder::Read(folder / "locked.tqm"), "old");
-    EXPECT_EQ(EntryCount(folder.Path()), 2u);
+    EXPECT_EQ(EntryCount(folder.Path()), 4);
     EXPECT_FALSE(Save("NOWHERE:x.tqm", "new"));
-}
-
-TEST(FileSave, ReplacingKeepsThePermissionBits)
-{
-    TempFolder folder;
-    DataAlias alias(folder);
-    const std::string path = folder.Write("m.tqm", "old", std::filesystem::perms(0640));
-    ASSERT_TRUE(Save("DATA:M.TQM", "new")) << "the name resolves without regard to case";
-    EXPECT_EQ(TempFolder::Read(path), "new");
-    EXPECT_EQ(std::filesystem::status(path).permissions() & std::filesystem::perms::all,
-              std::filesystem::perms(0640));
 }
