@@ -203,17 +203,38 @@ void Importer::EmitMesh(const aiNode& node, json& jNode)
 
     if (cBone.empty())
         return;
+    // The skin's bones in the order of the scene, whatever order each mesh names them in, so that
+    // every form of a file gives one skin.
+    std::vector<int> cHostIndex;
+    for (const std::string& bone : cBone)
+    {
+        auto found = m_cNodeByName.find(bone);
+        if (found == m_cNodeByName.end() || m_cTrack[found->second].hostIndex < 0)
+            Fail("node '" + nodeName + "': the skin's bone '" + bone + "' is no node of the file");
+        cHostIndex.push_back(m_cTrack[found->second].hostIndex);
+    }
+    std::vector<int32_t> cOrder(cBone.size());
+    for (size_t b = 0; b < cOrder.size(); ++b)
+        cOrder[b] = int32_t(b);
+    std::stable_sort(cOrder.begin(), cOrder.end(), [&](int32_t a, int32_t b) { return cHostIndex[size_t(a)] < cHostIndex[size_t(b)]; });
+    std::vector<int32_t> cSlot(cBone.size());
+    for (size_t b = 0; b < cOrder.size(); ++b)
+        cSlot[size_t(cOrder[b])] = int32_t(b);
+    for (std::vector<Influence>& influences : cPoint)
+    {
+        for (Influence& influence : influences)
+            influence.bone = cSlot[size_t(influence.bone)];
+        std::sort(influences.begin(), influences.end(),
+                  [](const Influence& a, const Influence& b) { return a.bone < b.bone; });
+    }
     // A bone's set-up transform: where it stood when the mesh was bound, the mesh lying where it
     // lies at the first frame.
     const aiMatrix4x4& meshWorld = m_cTrack[&node].cWorld[0];
     json cBoneLink = json::array(), cInit = json::array();
-    for (size_t b = 0; b < cBone.size(); ++b)
+    for (int32_t b : cOrder)
     {
-        auto found = m_cNodeByName.find(cBone[b]);
-        if (found == m_cNodeByName.end() || m_cTrack[found->second].hostIndex < 0)
-            Fail("node '" + nodeName + "': the skin's bone '" + cBone[b] + "' is no node of the file");
-        cBoneLink.push_back(m_cTrack[found->second].hostIndex);
-        aiMatrix4x4 bind = cOffset[b];
+        cBoneLink.push_back(cHostIndex[size_t(b)]);
+        aiMatrix4x4 bind = cOffset[size_t(b)];
         cInit.push_back(HostRows(ToHost(meshWorld * bind.Inverse())));
     }
     json cPointJson = json::array();
