@@ -10,6 +10,8 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <strings.h>
 
 namespace importhost
@@ -256,13 +258,15 @@ void Importer::NumberNodes(const aiNode& node, int& count)
             NumberNodes(*node.mChildren[i], count);
 }
 
-// The file's root is the host's scene root unless it carries something of its own.
+// The file's root is the host's scene root unless it carries something of its own. The import
+// library makes a root of its own for OBJ, COLLADA and FBX files, and for glTF files with more than
+// one top node (named "ROOT"); the one top node of a glTF file is the root itself.
 bool Importer::KeepRoot() const
 {
     const aiNode& root = *m_scene.mRootNode;
     const std::string name = root.mName.C_Str();
     return root.mNumMeshes > 0 || m_cBoneName.count(name) || m_cCamera.count(name) || m_cLight.count(name) ||
-           !UserProperties(root).empty();
+           m_cChannel.count(name) || !UserProperties(root).empty() || (m_gltf && name != "ROOT");
 }
 
 std::string Importer::UserProperties(const aiNode& node) const
@@ -490,8 +494,45 @@ bool IsImportFile(const std::string& fileName)
                        [&](const char* e) { return strcasecmp(e, extension.c_str()) == 0; });
 }
 
+namespace
+{
+// The glTF JSON of a .gltf or .glb file, or null when it is neither or cannot be parsed (the import
+// library then says why).
+json GltfJson(const std::string& fileName)
+{
+    const std::string extension = Extension(fileName);
+    const bool text = strcasecmp(extension.c_str(), ".gltf") == 0;
+    if (!text && strcasecmp(extension.c_str(), ".glb") != 0)
+        return nullptr;
+    std::ifstream in(fileName, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (!text)
+    {
+        // Header of 12 bytes, then the JSON chunk: its length and type.
+        uint32_t length = 0;
+        if (bytes.size() < 20)
+            return nullptr;
+        std::memcpy(&length, bytes.data() + 12, 4);
+        if (length > bytes.size() - 20)
+            return nullptr;
+        bytes = bytes.substr(20, length);
+    }
+    return json::parse(bytes, nullptr, false);
+}
+} // namespace
+
 ImportResult ImportDocument(const std::string& fileName, const ImportOptions& options)
 {
+    // The import library's glTF reader of this version crashes on a skin without bind matrices,
+    // which glTF allows; such a file is refused before it is read.
+    const json gltf = GltfJson(fileName);
+    if (gltf.is_object() && gltf.contains("skins") && gltf["skins"].is_array())
+        for (size_t i = 0; i < gltf["skins"].size(); ++i)
+            if (!gltf["skins"][i].is_object() || !gltf["skins"][i].contains("inverseBindMatrices"))
+                throw scene::SceneError(fileName + ": /skins/" + std::to_string(i) +
+                                        ": a skin without \"inverseBindMatrices\" is not read by the import "
+                                        "library; give the skin its bind matrices");
+
     Assimp::Importer importer;
     // Points and lines are no part of a host mesh.
     importer.SetPropertyInteger(AI_CONFIG_PP_SBP_REMOVE, aiPrimitiveType_POINT | aiPrimitiveType_LINE);
@@ -501,8 +542,9 @@ ImportResult ImportDocument(const std::string& fileName, const ImportOptions& op
     const aiScene* pScene = importer.ReadFile(fileName, flags);
     if (pScene == nullptr)
         throw scene::SceneError(fileName + ": the import library refused the file: " + importer.GetErrorString());
-    if (pScene->mRootNode == nullptr || (pScene->mFlags & AI_SCENE_FLAGS_INCOMPLETE) != 0)
-        throw scene::SceneError(fileName + ": the import library read no complete scene from the file");
+    // A file without meshes is one the import library calls incomplete; its nodes are still a scene.
+    if (pScene->mRootNode == nullptr)
+        throw scene::SceneError(fileName + ": the import library read no node from the file");
     ImportResult result;
     Importer(*pScene, fileName, options, result).Run();
     return result;

@@ -60,8 +60,11 @@ void Importer::EmitMaterials()
         const aiMaterial& material = *m_scene.mMaterials[m];
         aiString name;
         material.Get(AI_MATKEY_NAME, name);
-        const std::string where = "material '" + std::string(name.C_Str()) + "'";
-        json jMaterial = {{"name", name.C_Str()}, {"class", "standard"}};
+        // The exporter names a shader after its material: an unnamed one (glTF allows it, and the
+        // import library's default material is one) takes its place in the file.
+        const std::string materialName = name.length > 0 ? name.C_Str() : "Material " + std::to_string(m);
+        const std::string where = "material '" + materialName + "'";
+        json jMaterial = {{"name", materialName}, {"class", "standard"}};
         auto color = [&](const char* key, unsigned type, unsigned index, const char* to)
         {
             aiColor3D c;

@@ -31,6 +31,10 @@ public:
     {
         return Accessor(values.data(), values.size() * 2, 5123, values.size() / components, type);
     }
+    int Ints(const std::vector<uint32_t>& values, const char* type, size_t components)
+    {
+        return Accessor(values.data(), values.size() * 4, 5125, values.size() / components, type);
+    }
     // Adds a node; a top node is listed in the scene.
     int Node(nlohmann::json node, bool top)
     {
