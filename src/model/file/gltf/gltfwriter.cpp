@@ -47,20 +47,40 @@ ra::Vec3 Point(const ra::Vec3& p)
     return {0.0f - p.x, p.y, p.z};
 }
 
-ra::Quat Rotation(const ra::Quat& q)
+// Frames. A bone's, marker's or camera's own axes are its host node's: the exporter turns only the
+// world side of a node's matrix into game axes, and x of the frame over to keep it a rotation. In
+// glTF a frame is turned as the world is, so that a host node without rotation is a glTF node without
+// one (as the import host reads it back): a model-space matrix M is written K * M * S, where K takes
+// the frame's (x, y, z) to (-x, -z, y) and S is the mirror of Point.
+ra::Matrix34 Frame(const ra::Matrix34& m)
 {
-    return ra::Normalize(ra::Quat(q.x, 0.0f - q.y, 0.0f - q.z, q.w));
+    ra::Matrix34 out;
+    out.r[0] = -m.r[0];
+    out.r[1] = m.r[2];
+    out.r[2] = -m.r[1];
+    out.r[3] = m.r[3];
+    for (ra::Vec3& row : out.r)
+        row.x = 0.0f - row.x;
+    return out;
 }
 
-// The mirror on both sides of the matrix: element (i, j) of the 3x3 part changes sign when exactly
-// one of i and j is x.
-ra::Matrix34 Matrix(const ra::Matrix34& m)
+// A bone's local position and rotation (or a key of them) as its node's. Below a parent both sides
+// are frames: K * L * K^-1, whose rotation has the vector part (x, -z, y), improper K turning the
+// axis over. A root's parent side is model space: K * L * S, the same rotation followed by the
+// quarter turn about x that K * S is.
+struct Local
 {
-    ra::Matrix34 out = m;
-    for (int i = 0; i < 4; ++i)
-        out.r[i].x = -out.r[i].x;
-    out.r[0] = -out.r[0];
-    return out;
+    ra::Vec3 position;
+    ra::Quat rotation;
+};
+
+Local BoneLocal(const ra::Vec3& position, const ra::Quat& rotation, bool root)
+{
+    const ra::Quat turned(rotation.x, 0.0f - rotation.z, rotation.y, rotation.w);
+    if (!root)
+        return {{0.0f - position.x, position.z, 0.0f - position.y}, ra::Normalize(turned)};
+    static const ra::Quat s_quarterX = ra::QuatFromAxisAngle({1, 0, 0}, 1.5707963267948966f);
+    return {Point(position), ra::Normalize(ra::Concatenate(turned, s_quarterX))};
 }
 
 Json Array(const ra::Vec3& v)
@@ -232,12 +252,11 @@ private:
                 world = world * m_cBoneWorld[size_t(parent)];
             m_cBoneWorld[size_t(b)] = world;
             Json node = {{"name", Text(pBone->GetName())}};
-            const ra::Vec3 position = Point(pBone->GetPosition());
-            const ra::Quat rotation = Rotation(pBone->GetRotation());
-            if (position != ra::Vec3())
-                node["translation"] = Array(position);
-            if (rotation != ra::Quat())
-                node["rotation"] = Array(rotation);
+            const Local local = BoneLocal(pBone->GetPosition(), pBone->GetRotation(), parent < 0);
+            if (local.position != ra::Vec3())
+                node["translation"] = Array(local.position);
+            if (local.rotation != ra::Quat())
+                node["rotation"] = Array(local.rotation);
             m_b.Append("nodes", std::move(node));
             if (parent < 0)
                 m_cRootNode.push_back(b);
@@ -245,7 +264,7 @@ private:
                 m_cBoneChildren[size_t(parent)].push_back(b);
             // Column-major 4x4 of column vectors: the rows of the row-vector matrix, each closed by
             // 0 (or 1 for the translation).
-            const ra::Matrix34 inverse = Matrix(ra::Inverse(world));
+            const ra::Matrix34 inverse = ra::Inverse(Frame(world));
             for (int r = 0; r < 4; ++r)
                 cInverse.insert(cInverse.end(), {inverse.r[r].x, inverse.r[r].y, inverse.r[r].z, r == 3 ? 1.0f : 0.0f});
         }
@@ -525,7 +544,7 @@ private:
         {
             // A rigid mesh follows its bone: stored in the model's space of the reference pose, it
             // hangs under the bone by the bone's inverse reference matrix.
-            SetTransform(node, Matrix(ra::Inverse(m_cBoneWorld[size_t(ref.boneIndex)])));
+            SetTransform(node, ra::Inverse(Frame(m_cBoneWorld[size_t(ref.boneIndex)])));
             AddNode(std::move(node), ref.boneIndex);
         }
         else
@@ -539,8 +558,17 @@ private:
         {
             const Marker& marker = m_model.GetCMarker(i);
             Json node = {{"name", Text(marker.name)}};
-            SetTransform(node, Matrix(marker.transform));
-            AddNode(std::move(node), IsBone(marker.parentIndex) ? marker.parentIndex : -1);
+            if (IsBone(marker.parentIndex))
+            {
+                const ra::Matrix34& bone = m_cBoneWorld[size_t(marker.parentIndex)];
+                SetTransform(node, Frame(marker.transform * bone) * ra::Inverse(Frame(bone)));
+                AddNode(std::move(node), marker.parentIndex);
+            }
+            else
+            {
+                SetTransform(node, Frame(marker.transform));
+                AddNode(std::move(node), -1);
+            }
         }
     }
 
@@ -578,10 +606,10 @@ private:
     }
 
     // One sampler of a stream: times in seconds, strictly rising as glTF wants (a key at the time
-    // of the one before it is dropped), within the animation's length.
+    // of the one before it is dropped). `length` is the time from the first frame to the last.
     template <class StreamT, class Convert>
     void AddChannel(Json& animation, const StreamT& stream, float length, int node, const char* path,
-                    int components, const char* type, Convert convert)
+                    int components, const char* type, const Convert& convert)
     {
         std::vector<float> cTime, cValue;
         for (uint32 k = 0; k < stream.GetKeyCount(); ++k)
@@ -612,24 +640,29 @@ private:
                 continue;
             const std::string name = Text(pAnim->GetName());
             Json animation = {{"name", name}, {"samplers", Json::array()}, {"channels", Json::array()}};
-            const float length = pAnim->GetTime();
+            // Key times run from the first frame (0) to the last (1), and an animation's length holds
+            // one frame more: the last frame's own. Frame k of the source comes at k / frame rate.
+            const int32 frames = pAnim->GetFrameCount();
+            const float length =
+                frames > 1 ? pAnim->GetTime() * float(frames - 1) / float(frames) : pAnim->GetTime();
             for (size_t b = 0; length > 0.0f && b < m_cBoneWorld.size() && b < pNode->GetBoneMappingCount(); ++b)
             {
                 const int32 stream = pNode->GetBoneMapping(int(b));
                 if (stream < 0 || stream >= pAnim->GetBoneCount())
                     continue;
+                const bool root = m_model.GetSkeleton()->GetBone(int32(b))->GetParentIndex() < 0;
                 if (const BonePositionStream* pPosition = pAnim->GetPositionStream(stream))
                     AddChannel(animation, *pPosition, length, int(b), "translation", 3, "VEC3",
-                               [](const ra::Vec3& p, std::vector<float>& c)
+                               [root](const ra::Vec3& p, std::vector<float>& c)
                                {
-                                   const ra::Vec3 g = Point(p);
+                                   const ra::Vec3 g = BoneLocal(p, ra::Quat(), root).position;
                                    c.insert(c.end(), {g.x, g.y, g.z});
                                });
                 if (const BoneRotationStream* pRotation = pAnim->GetRotationStream(stream))
                     AddChannel(animation, *pRotation, length, int(b), "rotation", 4, "VEC4",
-                               [](const ra::Quat& q, std::vector<float>& c)
+                               [root](const ra::Quat& q, std::vector<float>& c)
                                {
-                                   const ra::Quat g = Rotation(q);
+                                   const ra::Quat g = BoneLocal(ra::Vec3(), q, root).rotation;
                                    c.insert(c.end(), {g.x, g.y, g.z, g.w});
                                });
             }

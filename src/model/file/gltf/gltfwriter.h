@@ -6,7 +6,9 @@
 // Axes: the model's are the game's (a host point (x, y, z) is the game point (-x, z, -y)), y up but
 // mirrored; glTF's are y up and right-handed with the front along +z. A game point (x, y, z) is
 // written as (-x, y, z), which is the host point (x, z, -y): the host's z up becomes glTF's y up, and
-// triangles are wound back the other way. Texture rows go top first, so v becomes 1 - v.
+// triangles are wound back the other way. Texture rows go top first, so v becomes 1 - v. The frames
+// of bones and markers are turned as the world is, so that a host node without rotation is a glTF
+// node without one.
 //
 // Not carried, since core glTF has no place for them: shader control streams (animated colours and
 // offsets), mesh visibility streams, camera animation, the low level of detail, the motion tree.

@@ -12,6 +12,8 @@
 #include <gtest/gtest.h>
 #include <png.h>
 
+#include <set>
+
 using namespace generic_test;
 using namespace gltf_test;
 
@@ -213,57 +215,69 @@ TEST_F(GltfWalker, RigidMeshesMarkersAndCamerasStandWhereTheModelPutsThem)
     EXPECT_GT(view[5], 0.0) << "the camera's up is up";
 }
 
-TEST_F(GltfWalker, AnimationKeysAreTheBoneStreamsInSecondsAndGltfAxes)
+// What a viewer draws a skinned vertex with: a joint's posed world matrix after its inverse bind
+// matrix. At every key of every animation that is the game's skin matrix (the bone's inverse
+// reference matrix, then its posed matrix), mirrored into glTF's axes.
+TEST_F(GltfWalker, PosedSkinMatricesAreTheGamesAtEveryKey)
 {
     const AnimList& list = *m_pWalker->GetAnimList();
+    const Skeleton& skeleton = *m_pWalker->GetSkeleton();
+    const auto inverse = ReadAccessor(m_file, m_file.doc["skins"][0]["inverseBindMatrices"]);
     ASSERT_EQ(m_file.doc["animations"].size(), size_t(list.GetAnimCount()));
     for (int a = 0; a < list.GetAnimCount(); ++a)
     {
         const Anim& anim = *list.GetAnim(a);
         const Json& animation = m_file.doc["animations"][size_t(a)];
-        size_t channels = 0;
-        for (int b = 0; b < anim.GetBoneCount(); ++b)
+        EXPECT_EQ(animation["name"], ra::GetNameText(anim.GetName()));
+        std::set<double> times;
+        for (const Json& sampler : animation["samplers"])
+            for (const auto& t : ReadAccessor(m_file, sampler["input"]))
+                times.insert(t[0]);
+        ASSERT_GE(times.size(), 2u);
+        EXPECT_NEAR(*times.rbegin(), anim.GetTime() * (anim.GetFrameCount() - 1) / anim.GetFrameCount(), 1e-6);
+        for (double time : times)
         {
-            const std::string bone = ra::GetNameText(anim.GetBoneName(b));
-            const int node = FindNode(m_file.doc, bone);
-            for (const char* path : {"translation", "rotation"})
+            SCOPED_TRACE(std::string(ra::GetNameText(anim.GetName())) + " at " + std::to_string(time));
+            // The glTF pose: each channel's key at this time on its node.
+            Json posed = m_file.doc;
+            for (const Json& channel : animation["channels"])
             {
-                const bool translation = std::string(path) == "translation";
-                const uint32 keys = translation ? (anim.GetPositionStream(b) ? anim.GetPositionStream(b)->GetKeyCount() : 0)
-                                                : (anim.GetRotationStream(b) ? anim.GetRotationStream(b)->GetKeyCount() : 0);
-                const Json* pChannel = nullptr;
-                for (const Json& channel : animation["channels"])
-                    if (channel["target"]["node"] == node && channel["target"]["path"] == path)
-                        pChannel = &channel;
-                ASSERT_EQ(pChannel != nullptr, keys > 0) << ra::GetNameText(anim.GetName()) << " " << bone << " " << path;
-                if (pChannel == nullptr)
-                    continue;
-                ++channels;
-                const Json& sampler = animation["samplers"][(*pChannel)["sampler"].get<size_t>()];
-                const auto times = ReadAccessor(m_file, sampler["input"]);
+                const Json& sampler = animation["samplers"][channel["sampler"].get<size_t>()];
+                const auto keys = ReadAccessor(m_file, sampler["input"]);
                 const auto values = ReadAccessor(m_file, sampler["output"]);
-                ASSERT_EQ(times.size(), keys);
-                ASSERT_EQ(values.size(), keys);
-                for (uint32 k = 0; k < keys; ++k)
-                {
-                    if (translation)
-                    {
-                        const PositionKey key{anim.GetPositionStream(b)->GetKeyTime(k), anim.GetPositionStream(b)->GetKeyValue(k)};
-                        EXPECT_NEAR(times[k][0], key.time * anim.GetTime(), 1e-6);
-                        ExpectNear({values[k][0], values[k][1], values[k][2]}, Mirrored(key.value), 1e-6, bone);
-                    }
-                    else
-                    {
-                        const ra::Quat q = ra::Normalize(anim.GetRotationStream(b)->GetKeyValue(k));
-                        EXPECT_NEAR(times[k][0], anim.GetRotationStream(b)->GetKeyTime(k) * anim.GetTime(), 1e-6);
-                        const std::vector<double> expected = {q.x, -q.y, -q.z, q.w};
-                        for (size_t c = 0; c < 4; ++c)
-                            EXPECT_NEAR(values[k][c], expected[c], 1e-6) << bone << " key " << k;
-                    }
-                }
+                for (size_t k = 0; k < keys.size(); ++k)
+                    if (std::abs(keys[k][0] - time) < 1e-6)
+                        posed["nodes"][channel["target"]["node"].get<size_t>()][channel["target"]["path"].get<std::string>()] =
+                            values[k];
+            }
+            const std::vector<Mat4> world = WorldMatrices(posed);
+            // The game's pose at the same time, parents first.
+            std::vector<ra::Matrix34> game(size_t(skeleton.GetBoneCount()));
+            for (int32 b = 0; b < skeleton.GetBoneCount(); ++b)
+            {
+                const Bone& bone = *skeleton.GetBone(b);
+                ra::Vec3 position = bone.GetPosition();
+                ra::Quat rotation = bone.GetRotation();
+                AnimHints hints;
+                const int stream = anim.FindBone(bone.GetName());
+                // glTF's time runs to the last frame; the game's length holds that frame's own too.
+                const float gameTime = float(time) * float(anim.GetFrameCount()) / float(anim.GetFrameCount() - 1);
+                if (stream >= 0)
+                    anim.EvaluateBone(stream, gameTime, false, position, rotation, hints);
+                game[size_t(b)] = ra::MatrixFromQuatPos(rotation, position);
+                if (bone.GetParentIndex() >= 0)
+                    game[size_t(b)] = game[size_t(b)] * game[size_t(bone.GetParentIndex())];
+                const ra::Matrix34 skin = bone.GetInvWorldMatrix() * game[size_t(b)];
+                Mat4 ibm;
+                std::copy(inverse[size_t(b)].begin(), inverse[size_t(b)].end(), ibm.begin());
+                const Mat4 written = Mul(world[size_t(b)], ibm);
+                const double sign[3] = {-1, 1, 1};
+                for (size_t r = 0; r < 4; ++r)
+                    for (size_t c = 0; c < 3; ++c)
+                        EXPECT_NEAR(written[r * 4 + c], (r < 3 ? sign[r] : 1.0) * sign[c] * (&skin.r[r].x)[c], 1e-5)
+                            << ra::GetNameText(bone.GetName()) << " row " << r << " column " << c;
             }
         }
-        EXPECT_EQ(animation["channels"].size(), channels);
     }
 }
 
