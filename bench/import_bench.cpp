@@ -68,12 +68,14 @@ class Buffer
 {
 public:
     explicit Buffer(json& doc) : m_doc(doc) {}
-    template <class T> int Add(const std::vector<T>& values, int componentType, const char* type, size_t components)
+    template <class T>
+    int Add(const std::vector<T>& values, int componentType, const char* type, size_t components)
     {
         m_bytes.resize((m_bytes.size() + 3) / 4 * 4, '\0');
         const size_t offset = m_bytes.size();
         m_bytes.append(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(T));
-        m_doc["bufferViews"].push_back({{"buffer", 0}, {"byteOffset", offset}, {"byteLength", values.size() * sizeof(T)}});
+        m_doc["bufferViews"].push_back(
+            {{"buffer", 0}, {"byteOffset", offset}, {"byteLength", values.size() * sizeof(T)}});
         m_doc["accessors"].push_back({{"bufferView", m_doc["bufferViews"].size() - 1},
                                       {"componentType", componentType},
                                       {"count", values.size() / components},
@@ -122,12 +124,15 @@ const Files& GetFiles()
             {
                 const float angle = 0.002f * float(f) * float(1 + b % 5) + 0.1f * float(b);
                 turns.insert(turns.end(), {0, std::sin(angle / 2), 0, std::cos(angle / 2)});
-                moves.insert(moves.end(), {0.5f, std::sin(float(f) * 0.01f) * float(b % 7) * 0.1f, float(f) * 0.001f});
+                moves.insert(moves.end(),
+                             {0.5f, std::sin(float(f) * 0.01f) * float(b % 7) * 0.1f, float(f) * 0.001f});
             }
             samplers.push_back({{"input", input}, {"output", buffer.Add(turns, 5126, "VEC4", 4)}});
-            channels.push_back({{"sampler", samplers.size() - 1}, {"target", {{"node", b}, {"path", "rotation"}}}});
+            channels.push_back(
+                {{"sampler", samplers.size() - 1}, {"target", {{"node", b}, {"path", "rotation"}}}});
             samplers.push_back({{"input", input}, {"output", buffer.Add(moves, 5126, "VEC3", 3)}});
-            channels.push_back({{"sampler", samplers.size() - 1}, {"target", {{"node", b}, {"path", "translation"}}}});
+            channels.push_back(
+                {{"sampler", samplers.size() - 1}, {"target", {{"node", b}, {"path", "translation"}}}});
             bind.insert(bind.end(), {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1});
         }
         doc["animations"] = {{{"name", "Run"}, {"samplers", samplers}, {"channels", channels}}};
@@ -135,7 +140,8 @@ const Files& GetFiles()
         for (int b = 0; b < BoneCount; ++b)
             joints.push_back(b);
         doc["skins"] = {{{"joints", joints}, {"inverseBindMatrices", buffer.Add(bind, 5126, "MAT4", 16)}}};
-        doc["materials"] = {{{"name", "Body"}, {"pbrMetallicRoughness", {{"baseColorFactor", {0.6, 0.5, 0.4, 1}}}}}};
+        doc["materials"] = {
+            {{"name", "Body"}, {"pbrMetallicRoughness", {{"baseColorFactor", {0.6, 0.5, 0.4, 1}}}}}};
 
         const int stride = GridColumns + 1;
         std::vector<uint16_t> index;
@@ -143,7 +149,8 @@ const Files& GetFiles()
             for (int c = 0; c < GridColumns; ++c)
             {
                 const int v0 = r * stride + c, v1 = v0 + 1, v2 = v0 + stride, v3 = v2 + 1;
-                index.insert(index.end(), {uint16_t(v0), uint16_t(v1), uint16_t(v3), uint16_t(v0), uint16_t(v3), uint16_t(v2)});
+                index.insert(index.end(), {uint16_t(v0), uint16_t(v1), uint16_t(v3), uint16_t(v0),
+                                           uint16_t(v3), uint16_t(v2)});
             }
         for (int m = 0; m < MeshCount; ++m)
         {
@@ -152,11 +159,13 @@ const Files& GetFiles()
             for (int r = 0; r <= GridRows; ++r)
                 for (int c = 0; c < stride; ++c)
                 {
-                    pos.insert(pos.end(), {float(c) * 0.05f, float(r) * 0.05f, float(m) + 0.01f * std::sin(float(c + r))});
+                    pos.insert(pos.end(), {float(c) * 0.05f, float(r) * 0.05f,
+                                           float(m) + 0.01f * std::sin(float(c + r))});
                     nrm.insert(nrm.end(), {0, 0, 1});
                     uv.insert(uv.end(), {float(c) / GridColumns, float(r) / GridRows});
                     const int first = (c / 10 + m * 3 + r / 30) % BoneCount;
-                    jointIndex.insert(jointIndex.end(), {uint16_t(first), uint16_t((first + 1) % BoneCount), 0, 0});
+                    jointIndex.insert(jointIndex.end(),
+                                      {uint16_t(first), uint16_t((first + 1) % BoneCount), 0, 0});
                     weights.insert(weights.end(), {0.75f, 0.25f, 0, 0});
                 }
             doc["meshes"].push_back({{"primitives",
@@ -230,8 +239,8 @@ void RunExport(benchmark::State& state, bool gltf)
         }
         // A run that lost meshes or animation, or reported an error, measures the wrong thing.
         const ra::MeshGroup* pGroup = pModel ? pModel->GetMeshGroup() : nullptr;
-        if (pGroup == nullptr || pGroup->GetMeshCount() != MeshCount || pModel->GetAnimList()->GetAnimCount() != 1 ||
-            SGMErrors::Get()->GetErrorCount() != 0)
+        if (pGroup == nullptr || pGroup->GetMeshCount() != MeshCount ||
+            pModel->GetAnimList()->GetAnimCount() != 1 || SGMErrors::Get()->GetErrorCount() != 0)
         {
             state.SkipWithError("the export lost meshes or animation, or reported an error");
             break;
@@ -355,8 +364,9 @@ const std::string& SoupPly()
             body.append(reinterpret_cast<const char*>(index), sizeof(index));
         }
         return "ply\nformat binary_little_endian 1.0\nelement vertex " + std::to_string(vertices) +
-               "\nproperty float x\nproperty float y\nproperty float z\nelement face " + std::to_string(vertices / 3) +
-               "\nproperty list uchar uint vertex_indices\nend_header\n" + body;
+               "\nproperty float x\nproperty float y\nproperty float z\nelement face " +
+               std::to_string(vertices / 3) + "\nproperty list uchar uint vertex_indices\nend_header\n" +
+               body;
     }();
     return s_ply;
 }

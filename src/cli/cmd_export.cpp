@@ -106,7 +106,8 @@ cli::CommandRegistrar s_export(
             "Exit status: 0 when the file was written or there was nothing to write, 1 when the scene\n"
             "could not be read, OUT's folder cannot be written or any error was reported (the .sgm may\n"
             "exist even then), 2 when OUT does not end in .sgm.");
-        sub->add_option("SCENE", pArgs->sceneFile, "Scene file (JSON), or .fbx .gltf .glb .dae .obj")->required();
+        sub->add_option("SCENE", pArgs->sceneFile, "Scene file (JSON), or .fbx .gltf .glb .dae .obj")
+            ->required();
         sub->add_option("OUT", pArgs->outFile, "Model file to write (.sgm)")->required();
         sub->add_flag("--no-meshes", pArgs->flags.noMeshes,
                       "Clear \"Export Meshes\": write the animation only");

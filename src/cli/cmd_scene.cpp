@@ -140,7 +140,8 @@ cli::CommandRegistrar s_scene(
         check->callback([pFile, &exitCode] { exitCode = Check(*pFile); });
 
         CLI::App* convert = group->add_subcommand(
-            "convert", "Write the scene file that the import host makes of an FBX, glTF, COLLADA or OBJ file");
+            "convert",
+            "Write the scene file that the import host makes of an FBX, glTF, COLLADA or OBJ file");
         convert->footer(
             "The scene as `tq7z export` sees it when given IN: nodes with their transforms per frame,\n"
             "meshes with smoothing groups found from the file's normals, materials, skins, cameras,\n"
@@ -150,13 +151,16 @@ cli::CommandRegistrar s_scene(
             "Exit status: 0 when OUT was written, 1 when IN could not be imported or OUT written,\n"
             "2 when OUT does not end in .json.");
         auto pConvert = std::make_shared<ConvertArgs>();
-        convert->add_option("IN", pConvert->in, "The file to import (.fbx, .gltf, .glb, .dae, .obj)")->required();
+        convert->add_option("IN", pConvert->in, "The file to import (.fbx, .gltf, .glb, .dae, .obj)")
+            ->required();
         convert->add_option("OUT", pConvert->out, "The scene file to write (.json)")->required();
-        convert->add_option("--frame-rate", pConvert->options.frameRate,
-                            "Frames a second at which the animation is sampled (30)")
+        convert
+            ->add_option("--frame-rate", pConvert->options.frameRate,
+                         "Frames a second at which the animation is sampled (30)")
             ->check(CLI::Range(1, 4800));
-        convert->add_option("--animation", pConvert->options.animation,
-                            "Which of the file's animations is the scene's, from 0 (0)")
+        convert
+            ->add_option("--animation", pConvert->options.animation,
+                         "Which of the file's animations is the scene's, from 0 (0)")
             ->check(CLI::NonNegativeNumber);
         convert->callback([pConvert, &exitCode] { exitCode = Convert(*pConvert); });
     });

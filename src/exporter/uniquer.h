@@ -57,7 +57,8 @@ template <class T> void Uniquer(std::vector<T>& cArray, std::vector<uint32>& cRe
     for (size_t i = 0; i < count; ++i)
     {
         size_t slot = UniquerHash(&cArray[i], sizeof(T)) & (capacity - 1);
-        while (cTable[slot] != Empty && std::memcmp(&cArray[cFirst[cTable[slot]]], &cArray[i], sizeof(T)) != 0)
+        while (cTable[slot] != Empty &&
+               std::memcmp(&cArray[cFirst[cTable[slot]]], &cArray[i], sizeof(T)) != 0)
             slot = (slot + 1) & (capacity - 1);
         if (cTable[slot] == Empty)
         {
@@ -70,7 +71,8 @@ template <class T> void Uniquer(std::vector<T>& cArray, std::vector<uint32>& cRe
     std::vector<uint32> cOrder(cFirst.size());
     for (size_t d = 0; d < cOrder.size(); ++d)
         cOrder[d] = uint32(d);
-    std::sort(cOrder.begin(), cOrder.end(), [&](uint32 a, uint32 b)
+    std::sort(cOrder.begin(), cOrder.end(),
+              [&](uint32 a, uint32 b)
               { return std::memcmp(&cArray[cFirst[a]], &cArray[cFirst[b]], sizeof(T)) < 0; });
     std::vector<uint32> cRank(cOrder.size());
     std::vector<T> cSorted;

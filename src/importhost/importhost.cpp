@@ -21,8 +21,9 @@ namespace
 // The node user properties the exporter knows: taken from any file's metadata. Other metadata
 // keys are taken from every file but FBX, whose metadata also lists the package's own node
 // settings.
-const char* const s_knownProperties[] = {"Remove",         "Stale",         "Inactive",      "ForceLocal",
-                                         "ForceInvisible", "ForceSkinning", "MeshMinDetail", "No_Child_Selection"};
+const char* const s_knownProperties[] = {
+    "Remove",         "Stale",         "Inactive",      "ForceLocal",
+    "ForceInvisible", "ForceSkinning", "MeshMinDetail", "No_Child_Selection"};
 
 // Frames past this are taken for a broken time scale, not an animation.
 constexpr double MostFrames = 1000000.0;
@@ -34,7 +35,9 @@ std::string Extension(const std::string& fileName)
     return std::filesystem::path(fileName).extension().string();
 }
 
-aiVector3D SampleVector(const aiVectorKey* pKey, unsigned count, double tick, const aiVector3D& fallback)
+// The value of a channel's keys at `tick`: the end values outside them, `mix` between two.
+template <class Key, class Value, class Mix>
+Value Sample(const Key* pKey, unsigned count, double tick, const Value& fallback, Mix mix)
 {
     if (count == 0 || pKey == nullptr)
         return fallback;
@@ -42,29 +45,22 @@ aiVector3D SampleVector(const aiVectorKey* pKey, unsigned count, double tick, co
         return pKey[0].mValue;
     if (tick >= pKey[count - 1].mTime)
         return pKey[count - 1].mValue;
-    const aiVectorKey* pNext =
-        std::upper_bound(pKey, pKey + count, tick, [](double t, const aiVectorKey& k) { return t < k.mTime; });
-    const aiVectorKey* pPrev = pNext - 1;
+    const Key* pNext =
+        std::upper_bound(pKey, pKey + count, tick, [](double t, const Key& k) { return t < k.mTime; });
+    const Key* pPrev = pNext - 1;
     const double span = pNext->mTime - pPrev->mTime;
-    const float f = span > 0 ? float((tick - pPrev->mTime) / span) : 0.0f;
-    return pPrev->mValue + (pNext->mValue - pPrev->mValue) * f;
+    return mix(pPrev->mValue, pNext->mValue, span > 0 ? float((tick - pPrev->mTime) / span) : 0.0f);
 }
 
-aiQuaternion SampleRotation(const aiQuatKey* pKey, unsigned count, double tick, const aiQuaternion& fallback)
+aiVector3D Lerp(const aiVector3D& a, const aiVector3D& b, float f)
 {
-    if (count == 0 || pKey == nullptr)
-        return fallback;
-    if (tick <= pKey[0].mTime)
-        return pKey[0].mValue;
-    if (tick >= pKey[count - 1].mTime)
-        return pKey[count - 1].mValue;
-    const aiQuatKey* pNext =
-        std::upper_bound(pKey, pKey + count, tick, [](double t, const aiQuatKey& k) { return t < k.mTime; });
-    const aiQuatKey* pPrev = pNext - 1;
-    const double span = pNext->mTime - pPrev->mTime;
-    const float f = span > 0 ? float((tick - pPrev->mTime) / span) : 0.0f;
+    return a + (b - a) * f;
+}
+
+aiQuaternion Slerp(const aiQuaternion& a, const aiQuaternion& b, float f)
+{
     aiQuaternion q;
-    aiQuaternion::Interpolate(q, pPrev->mValue, pNext->mValue, f);
+    aiQuaternion::Interpolate(q, a, b, f);
     return q.Normalize();
 }
 
@@ -80,7 +76,8 @@ aiMatrix4x4 ViewFrame(const aiVector3D& position, aiVector3D look, aiVector3D up
         y = std::fabs(z.y) < 0.9f ? aiVector3D(0, 1, 0) : aiVector3D(1, 0, 0);
     y.Normalize();
     const aiVector3D x = y ^ z;
-    return aiMatrix4x4(x.x, y.x, z.x, position.x, x.y, y.y, z.y, position.y, x.z, y.z, z.z, position.z, 0, 0, 0, 1);
+    return aiMatrix4x4(x.x, y.x, z.x, position.x, x.y, y.y, z.y, position.y, x.z, y.z, z.z, position.z, 0, 0,
+                       0, 1);
 }
 
 bool SameMatrix(const aiMatrix4x4& a, const aiMatrix4x4& b)
@@ -193,7 +190,8 @@ void Importer::ChooseAnimation()
              std::to_string(m_scene.mNumAnimations) + ")");
     if (m_scene.mNumAnimations > 1)
         Warn("the file has " + std::to_string(m_scene.mNumAnimations) + " animations; animation " +
-             std::to_string(chosen) + " ('" + m_scene.mAnimations[chosen]->mName.C_Str() + "') is the scene's");
+             std::to_string(chosen) + " ('" + m_scene.mAnimations[chosen]->mName.C_Str() +
+             "') is the scene's");
     m_pAnimation = m_scene.mAnimations[chosen];
     for (unsigned i = 0; i < m_pAnimation->mNumChannels; ++i)
         if (const aiNodeAnim* pChannel = m_pAnimation->mChannels[i])
@@ -236,11 +234,12 @@ void Importer::SampleNode(const aiNode& node, const Track* pParent)
             {
                 const double tick = double(f) / m_options.frameRate * ticksPerSecond;
                 local = aiMatrix4x4(
-                    SampleVector(pChannel->mScalingKeys, pChannel->mNumScalingKeys, tick, scaling),
-                    SampleRotation(pChannel->mRotationKeys, pChannel->mNumRotationKeys, tick, rotation),
-                    SampleVector(pChannel->mPositionKeys, pChannel->mNumPositionKeys, tick, position));
+                    Sample(pChannel->mScalingKeys, pChannel->mNumScalingKeys, tick, scaling, Lerp),
+                    Sample(pChannel->mRotationKeys, pChannel->mNumRotationKeys, tick, rotation, Slerp),
+                    Sample(pChannel->mPositionKeys, pChannel->mNumPositionKeys, tick, position, Lerp));
             }
-            const aiMatrix4x4& parent = pParent ? pParent->cWorld[pParent->animated ? size_t(f) : 0] : aiMatrix4x4();
+            const aiMatrix4x4& parent =
+                pParent ? pParent->cWorld[pParent->animated ? size_t(f) : 0] : aiMatrix4x4();
             track.cWorld.push_back(pParent ? parent * local : local);
         }
     }
@@ -396,7 +395,9 @@ void Importer::EmitNode(const aiNode& node, int parentIndex, json& cNode)
             jNode["transform"] = Transform(track, nullptr);
             // A bone is drawn as a bone; an empty leaf is a point (a marker to the exporter); an empty
             // node with children groups them.
-            const char* objectClass = m_cBoneName.count(name) ? "bone" : node.mNumChildren == 0 ? "point" : "dummy";
+            const char* objectClass = m_cBoneName.count(name)  ? "bone"
+                                      : node.mNumChildren == 0 ? "point"
+                                                               : "dummy";
             jNode["object"] = {{"class", objectClass}};
         }
         cNode.push_back(std::move(jNode));
@@ -452,8 +453,14 @@ bool OnOneLine(const json& j)
 {
     if (!j.is_array())
         return !j.is_object();
-    return std::all_of(j.begin(), j.end(),
-                       [](const json& e) { return e.is_primitive() || (e.is_array() && std::all_of(e.begin(), e.end(), [](const json& x) { return x.is_primitive(); })); });
+    return std::all_of(
+        j.begin(), j.end(),
+        [](const json& e)
+        {
+            return e.is_primitive() ||
+                   (e.is_array() &&
+                    std::all_of(e.begin(), e.end(), [](const json& x) { return x.is_primitive(); }));
+        });
 }
 
 void WriteText(const json& j, std::string& text, int depth)
@@ -463,20 +470,26 @@ void WriteText(const json& j, std::string& text, int depth)
         text += j.dump();
         return;
     }
-    const std::string indent(size_t(depth + 1) * 2, ' ');
     const bool object = j.is_object();
-    text += object ? "{\n" : "[\n";
+    text.push_back(object ? '{' : '[');
     bool first = true;
     for (auto it = j.begin(); it != j.end(); ++it)
     {
-        text += first ? "" : ",\n";
+        if (!first)
+            text.push_back(',');
         first = false;
-        text += indent;
+        text.push_back('\n');
+        text.append(size_t(depth + 1) * 2, ' ');
         if (object)
-            text += json(it.key()).dump() + ": ";
+        {
+            text.append(json(it.key()).dump());
+            text.append(": ");
+        }
         WriteText(it.value(), text, depth + 1);
     }
-    text += "\n" + std::string(size_t(depth) * 2, ' ') + (object ? "}" : "]");
+    text.push_back('\n');
+    text.append(size_t(depth) * 2, ' ');
+    text.push_back(object ? '}' : ']');
 }
 } // namespace
 
@@ -541,7 +554,8 @@ ImportResult ImportDocument(const std::string& fileName, const ImportOptions& op
                            aiProcess_ValidateDataStructure;
     const aiScene* pScene = importer.ReadFile(fileName, flags);
     if (pScene == nullptr)
-        throw scene::SceneError(fileName + ": the import library refused the file: " + importer.GetErrorString());
+        throw scene::SceneError(fileName +
+                                ": the import library refused the file: " + importer.GetErrorString());
     // A file without meshes is one the import library calls incomplete; its nodes are still a scene.
     if (pScene->mRootNode == nullptr)
         throw scene::SceneError(fileName + ": the import library read no node from the file");
@@ -556,9 +570,10 @@ std::unique_ptr<scene::Scene> ImportScene(const std::string& fileName, const Imp
     ImportResult result = ImportDocument(fileName, options);
     if (pWarnings)
         pWarnings->insert(pWarnings->end(), result.cWarning.begin(), result.cWarning.end());
-    const std::string folder = options.documentFolder.empty()
-                                   ? std::filesystem::absolute(fileName).parent_path().lexically_normal().string()
-                                   : options.documentFolder;
+    const std::string folder =
+        options.documentFolder.empty()
+            ? std::filesystem::absolute(fileName).parent_path().lexically_normal().string()
+            : options.documentFolder;
     return scene::ReadSceneDocument(result.document, fileName, folder);
 }
 } // namespace importhost

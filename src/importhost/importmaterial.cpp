@@ -69,7 +69,8 @@ void Importer::EmitMaterials()
         {
             aiColor3D c;
             if (material.Get(key, type, index, c) == AI_SUCCESS)
-                jMaterial[to] = json::array({CheckedNumber(c.r, where), CheckedNumber(c.g, where), CheckedNumber(c.b, where)});
+                jMaterial[to] = json::array(
+                    {CheckedNumber(c.r, where), CheckedNumber(c.g, where), CheckedNumber(c.b, where)});
         };
         color(AI_MATKEY_COLOR_DIFFUSE, "diffuse");
         color(AI_MATKEY_COLOR_SPECULAR, "specular");
@@ -104,21 +105,23 @@ void Importer::EmitMaterials()
                 continue;
             if (text[0] == '*' || m_scene.GetEmbeddedTexture(file.C_Str()) != nullptr)
             {
-                Warn(where + ": the " + slot.name + " map is an image inside the file; the exporter takes "
+                Warn(where + ": the " + slot.name +
+                     " map is an image inside the file; the exporter takes "
                      "bitmaps from files only, so the map is left out");
                 continue;
             }
             if (uvIndex != 0)
-                Warn(where + ": the " + slot.name + " map uses texture coordinate set " + std::to_string(uvIndex) +
-                     "; the first set is taken");
+                Warn(where + ": the " + slot.name + " map uses texture coordinate set " +
+                     std::to_string(uvIndex) + "; the first set is taken");
             const std::string bitmap = BitmapName(text);
             const std::string key = bitmap + "|" + TilingMode(mode[0]) + "|" + TilingMode(mode[1]);
             auto [found, added] = m_cTextureIndex.emplace(key, m_cTexture.size());
             if (added)
-                m_cTexture.push_back({{"name", std::filesystem::path(bitmap).stem().string()},
-                                      {"class", "bitmap"},
-                                      {"file", bitmap},
-                                      {"uvGen", {{"uMode", TilingMode(mode[0])}, {"vMode", TilingMode(mode[1])}}}});
+                m_cTexture.push_back(
+                    {{"name", std::filesystem::path(bitmap).stem().string()},
+                     {"class", "bitmap"},
+                     {"file", bitmap},
+                     {"uvGen", {{"uMode", TilingMode(mode[0])}, {"vMode", TilingMode(mode[1])}}}});
             maps[slot.name] = {{"texmap", found->second}};
         }
         if (!maps.empty())

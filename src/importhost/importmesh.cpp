@@ -45,7 +45,8 @@ int Importer::NodeMaterial(const aiNode& node, std::vector<unsigned>& cSlotMater
     for (unsigned i = 0; i < node.mNumMeshes; ++i)
     {
         const aiMesh* pMesh = m_scene.mMeshes[node.mMeshes[i]];
-        if (std::find(cSlotMaterial.begin(), cSlotMaterial.end(), pMesh->mMaterialIndex) == cSlotMaterial.end())
+        if (std::find(cSlotMaterial.begin(), cSlotMaterial.end(), pMesh->mMaterialIndex) ==
+            cSlotMaterial.end())
             cSlotMaterial.push_back(pMesh->mMaterialIndex);
     }
     if (cSlotMaterial.size() == 1)
@@ -94,7 +95,8 @@ void Importer::EmitMesh(const aiNode& node, json& jNode)
         const aiMesh& mesh = *m_scene.mMeshes[node.mMeshes[i]];
         const std::string where = "mesh '" + std::string(mesh.mName.C_Str()) + "' of node '" + nodeName + "'";
         const uint32_t materialId =
-            uint32_t(std::find(cSlotMaterial.begin(), cSlotMaterial.end(), mesh.mMaterialIndex) - cSlotMaterial.begin());
+            uint32_t(std::find(cSlotMaterial.begin(), cSlotMaterial.end(), mesh.mMaterialIndex) -
+                     cSlotMaterial.begin());
         if (mesh.GetNumUVChannels() > 1)
             Warn(where + ": only the first of its " + std::to_string(mesh.GetNumUVChannels()) +
                  " texture coordinate sets is taken");
@@ -116,7 +118,8 @@ void Importer::EmitMesh(const aiNode& node, json& jNode)
                     Fail(where + ": bone '" + bone.mName.C_Str() + "' weights vertex " +
                          std::to_string(weight.mVertexId) + " of " + std::to_string(mesh.mNumVertices));
                 if (!std::isfinite(weight.mWeight))
-                    Fail(where + ": bone '" + std::string(bone.mName.C_Str()) + "': a weight that is not a number");
+                    Fail(where + ": bone '" + std::string(bone.mName.C_Str()) +
+                         "': a weight that is not a number");
                 cInfluence[weight.mVertexId].push_back({slot->second, weight.mWeight});
             }
         }
@@ -131,7 +134,8 @@ void Importer::EmitMesh(const aiNode& node, json& jNode)
             const aiVector3D& p = mesh.mVertices[v];
             if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))
                 Fail(where + ": vertex " + std::to_string(v) + " is not a finite point");
-            auto [found, added] = cPositionIndex.emplace(VertexKey(p, influences), uint32_t(cPosition.size()));
+            auto [found, added] =
+                cPositionIndex.emplace(VertexKey(p, influences), uint32_t(cPosition.size()));
             if (added)
             {
                 cPosition.push_back(p);
@@ -216,7 +220,8 @@ void Importer::EmitMesh(const aiNode& node, json& jNode)
     std::vector<int32_t> cOrder(cBone.size());
     for (size_t b = 0; b < cOrder.size(); ++b)
         cOrder[b] = int32_t(b);
-    std::stable_sort(cOrder.begin(), cOrder.end(), [&](int32_t a, int32_t b) { return cHostIndex[size_t(a)] < cHostIndex[size_t(b)]; });
+    std::stable_sort(cOrder.begin(), cOrder.end(),
+                     [&](int32_t a, int32_t b) { return cHostIndex[size_t(a)] < cHostIndex[size_t(b)]; });
     std::vector<int32_t> cSlot(cBone.size());
     for (size_t b = 0; b < cOrder.size(); ++b)
         cSlot[size_t(cOrder[b])] = int32_t(b);
@@ -245,7 +250,9 @@ void Importer::EmitMesh(const aiNode& node, json& jNode)
             point.push_back(json::array({i.bone, Number(i.weight)}));
         cPointJson.push_back(std::move(point));
     }
-    jNode["modifiers"] = json::array(
-        {{{"class", "skin"}, {"bones", std::move(cBoneLink)}, {"initTMs", std::move(cInit)}, {"points", std::move(cPointJson)}}});
+    jNode["modifiers"] = json::array({{{"class", "skin"},
+                                       {"bones", std::move(cBoneLink)},
+                                       {"initTMs", std::move(cInit)},
+                                       {"points", std::move(cPointJson)}}});
 }
 } // namespace importhost

@@ -44,13 +44,14 @@ private:
 bool Agree(const float* a, const float* b)
 {
     const float dot = a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-    const float lengths = std::sqrt((a[0] * a[0] + a[1] * a[1] + a[2] * a[2]) * (b[0] * b[0] + b[1] * b[1] + b[2] * b[2]));
+    const float lengths =
+        std::sqrt((a[0] * a[0] + a[1] * a[1] + a[2] * a[2]) * (b[0] * b[0] + b[1] * b[1] + b[2] * b[2]));
     return lengths > 0.0f && dot >= AgreeCosine * lengths;
 }
 } // namespace
 
-std::vector<uint32_t> FindSmoothingGroups(const std::vector<uint32_t>& cCorner, const std::vector<float>& cNormal,
-                                          size_t positionCount)
+std::vector<uint32_t> FindSmoothingGroups(const std::vector<uint32_t>& cCorner,
+                                          const std::vector<float>& cNormal, size_t positionCount)
 {
     const size_t faceCount = cCorner.size() / 3;
     if (faceCount == 0 || cNormal.size() < faceCount * 9)

@@ -21,7 +21,8 @@ public:
         Glb
     };
 
-    nlohmann::json doc = {{"asset", {{"version", "2.0"}}}, {"scene", 0}, {"scenes", {{{"nodes", nlohmann::json::array()}}}}};
+    nlohmann::json doc = {
+        {"asset", {{"version", "2.0"}}}, {"scene", 0}, {"scenes", {{{"nodes", nlohmann::json::array()}}}}};
 
     int Floats(const std::vector<float>& values, const char* type, size_t components)
     {
@@ -86,7 +87,8 @@ private:
         const int view = int(doc["bufferViews"].size());
         doc["bufferViews"].push_back({{"buffer", 0}, {"byteOffset", offset}, {"byteLength", bytes}});
         const int index = int(doc["accessors"].size());
-        doc["accessors"].push_back({{"bufferView", view}, {"componentType", componentType}, {"count", count}, {"type", type}});
+        doc["accessors"].push_back(
+            {{"bufferView", view}, {"componentType", componentType}, {"count", count}, {"type", type}});
         return index;
     }
 

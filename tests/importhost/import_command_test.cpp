@@ -58,7 +58,8 @@ std::string Soup(const TempFolder& folder, uint32_t vertexCount, int boneCount, 
     {
         b.doc["images"] = {{{"uri", image}}};
         b.doc["textures"] = {{{"source", 0}}};
-        b.doc["materials"] = {{{"name", "Painted"}, {"pbrMetallicRoughness", {{"baseColorTexture", {{"index", 0}}}}}}};
+        b.doc["materials"] = {
+            {{"name", "Painted"}, {"pbrMetallicRoughness", {{"baseColorTexture", {{"index", 0}}}}}}};
         primitive["material"] = 0;
         const std::vector<float> uv(size_t(vertexCount) * 2, 0.5f);
         primitive["attributes"]["TEXCOORD_0"] = b.Floats(uv, "VEC2", 2);
@@ -80,16 +81,30 @@ TEST(ImportCommand, BadInputIsRefusedWithWhatAndWhere)
         int status;
         std::vector<std::string> cMessage;
     } cases[] = {
-        {"not a glTF", [](const TempFolder& f) { return f.Write("broken.gltf", "{\"asset\": [1, 2"); }, 1,
+        {"not a glTF",
+         [](const TempFolder& f) { return f.Write("broken.gltf", "{\"asset\": [1, 2"); },
+         1,
          {"broken.gltf: the import library refused the file"}},
-        {"no such file", [](const TempFolder& f) { return f / "absent.fbx"; }, 1, {"absent.fbx: the import library refused"}},
-        {"70,002 vertices", [](const TempFolder& f) { return Soup(f, 70002, 0, nullptr); }, 1, {"'Big': Too many vertices!"}},
-        {"five bones a vertex", [](const TempFolder& f) { return Soup(f, 3, 5, nullptr); }, 1,
+        {"no such file",
+         [](const TempFolder& f) { return f / "absent.fbx"; },
+         1,
+         {"absent.fbx: the import library refused"}},
+        {"70,002 vertices",
+         [](const TempFolder& f) { return Soup(f, 70002, 0, nullptr); },
+         1,
+         {"'Big': Too many vertices!"}},
+        {"five bones a vertex",
+         [](const TempFolder& f) { return Soup(f, 3, 5, nullptr); },
+         1,
          {"Mesh 'Big', vertex 0 is weighted by too many bones!"}},
-        {"a skin without bind matrices", [](const TempFolder& f) { return Soup(f, 3, 2, nullptr, false); }, 1,
+        {"a skin without bind matrices",
+         [](const TempFolder& f) { return Soup(f, 3, 2, nullptr, false); },
+         1,
          {"soup.gltf: /skins/0: a skin without \"inverseBindMatrices\""}},
         {"four bones a vertex", [](const TempFolder& f) { return Soup(f, 3, 4, nullptr); }, 0, {}},
-        {"missing bitmap", [](const TempFolder& f) { return Soup(f, 3, 0, "paint/missing.tga"); }, 0,
+        {"missing bitmap",
+         [](const TempFolder& f) { return Soup(f, 3, 0, "paint/missing.tga"); },
+         0,
          {"Unable to load texture", "paint/missing.tga"}},
     };
     for (const Case& c : cases)
@@ -99,7 +114,8 @@ TEST(ImportCommand, BadInputIsRefusedWithWhatAndWhere)
         const ToolRun run = RunTool({"export", file, folder / "out/soup.sgm"});
         EXPECT_EQ(run.status, c.status) << c.name << "\n" << run.err;
         for (const std::string& message : c.cMessage)
-            EXPECT_NE(run.err.find(message), std::string::npos) << c.name << ": " << message << " in\n" << run.err;
+            EXPECT_NE(run.err.find(message), std::string::npos) << c.name << ": " << message << " in\n"
+                                                                << run.err;
         // A file the import refuses leaves nothing behind.
         if (c.status != 0 && c.cMessage[0].find("import library") != std::string::npos)
         {
@@ -114,7 +130,8 @@ TEST(ImportCommand, ConvertWritesTheSceneExportSees)
     const std::string file = SkinGltf().Save(folder, "skin", GltfBuilder::Form::Bin);
     const ToolRun convert = RunTool({"scene", "convert", file, folder / "scenes/skin.json"});
     ASSERT_EQ(convert.status, 0) << convert.err;
-    EXPECT_NE(convert.out.find("4 nodes, 2 materials, 0 textures, frames 0 to 2"), std::string::npos) << convert.out;
+    EXPECT_NE(convert.out.find("4 nodes, 2 materials, 0 textures, frames 0 to 2"), std::string::npos)
+        << convert.out;
     ASSERT_EQ(RunTool({"export", file, folder / "a/skin.sgm"}).status, 0);
     ASSERT_EQ(RunTool({"export", folder / "scenes/skin.json", folder / "b/skin.sgm"}).status, 0);
     // Exactly: no tolerance.

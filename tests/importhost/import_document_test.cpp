@@ -20,8 +20,9 @@ std::string RisingNode(const TempFolder& folder)
     const int input = b.Floats({0, 1}, "SCALAR", 1);
     b.doc["accessors"][input]["min"] = {0};
     b.doc["accessors"][input]["max"] = {1};
-    b.doc["animations"] = {{{"samplers", {{{"input", input}, {"output", b.Floats({0, 0, 0, 0, 3, 0}, "VEC3", 3)}}}},
-                            {"channels", {{{"sampler", 0}, {"target", {{"node", 0}, {"path", "translation"}}}}}}}};
+    b.doc["animations"] = {
+        {{"samplers", {{{"input", input}, {"output", b.Floats({0, 0, 0, 0, 3, 0}, "VEC3", 3)}}}},
+         {"channels", {{{"sampler", 0}, {"target", {{"node", 0}, {"path", "translation"}}}}}}}};
     return b.Save(folder, "lift", GltfBuilder::Form::DataUri);
 }
 
@@ -85,8 +86,8 @@ TEST(ImportDocument, NodeExtrasAreUserProperties)
 
 // For every two faces that meet at a position: they share a smoothing bit exactly when their
 // normals there agree.
-void ExpectGroupsFollowNormals(const char* name, const std::vector<uint32_t>& cCorner, const std::vector<float>& cNormal,
-                               size_t positions, int mostBits)
+void ExpectGroupsFollowNormals(const char* name, const std::vector<uint32_t>& cCorner,
+                               const std::vector<float>& cNormal, size_t positions, int mostBits)
 {
     const std::vector<uint32_t> cGroup = importhost::FindSmoothingGroups(cCorner, cNormal, positions);
     ASSERT_EQ(cGroup.size(), cCorner.size() / 3) << name;
@@ -111,7 +112,8 @@ void ExpectGroupsFollowNormals(const char* name, const std::vector<uint32_t>& cC
 TEST(FindSmoothingGroups, FacesShareABitExactlyWhereTheirNormalsAgree)
 {
     // A cube: 8 positions, two triangles a side, each side its normal.
-    const int sides[6][4] = {{0, 1, 3, 2}, {4, 6, 7, 5}, {0, 4, 5, 1}, {2, 3, 7, 6}, {0, 2, 6, 4}, {1, 5, 7, 3}};
+    const int sides[6][4] = {{0, 1, 3, 2}, {4, 6, 7, 5}, {0, 4, 5, 1},
+                             {2, 3, 7, 6}, {0, 2, 6, 4}, {1, 5, 7, 3}};
     const float normals[6][3] = {{0, 0, -1}, {0, 0, 1}, {0, -1, 0}, {0, 1, 0}, {-1, 0, 0}, {1, 0, 0}};
     std::vector<uint32_t> cubeCorner;
     std::vector<float> cubeNormal, smoothCubeNormal;
@@ -141,7 +143,9 @@ TEST(FindSmoothingGroups, FacesShareABitExactlyWhereTheirNormalsAgree)
 
     // Two triangles that touch at one corner only, normals apart; a normal of length 0 agrees with
     // nothing.
-    ExpectGroupsFollowNormals("touching", {0, 1, 2, 0, 3, 4}, {0, 0, 1, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0, 1, 0, 0}, 5, 2);
-    ExpectGroupsFollowNormals("zero normal", {0, 1, 2, 0, 3, 4}, {0, 0, 0, 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1}, 5, 2);
+    ExpectGroupsFollowNormals("touching", {0, 1, 2, 0, 3, 4},
+                              {0, 0, 1, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0, 1, 0, 0}, 5, 2);
+    ExpectGroupsFollowNormals("zero normal", {0, 1, 2, 0, 3, 4},
+                              {0, 0, 0, 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1}, 5, 2);
 }
 } // namespace

@@ -24,14 +24,19 @@ std::string Export(const std::string& scene, const TempFolder& folder, const std
     return run.status == 0 ? "" : "export of " + scene + " failed: " + run.err;
 }
 
-// Empty when the two exports hold the same model (keys within `tolerance`).
-std::string Diff(const TempFolder& folder, const char* tolerance)
+// `file` and the scene file `scene` export to the same model (floats within `tolerance`); on a
+// difference, the scene the import host made is shown.
+void ExpectSameModel(const std::string& file, const json& scene, const char* tolerance)
 {
+    TempFolder folder;
+    ASSERT_EQ(Export(file, folder, "a"), "");
+    ASSERT_EQ(Export(folder.Write("scene.json", scene.dump()), folder, "b"), "");
     std::vector<std::string> args = {"model", "diff", folder / "a/scene.sgm", folder / "b/scene.sgm"};
     if (tolerance)
         args.insert(args.end(), {"--tolerance", tolerance});
-    const ToolRun run = RunTool(args);
-    return run.status == 0 ? "" : run.out + run.err;
+    const ToolRun diff = RunTool(args);
+    EXPECT_EQ(diff.status, 0) << diff.out << RunTool({"scene", "convert", file, folder / "seen.json"}).err
+                              << TempFolder::Read(folder / "seen.json");
 }
 
 struct Case
@@ -52,19 +57,17 @@ class RoofForms : public testing::TestWithParam<Case>
 TEST_P(RoofForms, ExportAsTheSceneFileSays)
 {
     TempFolder folder;
-    const std::string file = GetParam().write(folder);
-    const std::string scene = folder.Write("roof.json", RoofScene().dump());
-    ASSERT_EQ(Export(file, folder, "a"), "");
-    ASSERT_EQ(Export(scene, folder, "b"), "");
-    EXPECT_EQ(Diff(folder, nullptr), "") << RunTool({"scene", "convert", file, folder / "seen.json"}).err
-                                         << TempFolder::Read(folder / "seen.json");
+    ExpectSameModel(GetParam().write(folder), RoofScene(), nullptr);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Import, RoofForms,
-    testing::Values(Case{"GltfDataUri", [](const TempFolder& f) { return RoofGltf().Save(f, "roof", GltfBuilder::Form::DataUri); }},
-                    Case{"GltfBin", [](const TempFolder& f) { return RoofGltf().Save(f, "roof", GltfBuilder::Form::Bin); }},
-                    Case{"Glb", [](const TempFolder& f) { return RoofGltf().Save(f, "roof", GltfBuilder::Form::Glb); }},
+    testing::Values(Case{"GltfDataUri", [](const TempFolder& f)
+                         { return RoofGltf().Save(f, "roof", GltfBuilder::Form::DataUri); }},
+                    Case{"GltfBin", [](const TempFolder& f)
+                         { return RoofGltf().Save(f, "roof", GltfBuilder::Form::Bin); }},
+                    Case{"Glb", [](const TempFolder& f)
+                         { return RoofGltf().Save(f, "roof", GltfBuilder::Form::Glb); }},
                     Case{"Collada", [](const TempFolder& f) { return RoofDae(f); }},
                     Case{"Obj", [](const TempFolder& f) { return RoofObj(f); }}),
     [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
@@ -112,19 +115,17 @@ class SkinForms : public testing::TestWithParam<Case>
 TEST_P(SkinForms, ExportAsTheSceneFileSays)
 {
     TempFolder folder;
-    const std::string file = GetParam().write(folder);
-    const std::string scene = folder.Write("skin.json", SkinScene().dump());
-    ASSERT_EQ(Export(file, folder, "a"), "");
-    ASSERT_EQ(Export(scene, folder, "b"), "");
-    EXPECT_EQ(Diff(folder, "1e-5"), "") << RunTool({"scene", "convert", file, folder / "seen.json"}).err
-                                        << TempFolder::Read(folder / "seen.json");
+    ExpectSameModel(GetParam().write(folder), SkinScene(), "1e-5");
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Import, SkinForms,
-    testing::Values(Case{"GltfDataUri", [](const TempFolder& f) { return SkinGltf().Save(f, "skin", GltfBuilder::Form::DataUri); }},
-                    Case{"GltfBin", [](const TempFolder& f) { return SkinGltf().Save(f, "skin", GltfBuilder::Form::Bin); }},
-                    Case{"Glb", [](const TempFolder& f) { return SkinGltf().Save(f, "skin", GltfBuilder::Form::Glb); }},
+    testing::Values(Case{"GltfDataUri", [](const TempFolder& f)
+                         { return SkinGltf().Save(f, "skin", GltfBuilder::Form::DataUri); }},
+                    Case{"GltfBin", [](const TempFolder& f)
+                         { return SkinGltf().Save(f, "skin", GltfBuilder::Form::Bin); }},
+                    Case{"Glb", [](const TempFolder& f)
+                         { return SkinGltf().Save(f, "skin", GltfBuilder::Form::Glb); }},
                     Case{"Fbx", SkinFbx}),
     [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
 } // namespace

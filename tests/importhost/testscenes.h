@@ -48,8 +48,10 @@ inline std::vector<Part> RoofParts()
 {
     const float s = std::sqrt(0.5f);
     Part roof{"Red", {1, 0, 0}, {}, {}, {}, {}};
-    roof.cPosition = {{0, -1, 0}, {1, -1, 0}, {1, 0, 1}, {0, 0, 1}, {0, 0, 1}, {1, 0, 1}, {1, 1, 0}, {0, 1, 0}};
-    roof.cNormal = {{0, -s, s}, {0, -s, s}, {0, -s, s}, {0, -s, s}, {0, s, s}, {0, s, s}, {0, s, s}, {0, s, s}};
+    roof.cPosition = {{0, -1, 0}, {1, -1, 0}, {1, 0, 1}, {0, 0, 1},
+                      {0, 0, 1},  {1, 0, 1},  {1, 1, 0}, {0, 1, 0}};
+    roof.cNormal = {{0, -s, s}, {0, -s, s}, {0, -s, s}, {0, -s, s},
+                    {0, s, s},  {0, s, s},  {0, s, s},  {0, s, s}};
     roof.cUV = {{0, 0}, {1, 0}, {1, 0.5f}, {0, 0.5f}, {0, 0.5f}, {1, 0.5f}, {1, 1}, {0, 1}};
     roof.cIndex = {0, 1, 2, 0, 2, 3, 4, 5, 6, 4, 6, 7};
     Part strip{"Blue", {0, 0, 1}, {}, {}, {}, {}};
@@ -112,7 +114,8 @@ inline json RoofScene()
                {"material", 2},
                {"object",
                 {{"class", "editableMesh"},
-                 {"mesh", {{"vertices", vertices}, {"faces", faces}, {"tverts", tverts}, {"tvFaces", tvFaces}}}}}}}}};
+                 {"mesh",
+                  {{"vertices", vertices}, {"faces", faces}, {"tverts", tverts}, {"tvFaces", tvFaces}}}}}}}}};
 }
 
 inline GltfBuilder RoofGltf()
@@ -133,7 +136,8 @@ inline GltfBuilder RoofGltf()
         const int material = int(b.doc["materials"].size());
         b.doc["materials"].push_back(
             {{"name", part.material},
-             {"pbrMetallicRoughness", {{"baseColorFactor", {part.colour.x, part.colour.y, part.colour.z, 1}}}}});
+             {"pbrMetallicRoughness",
+              {{"baseColorFactor", {part.colour.x, part.colour.y, part.colour.z, 1}}}}});
         primitives.push_back({{"attributes",
                                {{"POSITION", b.Floats(pos, "VEC3", 3)},
                                 {"NORMAL", b.Floats(nrm, "VEC3", 3)},
@@ -165,7 +169,8 @@ inline std::string RoofObj(const TempFolder& folder)
     size_t base = 1;
     for (const Part& part : RoofParts())
     {
-        mtl += "newmtl " + part.material + "\nKd " + Floats({part.colour.x, part.colour.y, part.colour.z}) + "\nKs " + Specular + "\n";
+        mtl += "newmtl " + part.material + "\nKd " + Floats({part.colour.x, part.colour.y, part.colour.z}) +
+               "\nKs " + Specular + "\n";
         for (size_t v = 0; v < part.cPosition.size(); ++v)
         {
             const V3 p = YUp(part.cPosition[v]), n = YUp(part.cNormal[v]);
@@ -196,10 +201,12 @@ inline std::string RoofDae(const TempFolder& folder)
     for (const Part& part : RoofParts())
     {
         const std::string& m = part.material;
-        effects += "<effect id=\"" + m + "-fx\"><profile_COMMON><technique sid=\"common\"><phong><diffuse><color>" +
-                   Floats({part.colour.x, part.colour.y, part.colour.z, 1}) +
-                   "</color></diffuse><specular><color>" + Specular + " 1</color></specular></phong></technique></profile_COMMON></effect>\n";
-        materials += "<material id=\"" + m + "\" name=\"" + m + "\"><instance_effect url=\"#" + m + "-fx\"/></material>\n";
+        effects +=
+            "<effect id=\"" + m + "-fx\"><profile_COMMON><technique sid=\"common\"><phong><diffuse><color>" +
+            Floats({part.colour.x, part.colour.y, part.colour.z, 1}) + "</color></diffuse><specular><color>" +
+            Specular + " 1</color></specular></phong></technique></profile_COMMON></effect>\n";
+        materials += "<material id=\"" + m + "\" name=\"" + m + "\"><instance_effect url=\"#" + m +
+                     "-fx\"/></material>\n";
         bindings += "<instance_material symbol=\"" + m + "-s\" target=\"#" + m + "\"/>";
         std::vector<float> pos, nrm, uv;
         for (size_t v = 0; v < part.cPosition.size(); ++v)
@@ -214,7 +221,8 @@ inline std::string RoofDae(const TempFolder& folder)
             std::string text = "<source id=\"" + id + "\"><float_array id=\"" + id + "-a\" count=\"" +
                                std::to_string(values.size()) + "\">" + Floats(values) +
                                "</float_array><technique_common><accessor source=\"#" + id + "-a\" count=\"" +
-                               std::to_string(values.size() / stride) + "\" stride=\"" + std::to_string(stride) + "\">";
+                               std::to_string(values.size() / stride) + "\" stride=\"" +
+                               std::to_string(stride) + "\">";
             for (const char* p = params; *p; ++p)
                 text += std::string("<param name=\"") + *p + "\" type=\"float\"/>";
             return text + "</accessor></technique_common></source>\n";
@@ -222,28 +230,32 @@ inline std::string RoofDae(const TempFolder& folder)
         std::string indices;
         for (uint16_t i : part.cIndex)
             indices += (indices.empty() ? "" : " ") + std::to_string(i);
-        geometry += "<geometry id=\"" + m + "-g\"><mesh>" + source(m + "-p", pos, "XYZ") + source(m + "-n", nrm, "XYZ") +
-                    source(m + "-t", uv, "ST") + "<vertices id=\"" + m + "-v\"><input semantic=\"POSITION\" source=\"#" + m +
+        geometry += "<geometry id=\"" + m + "-g\"><mesh>" + source(m + "-p", pos, "XYZ") +
+                    source(m + "-n", nrm, "XYZ") + source(m + "-t", uv, "ST") + "<vertices id=\"" + m +
+                    "-v\"><input semantic=\"POSITION\" source=\"#" + m +
                     "-p\"/></vertices><triangles material=\"" + m + "-s\" count=\"" +
                     std::to_string(part.cIndex.size() / 3) + "\"><input semantic=\"VERTEX\" source=\"#" + m +
                     "-v\" offset=\"0\"/><input semantic=\"NORMAL\" source=\"#" + m +
-                    "-n\" offset=\"0\"/><input semantic=\"TEXCOORD\" source=\"#" + m + "-t\" offset=\"0\" set=\"0\"/><p>" +
-                    indices + "</p></triangles></mesh></geometry>\n";
+                    "-n\" offset=\"0\"/><input semantic=\"TEXCOORD\" source=\"#" + m +
+                    "-t\" offset=\"0\" set=\"0\"/><p>" + indices + "</p></triangles></mesh></geometry>\n";
     }
     std::string instances;
     for (const Part& part : RoofParts())
-        instances += "<instance_geometry url=\"#" + part.material + "-g\"><bind_material><technique_common>" + bindings +
-                     "</technique_common></bind_material></instance_geometry>";
-    return folder.Write("roof.dae",
-                        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<COLLADA "
-                        "xmlns=\"http://www.collada.org/2005/11/COLLADASchema\" version=\"1.4.1\">\n"
-                        "<asset><unit name=\"meter\" meter=\"1\"/><up_axis>Z_UP</up_axis></asset>\n"
-                        "<library_effects>" + effects + "</library_effects>\n<library_materials>" + materials +
-                        "</library_materials>\n<library_geometries>" + geometry +
-                        "</library_geometries>\n<library_visual_scenes><visual_scene id=\"S\"><node id=\"Roof\" "
-                        "name=\"Roof\">" + instances +
-                        "</node></visual_scene></library_visual_scenes>\n<scene><instance_visual_scene "
-                        "url=\"#S\"/></scene>\n</COLLADA>\n");
+        instances += "<instance_geometry url=\"#" + part.material + "-g\"><bind_material><technique_common>" +
+                     bindings + "</technique_common></bind_material></instance_geometry>";
+    return folder.Write(
+        "roof.dae",
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<COLLADA "
+        "xmlns=\"http://www.collada.org/2005/11/COLLADASchema\" version=\"1.4.1\">\n"
+        "<asset><unit name=\"meter\" meter=\"1\"/><up_axis>Z_UP</up_axis></asset>\n"
+        "<library_effects>" +
+            effects + "</library_effects>\n<library_materials>" + materials +
+            "</library_materials>\n<library_geometries>" + geometry +
+            "</library_geometries>\n<library_visual_scenes><visual_scene id=\"S\"><node id=\"Roof\" "
+            "name=\"Roof\">" +
+            instances +
+            "</node></visual_scene></library_visual_scenes>\n<scene><instance_visual_scene "
+            "url=\"#S\"/></scene>\n</COLLADA>\n");
 }
 // Two bones over three frames: "Root" moves along x a unit a frame, "Arm" (a unit above it) turns
 // 30 degrees a frame about the up axis, "Tip" (a unit above that) is an empty leaf, a marker. The
@@ -272,7 +284,8 @@ inline GltfBuilder SkinGltf()
             joints.insert(joints.end(), {uint16_t(r == 2 ? 1 : 0), uint16_t(r == 1 ? 1 : 0), 0, 0});
             weights.insert(weights.end(), {r == 1 ? 0.5f : 1.0f, r == 1 ? 0.5f : 0.0f, 0, 0});
         }
-    b.doc["materials"] = {{{"name", "Skin"}, {"pbrMetallicRoughness", {{"baseColorFactor", {0.8, 0.7, 0.6, 1}}}}}};
+    b.doc["materials"] = {
+        {{"name", "Skin"}, {"pbrMetallicRoughness", {{"baseColorFactor", {0.8, 0.7, 0.6, 1}}}}}};
     b.doc["meshes"] = {{{"primitives",
                          {{{"attributes",
                             {{"POSITION", b.Floats(pos, "VEC3", 3)},
@@ -281,7 +294,7 @@ inline GltfBuilder SkinGltf()
                              {"WEIGHTS_0", b.Floats(weights, "VEC4", 4)}}},
                            {"indices", b.Shorts({0, 1, 3, 0, 3, 2, 2, 3, 5, 2, 5, 4}, "SCALAR", 1)},
                            {"material", 0}}}}}};
-    const std::vector<float> bind = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1,
+    const std::vector<float> bind = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0,  0, 1,
                                      1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, -1, 0, 1};
     b.doc["skins"] = {{{"joints", {0, 1}}, {"inverseBindMatrices", b.Floats(bind, "MAT4", 16)}}};
     std::vector<float> times, moves, turns;
@@ -294,12 +307,13 @@ inline GltfBuilder SkinGltf()
     const int input = b.Floats(times, "SCALAR", 1);
     b.doc["accessors"][input]["min"] = {times.front()};
     b.doc["accessors"][input]["max"] = {times.back()};
-    b.doc["animations"] = {
-        {{"name", "Move"},
-         {"samplers", {{{"input", input}, {"output", b.Floats(moves, "VEC3", 3)}}, {{"input", input}, {"output", b.Floats(turns, "VEC4", 4)}}}},
-         {"channels",
-          {{{"sampler", 0}, {"target", {{"node", 0}, {"path", "translation"}}}},
-           {{"sampler", 1}, {"target", {{"node", 1}, {"path", "rotation"}}}}}}}};
+    b.doc["animations"] = {{{"name", "Move"},
+                            {"samplers",
+                             {{{"input", input}, {"output", b.Floats(moves, "VEC3", 3)}},
+                              {{"input", input}, {"output", b.Floats(turns, "VEC4", 4)}}}},
+                            {"channels",
+                             {{{"sampler", 0}, {"target", {{"node", 0}, {"path", "translation"}}}},
+                              {{"sampler", 1}, {"target", {{"node", 1}, {"path", "rotation"}}}}}}}};
     return b;
 }
 
@@ -324,18 +338,29 @@ inline json SkinScene()
             vertices.push_back({x, 0, r});
             points.push_back(r == 1 ? json{{0, 0.5}, {1, 0.5}} : json{{r == 2 ? 1 : 0, 1}});
         }
-    return {{"frameRate", 30},
-            {"animationRange", {0, SkinFrames - 1}},
-            {"materials", {{{"name", "Skin"}, {"class", "standard"}, {"diffuse", {0.8, 0.7, 0.6}}}}},
-            {"nodes",
-             {{{"name", "Root"}, {"bone", true}, {"object", {{"class", "bone"}}}, {"transform", TurnFrames(false, 0)}},
-              {{"name", "Arm"}, {"parent", 0}, {"bone", true}, {"object", {{"class", "bone"}}}, {"transform", TurnFrames(true, 1)}},
-              {{"name", "Tip"}, {"parent", 1}, {"object", {{"class", "point"}}}, {"transform", TurnFrames(true, 2)}},
-              {{"name", "Body"},
-               {"material", 0},
-               {"object",
-                {{"class", "editableMesh"},
-                 {"mesh", {{"vertices", vertices}, {"faces", {{0, 1, 3}, {0, 3, 2}, {2, 3, 5}, {2, 5, 4}}}}}}},
-               {"modifiers", {{{"class", "skin"}, {"bones", {0, 1}}, {"points", points}}}}}}}};
+    return {
+        {"frameRate", 30},
+        {"animationRange", {0, SkinFrames - 1}},
+        {"materials", {{{"name", "Skin"}, {"class", "standard"}, {"diffuse", {0.8, 0.7, 0.6}}}}},
+        {"nodes",
+         {{{"name", "Root"},
+           {"bone", true},
+           {"object", {{"class", "bone"}}},
+           {"transform", TurnFrames(false, 0)}},
+          {{"name", "Arm"},
+           {"parent", 0},
+           {"bone", true},
+           {"object", {{"class", "bone"}}},
+           {"transform", TurnFrames(true, 1)}},
+          {{"name", "Tip"},
+           {"parent", 1},
+           {"object", {{"class", "point"}}},
+           {"transform", TurnFrames(true, 2)}},
+          {{"name", "Body"},
+           {"material", 0},
+           {"object",
+            {{"class", "editableMesh"},
+             {"mesh", {{"vertices", vertices}, {"faces", {{0, 1, 3}, {0, 3, 2}, {2, 3, 5}, {2, 5, 4}}}}}}},
+           {"modifiers", {{{"class", "skin"}, {"bones", {0, 1}}, {"points", points}}}}}}}};
 }
 } // namespace importtest
