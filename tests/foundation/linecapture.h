@@ -1,5 +1,4 @@
-// Test helper: a listener that keeps every batch it is handed, with its channel and the thread
-// that handed it. One capture at a time; the destructor takes the listener out again.
+// A listener keeping every batch handed to it, with its channel and thread; one capture at a time.
 #pragma once
 
 #include "foundation/output.h"
@@ -7,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace testutil
@@ -21,29 +21,17 @@ struct Batch
 class LineCapture
 {
 public:
-    LineCapture()
-    {
-        std::lock_guard<std::mutex> guard(Lock());
-        Batches().clear();
-        m_added = dbg::AddListener(&Listen);
-    }
+    LineCapture() : m_added((Take(), dbg::AddListener(&Listen))) {}
     ~LineCapture()
     {
         if (m_added)
             dbg::RemoveListener(&Listen);
     }
-    LineCapture(const LineCapture&) = delete;
-    LineCapture& operator=(const LineCapture&) = delete;
-
-    bool Added() const { return m_added; }
     std::vector<Batch> Take()
     {
-        std::lock_guard<std::mutex> guard(Lock());
-        std::vector<Batch> out = std::move(Batches());
-        Batches().clear();
-        return out;
+        std::lock_guard<std::mutex> guard(s_lock);
+        return std::exchange(s_batches, {});
     }
-    // Every line of every batch, in order.
     std::vector<std::string> Lines()
     {
         std::vector<std::string> out;
@@ -53,26 +41,13 @@ public:
     }
 
 private:
-    static std::mutex& Lock()
-    {
-        static std::mutex s_lock;
-        return s_lock;
-    }
-    static std::vector<Batch>& Batches()
-    {
-        static std::vector<Batch> s_batches;
-        return s_batches;
-    }
     static void Listen(const char* const* lines, uint32 count, uint32 channel)
     {
-        Batch b;
-        b.lines.assign(lines, lines + count);
-        b.channel = channel;
-        b.thread = std::this_thread::get_id();
-        std::lock_guard<std::mutex> guard(Lock());
-        Batches().push_back(std::move(b));
+        std::lock_guard<std::mutex> guard(s_lock);
+        s_batches.push_back({{lines, lines + count}, channel, std::this_thread::get_id()});
     }
-
-    bool m_added = false;
+    static inline std::mutex s_lock;
+    static inline std::vector<Batch> s_batches;
+    const bool m_added;
 };
 } // namespace testutil
