@@ -121,64 +121,6 @@ TEST(ImageChunk, LayoutOfTheChunksByteByByte)
     EXPECT_EQ(out.Bytes(), std::string(expect.v.begin(), expect.v.end()));
 }
 
-TEST(ImageChunk, SkipDropsTopLevelsAndKeepsCompressedSidesAtFour)
-{
-    const std::string dxt = SavedImage(*Chain(IMAGETYPE_DXT1, 16, 16, 5));
-    auto p32 = Chain(IMAGETYPE_RGBA32, 8, 8, 4);
-    const std::string rgba = SavedImage(*p32);
-    // File, skip; then width, levels and the file level of the first.
-    const std::tuple<const std::string*, int, uint32, uint32, uint32> cases[] = {
-        {&dxt, 2, 4, 3, 2},
-        {&dxt, 4, 4, 3, 2},  // 1 by 1 is held at 4 by 4
-        {&dxt, 5, 16, 5, 0}, // not below the mip count: no skip at all
-        {&rgba, 3, 1, 1, 3}, // pixel maps have no floor but 1
-    };
-    for (const auto& [pFile, skip, w, mips, first] : cases)
-    {
-        auto p = LoadImage(*pFile, skip);
-        ASSERT_NE(p, nullptr) << skip;
-        EXPECT_EQ(p->GetWidth(), w) << skip;
-        ASSERT_EQ(p->GetMipCount(), mips) << skip;
-        for (uint32 level = 0; level < mips; ++level)
-            EXPECT_EQ(p->GetData(level)[0], first + level + 1) << skip << " " << level;
-    }
-}
-
-TEST(ImageChunk, OldAttributesPalettesAndTheNoImagesStandIn)
-{
-    // Attributes of version 1 have no mip count.
-    auto p = LoadImage(ImageFolder(1, {IMAGETYPE_LUMINANCE, 2, 2}, 4));
-    ASSERT_NE(p, nullptr);
-    EXPECT_STREQ(p->GetName(), "hand");
-    EXPECT_EQ(p->GetMipCount(), 1u);
-    EXPECT_EQ(Level(*p), std::vector<uint8>(4, 7));
-    // A paletted image takes only the first palette entry.
-    Image_Palette pal;
-    pal.Allocate(2, 2);
-    pal.SetName("pal");
-    for (uint32 i = 0; i < 4; ++i)
-        pal[i] = uint8(i * 3);
-    pal.PaletteEntry(0) = Colour(1, 2, 3, 4);
-    pal.PaletteEntry(1) = Colour(5, 6, 7, 8);
-    p = LoadImage(SavedImage(pal));
-    ASSERT_NE(p, nullptr);
-    ASSERT_EQ(p->GetImageType(), IMAGETYPE_PALETTE);
-    EXPECT_EQ(Level(*p), Level(pal));
-    EXPECT_EQ(static_cast<const Image_Palette&>(*p).PaletteEntry(0), Colour(1, 2, 3, 4));
-    EXPECT_EQ(static_cast<const Image_Palette&>(*p).PaletteEntry(1), Colour(0, 0, 0, 0));
-    // "noimages" passes over the folder and gives one grey pixel of the image's name.
-    auto p32 = MakeGradient(4, 4);
-    p32->SetName("walker");
-    RunOptions::SetFileText("noimages");
-    p = LoadImage(SavedImage(*p32));
-    RunOptions::Clear();
-    ASSERT_NE(p, nullptr);
-    EXPECT_EQ(p->GetImageType(), IMAGETYPE_RGBA32);
-    EXPECT_EQ(p->GetWidth() * p->GetHeight(), 1u);
-    EXPECT_STREQ(p->GetName(), "walker");
-    EXPECT_EQ(reinterpret_cast<const Colour*>(p->GetData(0))->Word(), 0xFF9F9F9Fu);
-}
-
 TEST(ImageChunk, DamagedChunksGiveNullAndLeaveTheReaderBehindTheFolder)
 {
     // Type, width, height, mips; the data bytes (-1: no data chunk); the message.
@@ -204,53 +146,4 @@ TEST(ImageChunk, DamagedChunksGiveNullAndLeaveTheReaderBehindTheFolder)
     }
     // A newer attribute version is the container's refusal.
     EXPECT_THROW(LoadImage(ImageFolder(3, {0, 1, 1, 1}, -1)), Chunky::Exception);
-}
-
-TEST(ImageChunk, PalettedImageChunkRoundTripAndBounds)
-{
-    Image_Palette image;
-    image.Allocate(3, 2);
-    image.SetName("team");
-    for (uint32 i = 0; i < 6; ++i)
-        image[i] = uint8(250 + i);
-    for (uint32 i = 0; i < 256; ++i)
-        image.PaletteEntry(i) = Colour(uint8(i), uint8(i + 1), uint8(i + 2), uint8(i + 3));
-    ChunkWriter out;
-    ImageLoad::SaveImagePalette(*out.m_pChunky, out.m_adapter, image);
-    ASSERT_EQ(out.Bytes().size(), 24u + 20 + 5 + 8 + 6 + 0x400);
-    ChunkReader in(out.Bytes());
-    auto p = ImageLoad::LoadImagePalette(*in.m_pChunky, in.m_adapter);
-    ASSERT_NE(p, nullptr);
-    EXPECT_STREQ(p->GetName(), "team");
-    EXPECT_EQ(p->GetWidth(), 3u);
-    EXPECT_EQ(Level(*p), Level(image));
-    EXPECT_EQ(std::memcmp(p->GetPalette(), image.GetPalette(), 0x400), 0);
-    // 4096 a side is the most taken.
-    Image_Palette wide;
-    wide.Allocate(4096, 1);
-    ChunkWriter most;
-    ImageLoad::SaveImagePalette(*most.m_pChunky, most.m_adapter, wide);
-    ChunkReader mostBack(most.Bytes());
-    p = ImageLoad::LoadImagePalette(*mostBack.m_pChunky, mostBack.m_adapter);
-    ASSERT_NE(p, nullptr);
-    EXPECT_EQ(p->GetWidth(), 4096u);
-    // Sizes, the bytes behind them, the complaint: more index bytes than the chunk holds, a side of 0.
-    const std::tuple<uint32, uint32, uint32, const char*> bad[] = {
-        {64, 64, 100, "Paletted image 'bad' is cut short"},
-        {0, 64, 0x400, "Paletted image 'bad' size 0x64 is not 1 to 4096 a side."},
-        {64, 0, 0x400, "Paletted image 'bad' size 64x0 is not 1 to 4096 a side."},
-    };
-    for (const auto& [w, h, bytes, message] : bad)
-    {
-        LogCapture log;
-        ChunkWriter lying;
-        lying.m_pChunky->OpenDataChunk(ImageLoad::ID_IPAL, 1, "bad");
-        lying.m_adapter.WriteValue(w);
-        lying.m_adapter.WriteValue(h);
-        lying.m_adapter.Write(std::string(bytes, '\1').data(), bytes);
-        lying.m_pChunky->CloseChunk();
-        ChunkReader back(lying.Bytes());
-        EXPECT_EQ(ImageLoad::LoadImagePalette(*back.m_pChunky, back.m_adapter), nullptr) << message;
-        EXPECT_TRUE(log.Has(message)) << message;
-    }
 }

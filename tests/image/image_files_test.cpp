@@ -175,9 +175,6 @@ TEST(ImageFiles, RefusedFilesGiveNullAndSayWhy)
     const RefusedCase cases[] = {
         {"TGA 16 bits", TGA, TGAHeader(2, 2, 16).fill(8, 0), ""},
         {"TGA run-length coded", TGA, TGAHeader(2, 2, 24).set(2, 10).fill(12, 0), ""},
-        {"TGA colour map", TGA, TGAHeader(2, 2, 24).set(1, 1).fill(12, 0), ""},
-        {"TGA origin", TGA, TGAHeader(2, 2, 24).set(8, 1).fill(12, 0), ""},
-        {"TGA empty", TGA, TGAHeader(0, 2, 24), ""},
         {"TGA huge", TGA, TGAHeader(5000, 5000, 32), "TGA is too big (5000x5000)"},
         {"BMP magic", BMP, BMPHeader(2, 2, 24, 0).set(0, 'X'),
          "Not a BMP that I know how to read. [test.file]"},
@@ -187,23 +184,17 @@ TEST(ImageFiles, RefusedFilesGiveNullAndSayWhy)
         {"BMP short palette", BMP, BMPHeader(2, 2, 8, 4).fill(15, 0), "Not enough file for the palette."},
         {"BMP short rows", BMP, BMPHeader(2, 2, 24, 0).fill(15, 0), "Not enough file for the bitmap."},
         // Top-down (negative height) and oversized files are refused before anything is allocated.
-        {"BMP top-down", BMP, BMPHeader(2, -2, 24, 0), ""},
         {"BMP huge", BMP, BMPHeader(100000, 100000, 24, 0), ""},
-        {"BMP huge palette", BMP, BMPHeader(2, 2, 8, 100000), ""},
         {".bw small", BW, Bytes().be16(0x01DA).fill(100, 0), "BW is too small. [test.file]"},
         {".bw mangled", BW, Bytes().be16(0xDA01).fill(510, 0), "BW file header is mangled. [test.file]"},
         {".bw short", BW, BWHeader(4, 4).fill(15, 9), "BW file doesn't have enough pixels. [test.file]"},
         {"JPEG garbage", JPEG, Bytes().u8(0xFF).u8(0xD8).fill(64, 0x55), "JPEG file can't be decoded"},
         {"DDS magic", DDSLoader(0), MakeDDS(DDSLayout()).set(3, 'X'), "DDS is not happy. [test.dds]"},
-        {"DDS header size", DDSLoader(0), MakeDDS(DDSLayout()).set(4, 120), "DDS is not happy. [test.dds]"},
         {"DDS without width", DDSLoader(0), MakeDDS(noWidth), "DDS is not happy. [test.dds]"},
-        {"DDS pixel format size", DDSLoader(0), MakeDDS(DDSLayout()).set(4 + 72, 24),
-         "DDS is not happy. [test.dds]"},
         {"DDS huge", DDSLoader(0), MakeDDS(huge), ""},
         {"DDS 6 levels of 16x16", DDSLoader(0), MakeDDS(Mipped(16, 16, 6)), ""},
         // Without complex caps the writer of the file is blamed as well.
         {"DDS cube map", DDSLoader(0), MakeDDS(cube), "Does not support loading of cube maps [test.dds]."},
-        {"DDS cube map", DDSLoader(0), MakeDDS(cube), "did not save it correctly"},
         {"DDS volume", DDSLoader(0), MakeDDS(volume),
          "Does not support loading of volume textures [test.dds].", "did not save it correctly"},
         {"DDS DXT2", DDSLoader(0), MakeDDS(dxt2), "Unsupported DXTC format! 2", "Unsupported FourCC code"},
@@ -269,9 +260,7 @@ TEST(ImageDDS, TypesAndTheSkipRules)
         bool warns;
     } cases[] = {
         {Mipped(16, 8, 5), 0, IMAGETYPE_DXT1, 16, 8, 5, 0, false},
-        {dxt3, 0, IMAGETYPE_DXT3, 16, 16, 1, 0, false},
         {dxt5, 0, IMAGETYPE_DXT5, 16, 16, 1, 0, false},
-        {Mipped(32, 32, 6), 2, IMAGETYPE_DXT1, 8, 8, 4, 2, false},
         {Mipped(8, 8, 4), 2, IMAGETYPE_DXT1, 4, 4, 3, 1, false},    // never a side below 4
         {Mipped(32, 8, 6), 3, IMAGETYPE_DXT1, 16, 4, 5, 1, false},  // the smaller side decides
         {Mipped(16, 16, 3), 10, IMAGETYPE_DXT1, 4, 4, 1, 2, false}, // cut to the chain, held at 4
@@ -350,57 +339,6 @@ TEST(ImageFiles, WrittenAndReadBackIsTheSameImage)
     ASSERT_EQ(l.pImage->GetMipCount(), 4u);
     for (uint32 level = 0; level < 4; ++level)
         EXPECT_EQ(Level(*l.pImage, level), Level(dxt, level)) << level;
-    Image_DXT1 single;
-    single.Allocate(4, 4);
-    file = WriteTo([&](ByteStreamAdapter& a) { ASSERT_TRUE(ImageLoad::SaveDDS(a, "one.dds", single)); });
-    EXPECT_EQ(field(8), 0x81007u);
-    EXPECT_EQ(field(108), 0x1000u);
-    // JPEG: four flat quarters of 8 by 8 pixels, at quality 100 each back within a step or two.
-    const Colour quarter[4] = {Colour(200, 30, 40, 9), Colour(20, 180, 60, 9), Colour(10, 20, 230, 9),
-                               Colour(128, 128, 128, 9)};
-    Image_RGBA32 image;
-    image.Allocate(16, 16);
-    for (uint32 i = 0; i < 256; ++i)
-        image[i] = quarter[(i / 128) * 2 + (i % 16) / 8];
-    file = WriteTo([&](ByteStreamAdapter& a) { ASSERT_TRUE(ImageLoad::SaveJPEG(a, "out.jpg", image)); });
-    ASSERT_GT(file.size(), 100u);
-    EXPECT_EQ(file[0], 0xFF);
-    EXPECT_EQ(file[1], 0xD8);
-    l = LoadWith(JPEG, file);
-    ASSERT_NE(l.pImage, nullptr);
-    EXPECT_EQ(l.sourceFormat, SOURCEFORMAT_OPAQUE);
-    ASSERT_EQ(l.pImage->GetWidth(), 16u);
-    const Colour* pBack = reinterpret_cast<const Colour*>(l.pImage->GetData(0));
-    for (uint32 q = 0; q < 4; ++q)
-    {
-        const Colour& got = pBack[(q / 2) * 8 * 16 + (q % 2) * 8 + 3 * 16 + 3]; // well inside the quarter
-        EXPECT_NEAR(got.r, quarter[q].r, 2) << q;
-        EXPECT_NEAR(got.g, quarter[q].g, 2) << q;
-        EXPECT_NEAR(got.b, quarter[q].b, 2) << q;
-        EXPECT_EQ(got.a, 0xFF);
-    }
 }
 
-TEST(ImageFiles, WritersRefuseTypesTheyDoNotTakeAndWriteNothing)
-{
-    Image_Luminance lum;
-    lum.Allocate(2, 2);
-    Image_DXT1 odd; // sides must be powers of two
-    odd.Allocate(12, 8);
-    Image_RGBA32 plain;
-    plain.Allocate(4, 4);
-    using Writer = bool (*)(ByteStreamAdapter&, const char*, const Image&);
-    const std::tuple<Writer, const Image*, const char*, const char*> cases[] = {
-        {&ImageLoad::SaveTGA, &lum, "grey.tga", "TEXTURES -- 'grey.tga': Unrecognized image type!"},
-        {&ImageLoad::SaveDDS, &odd, "odd.dds", ""},
-        {&ImageLoad::SaveDDS, &plain, "plain.dds", "TEXTURES -- 'plain.dds': Unrecognized image type!"},
-    };
-    for (const auto& [writer, pImage, name, message] : cases)
-    {
-        LogCapture log;
-        EXPECT_TRUE(WriteTo([&](ByteStreamAdapter& a) { EXPECT_FALSE(writer(a, name, *pImage)); }).empty())
-            << name;
-        EXPECT_TRUE(Logged(log, message)) << name;
-    }
-}
 } // namespace

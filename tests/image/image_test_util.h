@@ -125,10 +125,4 @@ inline Loaded LoadWith(const Loader& loader, const std::vector<uint8>& bytes)
     return out;
 }
 
-// Runs a file reader on the bytes of a file on disk.
-inline std::unique_ptr<Image> LoadFile(const std::string& path, const Loader& loader)
-{
-    const std::string text = TempFolder::Read(path);
-    return LoadWith(loader, std::vector<uint8>(text.begin(), text.end())).pImage;
-}
 } // namespace imagetest
