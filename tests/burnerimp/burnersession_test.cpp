@@ -1,218 +1,123 @@
-// The burner's side of the pipe, end to end over a real socket: the session runs on a thread as the
-// client, the test plays the tool. And the program itself, started as the tool starts it.
+// The burner's side of the pipe, end to end over a real socket: the program started as the tool
+// starts it (the pipe's path in the environment), the test playing the tool.
 #include "burnproject.h"
-
 #include "burner/burnermessages.h"
 #include "burner/namedpipe.h"
-#include "burnerimp/burnersession.h"
-
 #include <gtest/gtest.h>
-
 #include <spawn.h>
 #include <sys/wait.h>
-
-#include <thread>
-
 extern char** environ;
 
 namespace
 {
-// Reads messages until a result or an error comes; counts the updates on the way.
+// The updates on the way to an answer, and that answer's last record.
 struct Reply
 {
     uint32 type = 0;
     std::vector<std::string> cUpdate;
     BurnerResultMsg result;
-    BurnerErrorMsg error;
+    BurnerResults records;
+    std::string Last() const { return records.Count() > 0 ? records[records.Count() - 1].text : ""; }
 };
-
-Reply ReadReply(NamedPipe& pipe)
-{
-    Reply reply;
-    BurnerMessage message;
-    while (ReadMessage(pipe, message))
-    {
-        reply.type = message.GetType();
-        if (reply.type == BurnerUpdateMsg::MSG_TYPE)
-        {
-            BurnerUpdateMsg update;
-            EXPECT_TRUE(message.Get(update));
-            for (const BurnerResults::Record& record : update.results)
-                reply.cUpdate.push_back(record.text);
-            continue;
-        }
-        if (reply.type == BurnerResultMsg::MSG_TYPE)
-        {
-            EXPECT_TRUE(message.Get(reply.result));
-        }
-        else if (reply.type == BurnerErrorMsg::MSG_TYPE)
-        {
-            EXPECT_TRUE(message.Get(reply.error));
-        }
-        break;
-    }
-    return reply;
-}
-
-// The tool's end: a server pipe, and the session on a thread connected to it.
 class SessionTest : public ::testing::Test
 {
 protected:
-    void StartSession()
+    void Start(std::vector<const char*> args = {})
     {
         m_pServer = std::make_unique<NamedPipe>(NamedPipe::LocalPath(NamedPipe::PipeName), NamedPipe::Server);
         ASSERT_TRUE(m_pServer->Create());
-        m_session = std::thread(
-            [this]
-            {
-                NamedPipe client(m_pServer->GetPath(), NamedPipe::Client);
-                m_exit = client.Create() && client.Connect() ? RunBurnerSession(client, 2) : -1;
-            });
+        ScopedEnv env(NamedPipe::EnvironmentVariable, m_pServer->GetPath().c_str());
+        args.insert(args.begin(), BURNERIMP_BINARY), args.push_back(nullptr);
+        ASSERT_EQ(posix_spawn(&m_pid, BURNERIMP_BINARY, nullptr, nullptr, const_cast<char**>(args.data()), environ), 0);
         ASSERT_TRUE(m_pServer->Connect());
     }
-    // Closing the tool's end ends the session.
-    int StopSession()
+    // Closing the tool's end ends the session: the program's exit status.
+    int Stop()
     {
         m_pServer.reset();
-        m_session.join();
-        return m_exit;
+        int status = 0;
+        return waitpid(m_pid, &status, 0) == m_pid && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
-    void TearDown() override
+    void TearDown() override { m_pServer != nullptr ? void(Stop()) : void(); }
+    // Sends `msg` and reads until an answer other than an update comes, keeping the updates.
+    template <class T> Reply Ask(const T& msg)
     {
-        if (m_session.joinable())
-            StopSession();
+        Reply reply;
+        BurnerMessage answer;
+        BurnerUpdateMsg update;
+        BurnerErrorMsg error;
+        EXPECT_TRUE(SendMessage(*m_pServer, msg));
+        while (ReadMessage(*m_pServer, answer) && (reply.type = answer.GetType()) == BurnerUpdateMsg::MSG_TYPE && answer.Get(update))
+            reply.cUpdate.push_back(update.results[0].text);
+        const bool result = reply.type == BurnerResultMsg::MSG_TYPE;
+        EXPECT_TRUE(result ? answer.Get(reply.result) : reply.type != BurnerErrorMsg::MSG_TYPE || answer.Get(error));
+        return reply.records = result ? reply.result.results : error.results, reply;
     }
-
-    // Sends the set-up of the project and expects the burner ready.
-    void ExpectReady(NamedPipe& server)
+    static BurnerSetupMsg Setup(const std::string& config, uint32 version = BurnerProtocol::Version)
     {
         BurnerSetupMsg setup;
-        ASSERT_TRUE(setup.SetConfigPath(m_project.Ini()));
-        ASSERT_TRUE(SendMessage(server, setup));
-        BurnerMessage message;
-        ASSERT_TRUE(ReadMessage(server, message));
-        EXPECT_EQ(message.GetType(), BurnerReadyMsg::MSG_TYPE);
-        EXPECT_EQ(message.GetMessageSize(), 4u);
+        EXPECT_TRUE(setup.SetConfigPath(config));
+        return setup.protocolVersion = version, setup;
     }
 
     BurnProject m_project;
     std::unique_ptr<NamedPipe> m_pServer;
-    std::thread m_session;
-    int m_exit = -2;
+    pid_t m_pid = 0;
 };
 } // namespace
 
 TEST_F(SessionTest, SetsUpBurnsWithProgressAndEndsWhenTheToolCloses)
 {
-    StartSession();
-    ExpectReady(*m_pServer);
-
+    Start({"--threads", "2"});
+    ASSERT_EQ(Ask(Setup(m_project.Ini())).type, BurnerReadyMsg::MSG_TYPE);
     // The models of "units", then the same again: all up to date.
     for (const int pass : {1, 2})
     {
         BurnRequestMsg request;
-        request.changelist = 0;
-        ASSERT_TRUE(request.SetFolder(m_project.Gen("units")));
-        ASSERT_TRUE(request.SetPattern(".*\\.sgm$"));
-        ASSERT_TRUE(SendMessage(*m_pServer, request));
-        const Reply reply = ReadReply(*m_pServer);
+        ASSERT_TRUE(request.SetFolder(m_project.Gen("units")) && request.SetPattern(".*\\.sgm$"));
+        const Reply reply = Ask(request);
         ASSERT_EQ(reply.type, BurnerResultMsg::MSG_TYPE) << pass;
-        EXPECT_EQ(reply.cUpdate.size(), 4u);
-        EXPECT_EQ(reply.result.filesBurned, 3u);
-        EXPECT_EQ(reply.result.flag, 0) << "the broken model failed";
-        const std::string texts = Texts(reply.result.results);
-        EXPECT_NE(texts.find("Error: BurnerImp -- units/broken/broken.sgm: does not load"),
-                  std::string::npos);
-        EXPECT_NE(texts.find(pass == 1
-                                 ? "BurnerImp -- units/u2/u2.sgm: burned to units/u2/u2.tqm, units/u2/u2.tqe"
-                                 : "BurnerImp -- units/u2/u2.sgm: up to date (models/final)"),
-                  std::string::npos)
-            << texts;
-        EXPECT_EQ(reply.result.results[reply.result.results.Count() - 1].text,
-                  pass == 1 ? "BurnerImp -- 4 files: 3 burned, 0 up to date, 1 failed"
-                            : "BurnerImp -- 4 files: 0 burned, 3 up to date, 1 failed");
+        EXPECT_EQ(std::tuple(size_t(4), 3u, 0), std::tuple(reply.cUpdate.size(), reply.result.filesBurned, int(reply.result.flag)))
+            << "four files, the broken model failed";
+        // Each update names the file's first output: "2/4 units/u2/u2.tqm".
+        EXPECT_EQ(1, std::count_if(reply.cUpdate.begin(), reply.cUpdate.end(), [](const std::string& u) { return u.find("/4 units/u2/u2.tqm") == 1; }));
+        const std::string texts = Texts(reply.records);
+        EXPECT_NE(texts.find("Error: BurnerImp -- units/broken/broken.sgm: does not load"), std::string::npos);
+        EXPECT_NE(texts.find(pass == 1 ? "BurnerImp -- units/u2/u2.sgm: burned to units/u2/u2.tqm, units/u2/u2.tqe"
+                                       : "BurnerImp -- units/u2/u2.sgm: up to date (models/final)"),
+                  std::string::npos) << texts;
+        EXPECT_EQ(reply.Last(), pass == 1 ? "BurnerImp -- 4 files: 3 burned, 0 up to date, 1 failed"
+                                          : "BurnerImp -- 4 files: 0 burned, 3 up to date, 1 failed");
     }
-
     // A list of files burns them whatever the records say; an update list only what changed.
     BurnFileListMsg list;
     list.cFiles = {m_project.Gen("units/u0/u0.sgm"), m_project.Gen("readme.txt")};
-    ASSERT_TRUE(SendMessage(*m_pServer, list));
-    Reply reply = ReadReply(*m_pServer);
-    ASSERT_EQ(reply.type, BurnerResultMsg::MSG_TYPE);
-    EXPECT_EQ(reply.result.filesBurned, 2u);
-    EXPECT_EQ(reply.result.flag, 1);
-    EXPECT_EQ(reply.result.results[reply.result.results.Count() - 1].text,
-              "BurnerImp -- 2 files: 2 burned, 0 up to date, 0 failed");
+    const Reply reply = Ask(list);
+    EXPECT_EQ(std::pair(2u, 1), std::pair(reply.result.filesBurned, int(reply.result.flag)));
+    EXPECT_EQ(reply.Last(), "BurnerImp -- 2 files: 2 burned, 0 up to date, 0 failed");
     BurnUpdateFileListMsg update;
     update.cFiles = list.cFiles;
-    ASSERT_TRUE(SendMessage(*m_pServer, update));
-    reply = ReadReply(*m_pServer);
-    EXPECT_EQ(reply.result.results[reply.result.results.Count() - 1].text,
-              "BurnerImp -- 2 files: 0 burned, 2 up to date, 0 failed");
-
-    // A message that is no request is refused, and the session goes on.
-    ASSERT_TRUE(SendMessage(*m_pServer, BurnerReadyMsg()));
-    reply = ReadReply(*m_pServer);
-    ASSERT_EQ(reply.type, BurnerErrorMsg::MSG_TYPE);
-    EXPECT_EQ(reply.error.results[0].text,
-              "Error: BurnerImp -- Unknown or malformed request (message type 0x42525442, 4 bytes)");
-    EXPECT_EQ(StopSession(), 0);
+    EXPECT_EQ(Ask(update).Last(), "BurnerImp -- 2 files: 0 burned, 2 up to date, 0 failed");
+    // A message that is no request is refused, and the session goes on until the tool closes.
+    EXPECT_EQ(Ask(BurnerReadyMsg()).Last(), "Error: BurnerImp -- Unknown or malformed request (message type 0x42525442, 4 bytes)");
+    EXPECT_TRUE(m_project.Exists("final/units/u1/u1.tqm") && waitpid(m_pid, nullptr, WNOHANG) == 0);
+    EXPECT_EQ(Stop(), 0);
 }
 
 TEST_F(SessionTest, RefusesASetUpItCannotUse)
 {
-    struct Case
-    {
-        std::string config;
-        uint32 version;
-        const char* error;
-    };
-    const Case cCase[] = {
+    const std::tuple<std::string, uint32, const char*> cases[] = {
         {"/nowhere/pipeline.ini", BurnerProtocol::Version,
          "Error: BurnerImp -- Unable to read the pipeline configuration '/nowhere/pipeline.ini'"},
         {m_project.Ini(), 7, "Error: BurnerImp -- The tool speaks protocol version 7, this burner 8"},
+        {"", 0, "Error: BurnerImp -- The first message was not a set-up"},
     };
-    for (const Case& c : cCase)
+    for (const auto& [config, version, error] : cases)
     {
-        StartSession();
-        BurnerSetupMsg setup;
-        ASSERT_TRUE(setup.SetConfigPath(c.config));
-        setup.protocolVersion = c.version;
-        ASSERT_TRUE(SendMessage(*m_pServer, setup));
-        const Reply reply = ReadReply(*m_pServer);
-        ASSERT_EQ(reply.type, BurnerErrorMsg::MSG_TYPE);
-        ASSERT_EQ(reply.error.results.Count(), 1u);
-        EXPECT_EQ(reply.error.results[0].text, c.error);
-        EXPECT_EQ(StopSession(), 1);
+        Start();
+        const Reply reply = config.empty() ? Ask(BurnerReadyMsg()) : Ask(Setup(config, version));
+        EXPECT_TRUE(reply.type == BurnerErrorMsg::MSG_TYPE && reply.records.Count() == 1u);
+        EXPECT_EQ(reply.Last(), error);
+        EXPECT_EQ(Stop(), 1);
     }
-}
-
-// The program as the tool starts it: the pipe's path in the environment, a burn, and its exit
-// once the tool closes the pipe.
-TEST_F(SessionTest, TheProgramBurnsOverThePipe)
-{
-    m_pServer = std::make_unique<NamedPipe>(NamedPipe::LocalPath(NamedPipe::PipeName), NamedPipe::Server);
-    ASSERT_TRUE(m_pServer->Create());
-    ScopedEnv env(NamedPipe::EnvironmentVariable, m_pServer->GetPath().c_str());
-    const char* argv[] = {BURNERIMP_BINARY, nullptr};
-    pid_t pid = 0;
-    ASSERT_EQ(posix_spawn(&pid, BURNERIMP_BINARY, nullptr, nullptr, const_cast<char**>(argv), environ), 0);
-    ASSERT_TRUE(m_pServer->Connect());
-    ExpectReady(*m_pServer);
-    BurnRequestMsg request;
-    ASSERT_TRUE(request.SetFolder(m_project.Gen()));
-    ASSERT_TRUE(request.SetPattern("u1\\.sgm$"));
-    ASSERT_TRUE(SendMessage(*m_pServer, request));
-    const Reply reply = ReadReply(*m_pServer);
-    ASSERT_EQ(reply.type, BurnerResultMsg::MSG_TYPE);
-    EXPECT_EQ(reply.result.filesBurned, 1u);
-    EXPECT_EQ(reply.cUpdate, std::vector<std::string>{"1/1 units/u1/u1.tqm"});
-    EXPECT_TRUE(m_project.Exists("final/units/u1/u1.tqm"));
-
-    // Still running after its result, until the pipe is closed.
-    EXPECT_EQ(waitpid(pid, nullptr, WNOHANG), 0);
-    m_pServer.reset();
-    int status = 0;
-    ASSERT_EQ(waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
