@@ -60,6 +60,7 @@ TEST(LuaConfigText, EachValueHasItsForm)
         {"t = { ['two words'] = 1 }", "t =  \n{\n\t[\"two words\"] = 1,\n}\n"}, {"t = { ['end'] = 1 }", "t =  \n{\n\t[\"end\"] = 1,\n}\n"},
         {"t = { ['q\"\\\\'] = 1 }", "t =  \n{\n\t[\"q\\\"\\\\\"] = 1,\n}\n"},
         {"t = { [1.5] = 'x' }", "t =  \n{\n\t[1.5] =\"x\",\n}\n"}, {"t = { ['7'] = 'x' }", "t =  \n{\n\t[7] =\"x\",\n}\n"},
+        {"t = { ['1000000000000000000'] = 'x' }", "t =  \n{\n\t[\"1000000000000000000\"] = \"x\",\n}\n"}, // 19 digits: a name
         // Lua's own globals and functions are left out, a user's value under such a name is not; a table
         // holding itself is cut where it repeats.
         {"", ""}, {"function f() end", ""}, {"string = 5", "string = 5\n"}, {"t = { a = 1 } t.self = t", "t =  \n{\n\ta = 1,\n}\n"},
