@@ -1,5 +1,5 @@
 // What the playback tests share: the null device and the inventory, a small model (a two-bone arm
-// with a box mesh on the forearm, one camera, one shader) with its reference pose, animations built
+// with a box mesh on the forearm, one shader) with its reference pose, animations built
 // key by key, motions on them, and near comparisons.
 #pragma once
 
@@ -94,8 +94,8 @@ struct Env
 };
 
 // Bone "shoulder" at the origin, "forearm" its child one unit along x; a mesh "box" following the
-// forearm with a box of half size 0.5 about (2, 0, 0); a second mesh "flag" on no bone; a camera
-// "cam" at (0, 0, -10); a shader "skin".
+// forearm with a box of half size 0.5 about (2, 0, 0); a second mesh "flag" on no bone; a shader
+// "skin".
 class ArmModel
 {
 public:
@@ -119,12 +119,6 @@ public:
         groupBox.SetOBB(ra::OBB::FromMinMax({-1, -1, -1}, {3, 4, 1}));
         pGroup->SetBV(groupBox);
         m_model.SetMeshGroup(std::move(pGroup));
-        m_model.SetCCameraCount(1);
-        RenderModelCamera camera;
-        camera.name = N("cam");
-        camera.position = {0, 0, -10};
-        camera.target = {0, 0, 0};
-        m_model.SetCCamera(0, camera);
         m_model.SetAnimList(std::make_unique<AnimListGeneric>(m_model));
         m_model.BuildRefPose();
     }
@@ -163,26 +157,6 @@ public:
     static void Positions(Anim& anim, int bone, const std::vector<std::pair<float, ra::Vec3>>& cKey)
     {
         Keys<BonePositionStream>(anim, bone, cKey);
-    }
-    // A control stream of two keys (time 0 and 1) on a shader or mesh of the model.
-    static void Control(Anim& anim, const char* target, ControlInfo info, float v0, float v1)
-    {
-        auto pStream = std::make_unique<ControlStream>(2);
-        for (uint32 i = 0; i < 2; ++i)
-        {
-            pStream->SetTime(i, float(i));
-            pStream->SetValue(i, i == 0 ? v0 : v1);
-        }
-        anim.AddControlStream(N(target), info, std::move(pStream));
-    }
-    // A control on a mesh's visibility or a shader channel's value.
-    static ControlInfo Info(int target, int parameter, int channel = 0)
-    {
-        ControlInfo info;
-        info.targetType = target;
-        info.parameter = parameter;
-        info.channel = channel;
-        return info;
     }
     // Adds the animation to the model's list (mappings built, no box asked for).
     AnimListNode* Add(std::unique_ptr<Anim> pAnim, bool buildBV = false)
