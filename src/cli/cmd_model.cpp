@@ -767,8 +767,9 @@ int RunExportGltf(const std::string& in, const std::string& out, const GltfOptio
         return 2;
     }
     // The buffer of a .gltf goes beside it under the same name, unless it is embedded.
-    const std::string bufferFile =
-        binary || options.embed ? std::string() : std::filesystem::path(out).replace_extension(".bin").string();
+    const std::string bufferFile = binary || options.embed
+                                       ? std::string()
+                                       : std::filesystem::path(out).replace_extension(".bin").string();
     if (!cli::CheckOutputFolder("model export-gltf", out) ||
         (!bufferFile.empty() && !cli::CheckOutputFolder("model export-gltf", bufferFile)))
         return 1;
@@ -827,8 +828,8 @@ int RunExportGltf(const std::string& in, const std::string& out, const GltfOptio
     else
         std::printf("%s: %zu bytes%s%s; %zu bones, %zu meshes, %zu markers, %zu cameras, %zu animations\n",
                     out.c_str(), bytes, bufferFile.empty() ? "" : " with ", bufferFile.c_str(),
-                    info["bones"].size(), info["meshes"].size(), info["markers"].size(), info["cameras"].size(),
-                    info["animations"].size());
+                    info["bones"].size(), info["meshes"].size(), info["markers"].size(),
+                    info["cameras"].size(), info["animations"].size());
     return 0;
 }
 
@@ -925,7 +926,8 @@ cli::CommandRegistrar s_model(
             "skin, shaders as materials with their diffuse textures as PNG, every animation's bone keys,\n"
             "markers and cameras as nodes; y up. Shader and visibility animation, camera animation and the\n"
             "motion tree have no place in glTF and are left out. What else is left out is warned about.\n"
-            "Another extension is refused (exit 2); a model that does not load exits 1 and writes nothing.\n");
+            "Another extension is refused (exit 2); a model that does not load exits 1 and writes "
+            "nothing.\n");
         static std::string s_gltfIn;
         static std::string s_gltfOut;
         static GltfOptions s_gltf;

@@ -30,7 +30,7 @@ constexpr int UnsignedShort = 5123;
 constexpr int ArrayBuffer = 34962;
 constexpr int ElementArrayBuffer = 34963;
 constexpr int Triangles = 4;
-constexpr uint32 GlbMagic = 0x46546C67;   // "glTF"
+constexpr uint32 GlbMagic = 0x46546C67;     // "glTF"
 constexpr uint32 GlbJsonChunk = 0x4E4F534A; // "JSON"
 constexpr uint32 GlbBinChunk = 0x004E4942;  // "BIN\0"
 
@@ -160,7 +160,8 @@ public:
     }
 
     template <class T>
-    int AddIntegers(const std::vector<T>& values, int componentType, const char* type, size_t count, int target)
+    int AddIntegers(const std::vector<T>& values, int componentType, const char* type, size_t count,
+                    int target)
     {
         Json accessor = {{"bufferView", AddView(values.data(), values.size() * sizeof(T), target)},
                          {"componentType", componentType},
@@ -266,7 +267,8 @@ private:
             // 0 (or 1 for the translation).
             const ra::Matrix34 inverse = ra::Inverse(Frame(world));
             for (int r = 0; r < 4; ++r)
-                cInverse.insert(cInverse.end(), {inverse.r[r].x, inverse.r[r].y, inverse.r[r].z, r == 3 ? 1.0f : 0.0f});
+                cInverse.insert(cInverse.end(),
+                                {inverse.r[r].x, inverse.r[r].y, inverse.r[r].z, r == 3 ? 1.0f : 0.0f});
         }
         Json joints = Json::array();
         for (int32 b = 0; b < count; ++b)
@@ -285,13 +287,14 @@ private:
             return found->second;
         Json material = {{"name", Text(pShader->GetName())}};
         const int32 method = pShader->GetMethod(Shader::CN_Diffuse);
-        const uint32 colour = method == Shader::Method_Texture ? 0xFFFFFFFF : pShader->GetColour(Shader::CN_Diffuse);
+        const uint32 colour =
+            method == Shader::Method_Texture ? 0xFFFFFFFF : pShader->GetColour(Shader::CN_Diffuse);
         const float opacity = ChannelByte(pShader->GetColour(Shader::CN_Opacity), 24);
-        Json pbr = {{"baseColorFactor",
-                     Json::array({ChannelByte(colour, 0), ChannelByte(colour, 8), ChannelByte(colour, 16),
-                                  ChannelByte(colour, 24) * opacity})},
-                    {"metallicFactor", 0.0},
-                    {"roughnessFactor", 1.0}};
+        Json pbr = {
+            {"baseColorFactor", Json::array({ChannelByte(colour, 0), ChannelByte(colour, 8),
+                                             ChannelByte(colour, 16), ChannelByte(colour, 24) * opacity})},
+            {"metallicFactor", 0.0},
+            {"roughnessFactor", 1.0}};
         if (method != Shader::Method_Colour)
             if (const Texture* pTexture = pShader->GetTexture(Shader::CN_Diffuse).Get())
             {
@@ -335,7 +338,8 @@ private:
                 if (m_sampler < 0)
                     m_sampler = m_b.Append("samplers", {{"magFilter", 9729}, {"minFilter", 9987}});
                 const int view = m_b.AddView(png.data(), png.size(), 0);
-                const int image = m_b.Append("images", {{"name", name}, {"bufferView", view}, {"mimeType", "image/png"}});
+                const int image =
+                    m_b.Append("images", {{"name", name}, {"bufferView", view}, {"mimeType", "image/png"}});
                 index = m_b.Append("textures", {{"sampler", m_sampler}, {"source", image}});
             }
         }
@@ -422,8 +426,8 @@ private:
                 const int32 bone = cBoneOfSlot[slot[k]];
                 if (bone < 0)
                 {
-                    problem = "vertex " + std::to_string(v) + " is weighted to skin slot " + std::to_string(slot[k]) +
-                              ", which names no bone of the skeleton";
+                    problem = "vertex " + std::to_string(v) + " is weighted to skin slot " +
+                              std::to_string(slot[k]) + ", which names no bone of the skeleton";
                     return false;
                 }
                 cJoint[v * 4 + k] = uint16(bone);
@@ -434,7 +438,8 @@ private:
             {
                 // A vertex that nothing moves stays with the first bone of the mesh's skin.
                 cWeight[v * 4] = 1.0f;
-                cJoint[v * 4] = uint16(std::max(ref.skinnedTransforms.empty() ? 0 : ref.skinnedTransforms[0].second, 0));
+                cJoint[v * 4] =
+                    uint16(std::max(ref.skinnedTransforms.empty() ? 0 : ref.skinnedTransforms[0].second, 0));
                 continue;
             }
             for (size_t k = 0; k < 4; ++k)
@@ -520,8 +525,8 @@ private:
             if (cTriangle.empty())
                 continue;
             Json primitive = {{"attributes", attributes},
-                              {"indices", m_b.AddIntegers(cTriangle, UnsignedShort, "SCALAR", cTriangle.size(),
-                                                          ElementArrayBuffer)},
+                              {"indices", m_b.AddIntegers(cTriangle, UnsignedShort, "SCALAR",
+                                                          cTriangle.size(), ElementArrayBuffer)},
                               {"mode", Triangles}};
             if (const Shader* pShader = pMesh->GetPrimSetShader(p).Get())
                 primitive["material"] = MaterialOf(pShader);
@@ -581,9 +586,11 @@ private:
             const float zNear = std::max(camera.nearClip, 1e-4f);
             const float zFar = std::max(camera.farClip, zNear * 2.0f);
             const int index = m_b.Append(
-                "cameras", {{"name", Text(camera.name)},
-                            {"type", "perspective"},
-                            {"perspective", {{"yfov", camera.fov > 0.0f ? camera.fov : 1.0f}, {"znear", zNear}, {"zfar", zFar}}}});
+                "cameras",
+                {{"name", Text(camera.name)},
+                 {"type", "perspective"},
+                 {"perspective",
+                  {{"yfov", camera.fov > 0.0f ? camera.fov : 1.0f}, {"znear", zNear}, {"zfar", zFar}}}});
             const ra::Vec3 position = Point(camera.position);
             ra::Vec3 back = position - Point(camera.target);
             Json node = {{"name", Text(camera.name)}, {"camera", index}};
@@ -626,7 +633,8 @@ private:
         samplers.push_back({{"input", m_b.AddFloats(cTime, 1, "SCALAR", 0, true)},
                             {"output", m_b.AddFloats(cValue, components, type, 0, false)},
                             {"interpolation", "LINEAR"}});
-        animation["channels"].push_back({{"sampler", samplers.size() - 1}, {"target", {{"node", node}, {"path", path}}}});
+        animation["channels"].push_back(
+            {{"sampler", samplers.size() - 1}, {"target", {{"node", node}, {"path", path}}}});
     }
 
     void WriteAnimations()
@@ -645,7 +653,8 @@ private:
             const int32 frames = pAnim->GetFrameCount();
             const float length =
                 frames > 1 ? pAnim->GetTime() * float(frames - 1) / float(frames) : pAnim->GetTime();
-            for (size_t b = 0; length > 0.0f && b < m_cBoneWorld.size() && b < pNode->GetBoneMappingCount(); ++b)
+            for (size_t b = 0; length > 0.0f && b < m_cBoneWorld.size() && b < pNode->GetBoneMappingCount();
+                 ++b)
             {
                 const int32 stream = pNode->GetBoneMapping(int(b));
                 if (stream < 0 || stream >= pAnim->GetBoneCount())
