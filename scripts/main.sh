@@ -78,3 +78,5 @@ GLTF
 "$tq7z" scene convert "$import_out/strip.gltf" "$import_out/strip.json"
 "$tq7z" export "$import_out/strip.gltf" "$import_out/strip.sgm"
 "$tq7z" model info "$import_out/strip.sgm"
+echo "== the final scout written as glTF 2.0 for a viewer (a .glb: meshes, skeleton and skin, PNG textures, both animations)" >&2
+"$tq7z" model export-gltf "$final_scout" "$out/gltf/scout.glb"
