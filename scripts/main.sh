@@ -79,4 +79,5 @@ GLTF
 "$tq7z" export "$import_out/strip.gltf" "$import_out/strip.sgm"
 "$tq7z" model info "$import_out/strip.sgm"
 echo "== the final scout written as glTF 2.0 for a viewer (a .glb: meshes, skeleton and skin, PNG textures, both animations)" >&2
+mkdir -p "$out/gltf"
 "$tq7z" model export-gltf "$final_scout" "$out/gltf/scout.glb"
