@@ -223,9 +223,9 @@ TEST_F(FilePathTest, FindFilesMergesSourcesAndRecurses)
         m_dir.Write(name, "x");
     Mount("DATA", "one", 2, Read, "one");
     Mount("DATA", "two", 1, Read, "two");
-    auto names = [](const char* spec, bool recurse, FilePath::SEARCH_Type what)
+    auto names = [](const char* pattern, bool recurse, FilePath::SEARCH_Type what)
     {
-        FilePath::FileSet set = FilePath::FindFiles(spec, recurse, what);
+        FilePath::FileSet set = FilePath::FindFiles(pattern, recurse, what);
         Names cName{set.GetBasePath() ? set.GetBasePath() : "-"};
         for (uint32 i = 0; i < set.GetCount(); ++i)
             cName.emplace_back(set.Get(i));
