@@ -2,37 +2,23 @@
 #include "burnconfig/burnerconfig.h"
 #include "burnconfig/burnerresults.h"
 #include "storage/ramstream.h"
-
 #include <gtest/gtest.h>
 
 TEST(BurnerConfig, AddRefusesNullsEmptyNamesUnknownGroupsAndTwins)
 {
     BurnerConfig config;
     EXPECT_TRUE(config.AddTargetGroup("models", ".*\\.sgm$"));
-    EXPECT_FALSE(config.AddTargetGroup("Models", ".*"));
-    EXPECT_FALSE(config.AddTargetGroup(nullptr, ".*"));
-    EXPECT_FALSE(config.AddTargetGroup("copy", nullptr));
-    struct Case
-    {
-        const char *group, *name, *destination, *plugin;
-        bool added;
+    EXPECT_FALSE(config.AddTargetGroup("Models", ".*") || config.AddTargetGroup(nullptr, ".*") || config.AddTargetGroup("copy", nullptr));
+    // group, name, destination, plugin, added
+    const std::tuple<const char*, const char*, const char*, const char*, bool> cases[] = {
+        {"models", "final", "DataFinal", "model", true}, {"MODELS", "preview", "DataPreview", "model", true},
+        {"models", "Final", "DataFinal", "model", false}, {"copy", "final", "DataFinal", "copy", false},
+        {"models", "", "DataFinal", "model", false}, {nullptr, "x", "d", "p", false}, {"models", nullptr, "d", "p", false},
+        {"models", "x", nullptr, "p", false}, {"models", "x", "d", nullptr, false},
     };
-    const Case cases[] = {
-        {"models", "final", "DataFinal", "model", true},
-        {"MODELS", "preview", "DataPreview", "model", true},
-        {"models", "Final", "DataFinal", "model", false},
-        {"copy", "final", "DataFinal", "copy", false},
-        {"models", "", "DataFinal", "model", false},
-        {nullptr, "x", "d", "p", false},
-        {"models", nullptr, "d", "p", false},
-        {"models", "x", nullptr, "p", false},
-        {"models", "x", "d", nullptr, false},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(c.added, config.AddTarget(c.group, c.name, c.destination, c.plugin))
-            << (c.name ? c.name : "null");
-    EXPECT_EQ(config.GetTarget(0, 1), config.FindTarget("models", "PREVIEW"));
-    EXPECT_EQ(BurnerConfig::TargetID::InvalidID, config.GetTarget(0, 2));
+    for (const auto& [group, name, destination, plugin, added] : cases)
+        EXPECT_EQ(added, config.AddTarget(group, name, destination, plugin)) << (name ? name : "null");
+    EXPECT_TRUE(config.GetTarget(0, 1) == config.FindTarget("models", "PREVIEW") && config.GetTarget(0, 2) == BurnerConfig::TargetID::InvalidID);
 }
 
 TEST(BurnerResults, ThreeWordingsAndWholeTextsWrittenAsLines)
@@ -43,12 +29,9 @@ TEST(BurnerResults, ThreeWordingsAndWholeTextsWrittenAsLines)
     results.Add(BurnerResults::LevelError, "Burner", "Burn already in progress");
     results.AddText(BurnerResults::LevelWarning, "as the burner sent it");
     RamStream stream;
-    ASSERT_TRUE(stream.Create(16, ByteStream::Mode_Write));
-    ASSERT_TRUE(results.Write(stream));
-    EXPECT_EQ("Burner -- 3 files\r\n"
-              "Warning: ConfigIO -- Unable to load configuration a.burn.\r\n"
-              "Error: Burner -- Burn already in progress\r\n"
-              "as the burner sent it\r\n",
+    ASSERT_TRUE(stream.Create(16, ByteStream::Mode_Write) && results.Write(stream));
+    EXPECT_EQ("Burner -- 3 files\r\nWarning: ConfigIO -- Unable to load configuration a.burn.\r\n"
+              "Error: Burner -- Burn already in progress\r\nas the burner sent it\r\n",
               std::string(reinterpret_cast<const char*>(stream.GetBuffer()), stream.GetLength()));
     EXPECT_EQ(BurnerResults::LevelError, results[2].level);
 }

@@ -2,28 +2,11 @@
 // project "art" keeps its generic data in "gen", a base "_default.burn", and helpers to write
 // files and read parameters back.
 #pragma once
-
 #include "burnconfig/configload.h"
 #include "pipeline/pipeline.h"
 #include "support/tempfolder.h"
-
 #include <gtest/gtest.h>
-
-#include <cctype>
-#include <string>
-
-// A test name from a case's label: its letters and digits, other runs as one '_'.
-template <class Case> std::string CaseName(const ::testing::TestParamInfo<Case>& info)
-{
-    std::string name;
-    for (const char c : std::string(info.param.label))
-        if (std::isalnum(static_cast<unsigned char>(c)))
-            name += c;
-        else if (!name.empty() && name.back() != '_')
-            name += '_';
-    return name;
-}
-
+#include <algorithm>
 // Two groups, three targets, and the parameters that the tests override.
 inline const char* const s_baseBurn = R"(burn_version = 2
 burn_targets = {
@@ -43,8 +26,7 @@ burn_params = {
 // An override file of one parameter of models/final.
 inline std::string Override(const std::string& param, const std::string& value)
 {
-    return "burn_params = { { name = 'models', targets = { { target = 'final', params = { { '" + param +
-           "', '" + value + "' } } } } } }\n";
+    return "burn_params = { { name = 'models', targets = { { target = 'final', params = { { '" + param + "', '" + value + "' } } } } } }\n";
 }
 
 class BurnTree : public ::testing::Test
@@ -53,10 +35,8 @@ protected:
     void SetUp() override
     {
         ConfigLoad::ClearBaseCache();
-        m_root.Write("pipeline.ini",
-                     "[project:art]\r\nDataSource=src\r\nDataSourceShared=\r\nDataBurn=\r\n"
-                     "DataIntermediate=\r\nDataGeneric=gen\r\nDataFinal=final\r\nDataPreview=\r\n"
-                     "LocaleFolder=\r\nAttrLoc=\r\nParent=\r\n");
+        m_root.Write("pipeline.ini", "[project:art]\r\nDataSource=src\r\nDataSourceShared=\r\nDataBurn=\r\nDataIntermediate=\r\n"
+                                     "DataGeneric=gen\r\nDataFinal=final\r\nDataPreview=\r\nLocaleFolder=\r\nAttrLoc=\r\nParent=\r\n");
         m_root.Write("gen/units/tank/tank.sgm", "model");
         m_root.Write("src/tank.max", "scene");
         ASSERT_EQ(Pipeline::InitOk, Pipeline::Initialize(Path("pipeline.ini").c_str()));
@@ -67,15 +47,9 @@ protected:
     std::string Path(const std::string& relative) const
     {
         std::string path = m_root / relative;
-        for (char& c : path)
-            c = c == '/' ? '\\' : c;
-        return path;
+        return std::replace(path.begin(), path.end(), '/', '\\'), path;
     }
-    std::string Write(const std::string& relative, const std::string& text) const
-    {
-        m_root.Write(relative, text);
-        return Path(relative);
-    }
+    std::string Write(const std::string& relative, const std::string& text) const { return m_root.Write(relative, text), Path(relative); }
     std::string Read(const std::string& relative) const { return TempFolder::Read(m_root / relative); }
 
     TempFolder m_root;
