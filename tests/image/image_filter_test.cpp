@@ -54,9 +54,9 @@ TEST(ImageRescale, RowsAgainstTheFilterWeights)
 
 TEST(ImagePalettize, ThreeColoursGiveThreeEntriesInSplitOrderAndTheRestStayUnset)
 {
-    // Blue 10, 20 and 200: the first split (blue at 105) puts 200 in box 1, the second (blue at 15)
-    // puts 20 in box 2.
-    const Colour a(0, 0, 10, 255), b(0, 0, 20, 255), c(0, 0, 200, 255);
+    // Blue 10, 20 and 30: the first split (blue at 20, which stays below) puts 30 in box 1, the
+    // second (blue at 15) puts 20 in box 2.
+    const Colour a(0, 0, 10, 255), b(0, 0, 20, 255), c(0, 0, 30, 255);
     auto pSrc = MakeRGBA32(3, 2, {c, a, b, b, a, c});
     auto p = Palettize(*pSrc);
     ASSERT_NE(p, nullptr);

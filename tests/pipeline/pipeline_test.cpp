@@ -278,3 +278,16 @@ TEST_F(MapperTest, ProjectQuestionsAndTheParentWalk)
     // No project and parents: a record with nothing to mount.
     EXPECT_TRUE(Pipeline::CreateMapper(nullptr, DataGeneric, false).IsEmpty());
 }
+
+TEST(PipelineData, NamesAndAliasesOfKindsAndNoneOutOfRange)
+{
+    const std::tuple<int, const char*, const char*, bool> cases[] = {
+        {DataGeneric, "DataGeneric", "GENERIC", true}, {AttrLoc, "AttrLoc", "AttrLoc", false},
+        {-1, nullptr, nullptr, false}, {PipelineDataCount, nullptr, nullptr, false}};
+    for (const auto& [kind, name, alias, folder] : cases)
+    {
+        EXPECT_STREQ(name, PipelineDataName(kind)) << kind;
+        EXPECT_STREQ(alias, PipelineDataAlias(kind)) << kind;
+        EXPECT_EQ(folder, PipelineDataIsFolder(kind)) << kind;
+    }
+}

@@ -49,6 +49,7 @@ TEST(P4TaggedOutput, EachTagBecomesItsCall)
         // Text outside the protocol is an error; tags that only look like ours are not ours.
         {"p4: command not understood\nsecond line", -1, {"error:p4: command not understood\nsecond line"}},
         {"info12: x\ninfox: y\n", -1, {"error:info12: x\ninfox: y"}},
+        {"info:bare\nexit: 0\n", 0, {"info0:bare"}}, // the blank after the tag is optional
     };
     for (const auto& [output, exitCode, calls] : cases)
     {

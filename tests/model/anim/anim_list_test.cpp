@@ -3,6 +3,7 @@
 #include "model/anim/animlist.h"
 
 #include "model/anim/anim_test_util.h"
+#include "model/anim/animlistnode_bv.h"
 #include "model/mesh/meshgroup.h"
 #include "model/rendermodel.h"
 #include "model/shader/shader_test_env.h"
@@ -146,4 +147,26 @@ TEST_F(AnimListTest, CrossReferencedAnimationMapsBonesByName)
     EXPECT_EQ(N("data:art/other.sgm"), m_list.GetAnimNode(1)->GetXRefName());
     EXPECT_EQ(1, m_list.GetXRefCount());
     EXPECT_EQ(2, m_list.GetAnimCount());
+}
+
+TEST_F(AnimListTest, BoxIsBuiltOnlyWhenAskedForAndMissing)
+{
+    AnimListNodeBV::SetBuilder(
+        [](const RenderModel&, AnimListNode& node)
+        {
+            node.SetBV({0, 0, 0}, {9, 9, 9});
+            return true;
+        });
+    // Has a box, build asked for -> the largest value of the box afterwards (0: none).
+    const std::tuple<bool, bool, float> cases[] = {{true, true, 1}, {false, false, 0}, {false, true, 9}};
+    for (const auto& [hasBV, build, top] : cases)
+    {
+        std::unique_ptr<AnimListNode> pNode = Node(std::make_unique<Anim>("run"));
+        if (hasBV)
+            pNode->SetBV({0, 0, 0}, {1, 1, 1});
+        const int index = m_list.AddAnim(std::move(pNode), build);
+        ra::Vec3 minimum, maximum;
+        EXPECT_EQ(top, m_list.GetAnimNode(index)->GetBV(minimum, maximum) ? maximum.x : 0) << hasBV << build;
+    }
+    AnimListNodeBV::SetBuilder(nullptr);
 }

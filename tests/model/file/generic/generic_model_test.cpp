@@ -195,7 +195,10 @@ TEST(GenericModel, BrokenLinksAreLoggedAndStoodInOrDropped)
                                                Data("CMRA", 1, Bytes().I32(0).I32(0), "no_camera")),
                                     "run");
     const std::string xrefs = Folder("ANIM", 2, Data("XREF", 3, Bytes().Str("art/donor").Str("run")), "run") +
-                              Folder("ANIM", 2, Data("XREF", 3, Bytes().Str("art/donor").Str("jump")), "jump");
+                              Folder("ANIM", 2,
+                                     Data("XREF", 3, Bytes().Str("art/donor").Str("jump")) +
+                                         Data("ANBV", 1, Bytes().Vec3(-1, -2, -3).Vec3(4, 5, 6)),
+                                     "jump");
     const std::string shared = Data("SSHR", 1, Bytes().Str("no_such_shader"));
     std::unique_ptr<RenderModel> p = LoadModel(Folder("RSGM", 1, SmallModelParts() + anim + xrefs + shared, "small"));
     for (const char* line : {"Unable to find bone nobody in skeleton, ignoring it!",
@@ -213,6 +216,8 @@ TEST(GenericModel, BrokenLinksAreLoggedAndStoodInOrDropped)
     EXPECT_EQ(Text(jump.GetAnim()->GetName()), "jump");
     EXPECT_EQ(Text(jump.GetXRefName()), "art/donor");
     EXPECT_EQ(jump.GetAnim()->GetBoneCount(), 2);
+    ra::Vec3 minimum, maximum; // and keeps the box its chunk gave
+    EXPECT_TRUE(jump.GetBV(minimum, maximum) && maximum == ra::Vec3(4, 5, 6));
     // A shared shader whose file is missing stands in blank, still shared.
     Inv::Resource* pShader = nullptr;
     ASSERT_TRUE(Inv::Warehouse::Get()->Find(&pShader, "no_such_shader", Shader::GetTypeInfo()));

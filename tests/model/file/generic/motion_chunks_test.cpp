@@ -251,11 +251,14 @@ TEST(MotionChunks, ObsoleteMotionFoldersReadEachVersion)
     v4.U8(0);
     Bytes v5 = tail(Bytes().I32(0).I32(0).U8(0).I32(0), 5);
     v5.U8(1).Str("walker");
+    Bytes v3 = tail(Bytes().I32(0).I32(0).U8(0).I32(0), 3);
+    v3.U8(1).Str("walker");
     HandFile hand;
     hand.Folder("MTRE", 2).Folder("MOTN", 1, "walker").Data("MDAT", 1, nullptr, v1).End();
     hand.Folder("MOTN", 2, "runner").Data("MDAT", 2, nullptr, v2).End();
     hand.Folder("MOTN", 2, nullptr).Data("MDAT", 4, "idler", v4).End();
     hand.Folder("MOTN", 2, "late").Data("MDAT", 5, nullptr, v5).End();
+    hand.Folder("MOTN", 2, "middle").Data("MDAT", 3, nullptr, v3).End();
     LogCapture log;
     ReadTree(hand.End().Contents(), m.model);
     EXPECT_EQ(log.Count("Obsolete motion tree detected, please resave the motion tree!"), 1);
@@ -263,7 +266,7 @@ TEST(MotionChunks, ObsoleteMotionFoldersReadEachVersion)
     EXPECT_EQ(m.model.GetAnimList()->FindAnim(N("MOTION_ERROR - walker")), AnimList::InvalidIndex);
 
     const ra::MotionList& motions = m.model.GetMotionList();
-    ASSERT_EQ(motions.GetMotionCount(), 4);
+    ASSERT_EQ(motions.GetMotionCount(), 5);
     const Motion* pWalker = motions.GetMotion(0);
     EXPECT_EQ(pWalker->GetAnimNodeCount(), 1);
     EXPECT_TRUE(pWalker->GetRandomRepeat());
@@ -280,6 +283,7 @@ TEST(MotionChunks, ObsoleteMotionFoldersReadEachVersion)
     EXPECT_EQ(motions.GetMotion(2)->GetName(), N("idler")) << "the data chunk's name when the folder has none";
     EXPECT_TRUE(motions.GetMotion(2)->GetIgnoreTransitions());
     EXPECT_EQ(motions.GetMotion(3)->GetTimingModifier(), pWalker->GetTimingModifier());
+    EXPECT_EQ(motions.GetMotion(4)->GetTimingModifier(), pWalker->GetTimingModifier()) << "version 3 names it";
 }
 
 TEST(MotionChunks, OlderClausesAndModifiersAndBadEntries)
