@@ -1,3 +1,4 @@
+// The console listener: what reaches standard error, and in what form.
 #include "foundation/debug.h"
 #include "logging/consolelistener.h"
 #include "support/logcapture.h"
