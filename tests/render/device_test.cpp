@@ -1,13 +1,12 @@
 #include "render/nulldevice.h"
 
 #include "foundation/debug.h"
-#include "support/logcapture.h"
 #include "render/pixelmask.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-
 
 namespace
 {

@@ -10,7 +10,6 @@
 #include <cstring>
 #include <stdexcept>
 
-
 namespace
 {
 fr::VertexType Type(std::initializer_list<uint32> components)
@@ -63,20 +62,6 @@ TEST(VertexSetLayout, WithoutWeightsComponentsArePackedInRisingOrder)
     EXPECT_EQ(OffsetOf(set, fr::VC_TexCoord1), 32);
 }
 
-TEST(VertexSetLayout, LockedPointerMovesByTheStridePerVertex)
-{
-    const auto type = Type({fr::VC_Position, fr::VC_Weights, fr::VC_TexCoord0});
-    fr::MemoryVertexSet set;
-    ASSERT_TRUE(set.Create(type, 10, 0));
-    uint32 stride = 0;
-    auto* p0 = static_cast<uint8*>(set.LockArray(fr::VC_TexCoord0, stride, 0, 10));
-    set.UnlockArray(fr::VC_TexCoord0);
-    auto* p7 = static_cast<uint8*>(set.LockArray(fr::VC_TexCoord0, stride, 7, 3));
-    set.UnlockArray(fr::VC_TexCoord0);
-    EXPECT_EQ(stride, 12u + 16u + 4u + 8u);
-    EXPECT_EQ(p7 - p0, 7 * std::ptrdiff_t(stride));
-}
-
 TEST(VertexSetCreate, SizeLimitIs65535Vertices)
 {
     const auto type = Type({fr::VC_Position});
@@ -99,53 +84,6 @@ TEST(VertexSetCreate, SizeLimitIs65535Vertices)
     EXPECT_EQ(log.Count("Size too large for VertexSet::Create()"), 1);
     EXPECT_EQ(big.GetBlockSize(), 0u);
     EXPECT_EQ(big.GetSize(), 0u);
-}
-
-TEST(VertexSetCreate, ResizeKeepsTypeAndUsageAndCopyCreateTakesTypeAndSize)
-{
-    const auto type = Type({fr::VC_Position, fr::VC_Normal});
-    fr::MemoryVertexSet set;
-    ASSERT_TRUE(set.Create(type, 4, 2));
-    ASSERT_TRUE(set.Resize(9));
-    EXPECT_EQ(set.GetSize(), 9u);
-    EXPECT_EQ(set.GetType(), type);
-    EXPECT_EQ(set.GetUsage(), 2u);
-    EXPECT_EQ(set.GetBlockSize(), 9u * 24u);
-
-    fr::NullVertexSet copy;
-    ASSERT_TRUE(copy.Create(set, 5));
-    EXPECT_EQ(copy.GetType(), type);
-    EXPECT_EQ(copy.GetSize(), 9u);
-    EXPECT_EQ(copy.GetUsage(), 5u);
-    EXPECT_TRUE(copy.IsStreamEnabled(fr::VC_Normal));
-    EXPECT_FALSE(copy.IsStreamEnabled(fr::VC_Weights));
-
-    MemoryPool& pool = MemoryPool::Get("fr::MemoryVertexSet");
-    const uint64 live = pool.GetLiveCount();
-    set.Destroy();
-    EXPECT_EQ(set.GetBlockSize(), 0u);
-    EXPECT_EQ(pool.GetLiveCount(), live - 1) << "the block went back to the pool";
-}
-
-TEST(VertexSetLock, DoubleLockLogsOnceAndStillGivesThePointer)
-{
-    fr::MemoryVertexSet set;
-    ASSERT_TRUE(set.Create(Type({fr::VC_Position, fr::VC_Normal}), 4, 0));
-    LogCapture log;
-    uint32 stride = 0;
-    void* p1 = set.LockArray(fr::VC_Normal, stride);
-    EXPECT_EQ(log.Size(), 0u);
-    void* p2 = set.LockArray(fr::VC_Normal, stride);
-    EXPECT_NE(p1, nullptr);
-    EXPECT_EQ(p1, p2);
-    EXPECT_EQ(log.Count("VertexComponent already locked."), 1);
-    EXPECT_TRUE(set.IsLocked(fr::VC_Normal));
-    EXPECT_FALSE(set.IsLocked(fr::VC_Position));
-
-    set.UnlockArray(fr::VC_Normal);
-    EXPECT_EQ(log.Count("VertexComponent not locked."), 0);
-    set.UnlockArray(fr::VC_Normal);
-    EXPECT_EQ(log.Count("VertexComponent not locked."), 1);
 }
 
 TEST(VertexSetLock, RefusesAbsentComponentsBadRangesAndZeroCounts)
@@ -255,28 +193,4 @@ TEST(VertexSetRanges, AddSetGetAndRemove)
     EXPECT_EQ(start, 0u);
     EXPECT_EQ(count, 0u);
     EXPECT_EQ(set.AddRange(0, 100), 2u);
-}
-
-TEST(VertexSetRanges, BadRangesAreAssertions)
-{
-    fr::MemoryVertexSet set;
-    ASSERT_TRUE(set.Create(Type({fr::VC_Position}), 100, 0));
-    dbg::ScopedThrowOnAssert throwing;
-    EXPECT_THROW(set.AddRange(0, 0), std::runtime_error);
-    EXPECT_THROW(set.AddRange(100, 1), std::runtime_error);
-    EXPECT_THROW(set.AddRange(0, 101), std::runtime_error);
-    EXPECT_THROW(set.SetRange(0, 60, 41), std::runtime_error);
-    EXPECT_THROW(set.SetRange(3, 0, 1), std::runtime_error);
-    uint32 start = 0, count = 0;
-    EXPECT_THROW(set.GetRange(1, start, count), std::runtime_error);
-    try
-    {
-        set.AddRange(0, 0);
-    }
-    catch (const std::runtime_error& e)
-    {
-        EXPECT_NE(std::string(e.what()).find("count > 0"), std::string::npos) << e.what();
-    }
-    dbg::ScopedThrowOnAssert quiet(false);
-    EXPECT_EQ(set.AddRange(0, 0), fr::VertexSet::InvalidRange);
 }
