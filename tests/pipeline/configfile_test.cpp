@@ -8,7 +8,6 @@
 
 namespace
 {
-// Reads `text` as a file named "test.ini".
 void LoadText(ConfigFile& config, const std::string& text)
 {
     RamStream stream;
@@ -82,7 +81,6 @@ TEST(ConfigFileRead, SectionsKeysAndTypedReads)
     char buffer[8] = "garbage";
     EXPECT_TRUE(config.GetString("five", buffer, 6) && std::string(buffer) == "12345");
     EXPECT_FALSE(config.GetString("five", buffer, 5) || buffer[0] != '\0');
-    // The line reader cut this one to 1018 characters, which the 2048 of the text form hold.
     std::string text;
     EXPECT_TRUE(config.GetString("long", text) && text.size() == 1018u);
     EXPECT_FALSE(config.GetString("absent", text) || !text.empty());
@@ -106,7 +104,6 @@ TEST(ConfigFileSave, SetRemoveRefuseAndReadBack)
 {
     LogCapture log;
     TempFolder folder;
-    // A read-only target is made writable and written.
     const std::string name = folder.Write("settings.ini", "[old]\r\nk=v\r\n", std::filesystem::perms::owner_read);
     ConfigFile config;
     config.SelectSection("Zeta");
@@ -120,7 +117,6 @@ TEST(ConfigFileSave, SetRemoveRefuseAndReadBack)
     config.SelectSection("none");
     EXPECT_FALSE(config.RemoveKey("path"));
     ASSERT_TRUE(config.Save(name.c_str()));
-    // A folder where the file would go: a failure with a message.
     std::filesystem::create_directories(folder / "taken.ini");
     EXPECT_FALSE(config.Save((folder / "taken.ini").c_str()));
     EXPECT_EQ(1u, log.With("Couldn't open config file").size());

@@ -17,7 +17,6 @@ class PipelineTest : public ::testing::Test
 {
 protected:
     void TearDown() override { Pipeline::IsInitialized() ? Pipeline::Shutdown() : void(); }
-    // Writes pipeline.ini at the root and initialises from a file deep below it.
     int Init(const std::string& ini, const std::string& from = "tank/source/units/deep/tank.max")
     {
         TearDown(), m_root.Write("pipeline.ini", ini);
@@ -31,7 +30,6 @@ protected:
 const std::string s_plain = IniText({"[Global]", "ToolsData=tools", "[p4]", "RevControlPort=", "[Version]",
                                      "VersionPath=\\\\server\\versions", "VersionUsers=alice;bob"});
 
-// The section with `key` set to `value`, or without the key when `value` is null.
 std::string Edit(std::string section, const std::string& key, const char* value)
 {
     const size_t at = section.find("\r\n" + key + "=") + 2, end = section.find("\r\n", at) + 2;
@@ -54,7 +52,6 @@ protected:
     }
     void TearDown() override { FilePath::Reset(), PipelineTest::TearDown(); }
     void OnOpen(const char*, const char*, const char* id) override { m_lastId = id; }
-    // The id of the path that gives `name`, or "" when none does.
     std::string OpenedThrough(const std::string& name)
     {
         return m_lastId.clear(), FilePath::Open(name.c_str(), ByteStream::Mode_Read) != nullptr ? m_lastId : "";
@@ -103,7 +100,6 @@ TEST_F(PipelineTest, FindsAndJudgesTheFile)
 
 TEST_F(PipelineTest, ProjectsFoldersExtrasAndSections)
 {
-    // "a|b|" of a list of texts read by index.
     auto List = [](uint32 count, auto get)
     { std::string text; for (uint32 i = 0; i < count; ++i) text += std::string(get(i)) + "|"; return text; };
     const std::string tank = Edit(
@@ -118,11 +114,9 @@ TEST_F(PipelineTest, ProjectsFoldersExtrasAndSections)
     EXPECT_EQ(f + "source|" + f + "shared|/abs/burn|" + f + "interm|" + f + "generic|" + f + "final|" + f + "locale|" +
                   Front() + ".|attrib\\tank|",
               List(PipelineDataCount, [](uint32 k) { return Pipeline::ProjectFolder("Tank", PipelineData(k)); }));
-    // DataExtra is cut at semicolons and blanks.
     auto extras = [&List](const char* p)
     { return List(Pipeline::ProjectExtraCount(p), [p](uint32 i) { return Pipeline::ProjectExtra(p, i); }); };
     EXPECT_EQ(Front() + "x1|" + Front() + "x2|/abs/x3|/" + Front() + "x4|/", extras("tank") + "/" + extras("base") + "/" + extras("c"));
-    // The project sections are not among the plain ones.
     EXPECT_EQ("global|p4|version|", List(Pipeline::SectionCount(), Pipeline::SectionName));
     EXPECT_EQ("versionpath=\\\\server\\versions|versionusers=alice;bob|",
               List(Pipeline::SectionKeyCount(2), [](uint32 k)
@@ -230,7 +224,6 @@ TEST_F(MapperTest, ChildThenItsExtrasThenTheParentFromPriority200)
     // A write goes to the first writable source: the child's own folder.
     ASSERT_NE(nullptr, FilePath::Open("DATA:written.tqm", ByteStream::Mode_Write));
     EXPECT_TRUE(std::filesystem::exists(m_root / "tank/final/written.tqm"));
-    // Without parents, and for other kinds, there are no extras.
     EXPECT_EQ(std::pair(size_t(2), size_t(2)), std::pair(Pipeline::CreateMapper("tank", DataFinal, true).Mappings().size(),
                                                           Pipeline::CreateMapper("tank", DataGeneric, false).Mappings().size()));
 }
@@ -268,14 +261,12 @@ TEST_F(MapperTest, ProjectQuestionsAndTheParentWalk)
     const Mapper none = Pipeline::CreateMapper("nobody", DataFinal, false), loop = Pipeline::CreateMapper("loop1", DataGeneric, false);
     EXPECT_EQ(1u, Pipeline::CreateMapper("orphan", DataGeneric, false).Mappings().size());
     EXPECT_TRUE(loop.Mappings().size() == 2 && none.IsEmpty() && none.Mappings().empty() && none.Project() == nullptr);
-    // mapper, name, IsProject, IsDerivedFrom
     const std::tuple<const Mapper*, const char*, bool, bool> cases[] = {
         {&tank, "TANK", true, false}, {&tank, "base", false, true}, {&tank, nullptr, false, false},
         {&base, "tank", false, false}, {&none, nullptr, true, false}, {&loop, "loop2", false, true}, {&loop, "base", false, false}};
     for (const auto& [pMapper, name, project, derived] : cases)
         EXPECT_EQ(std::pair(project, derived), std::pair(pMapper->IsProject(name), pMapper->IsDerivedFrom(name)))
             << (name != nullptr ? name : "null");
-    // No project and parents: a record with nothing to mount.
     EXPECT_TRUE(Pipeline::CreateMapper(nullptr, DataGeneric, false).IsEmpty());
 }
 
