@@ -260,6 +260,10 @@ TEST_F(FilePathTest, ConvertToAliasedAndTheRawSource)
     std::strcpy(name, "/elsewhere/x.tga");
     EXPECT_FALSE(FilePath::ConvertToAliased(name));
     EXPECT_TRUE(log.Has("WARNING: Could not convert file [/elsewhere/x.tga]"));
+    {
+        dbg::ScopedThrowOnAssert silent(false);
+        EXPECT_FALSE(FilePath::ConvertToAliased(nullptr)) << "no name converts to nothing";
+    }
     std::strcpy(name, "DATA:Art\\Units/Tank.TGA");
     FilePath::MakeCanonical(name);
     EXPECT_STREQ(name, "data:art/units/tank.tga");
