@@ -144,6 +144,7 @@ TEST(NamedPipe, MessagesKeepTheirBoundariesAcrossBlocks)
     EXPECT_FALSE(server.Peek(hasData)) << "the client has gone";
     NamedPipe stranger(NamedPipe::LocalPath("NoSuchPipe"), NamedPipe::Client);
     EXPECT_FALSE(stranger.Create());
+    EXPECT_FALSE(stranger.Read(block, 4, read, more)) << "nothing to read from a pipe never opened";
 }
 
 TEST(NamedPipe, TheServerWaitsWhileAskedToAndNoLonger)

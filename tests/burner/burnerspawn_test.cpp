@@ -76,6 +76,7 @@ TEST_F(BurnerSpawnTest, SecondStartLeavesTheFirstUndisturbed)
     UseMode("slow-result");
     BurnerResults results;
     ASSERT_TRUE(BurnerSpawn::StartBurn(m_burnerPath, 3, "/f", "x$", false, false, true, results));
+    EXPECT_FALSE(BurnerSpawn::RunningProcess()->Start(m_burnerPath)) << "the running process is not started twice";
     BurnerResults second;
     EXPECT_FALSE(BurnerSpawn::StartBurn(m_burnerPath, 4, "/g", "y$", false, false, true, second));
     EXPECT_EQ(Texts(second), s_error + "Burn already in progress\n");
