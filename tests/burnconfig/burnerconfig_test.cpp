@@ -19,6 +19,7 @@ TEST(BurnerConfig, AddRefusesNullsEmptyNamesUnknownGroupsAndTwins)
     for (const auto& [group, name, destination, plugin, added] : cases)
         EXPECT_EQ(added, config.AddTarget(group, name, destination, plugin)) << (name ? name : "null");
     EXPECT_TRUE(config.GetTarget(0, 1) == config.FindTarget("models", "PREVIEW") && config.GetTarget(0, 2) == BurnerConfig::TargetID::InvalidID);
+    EXPECT_EQ(0u, config.TargetCount(1)) << "one past the last group has no targets";
 }
 
 TEST(BurnerResults, ThreeWordingsAndWholeTextsWrittenAsLines)
