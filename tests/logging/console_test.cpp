@@ -55,5 +55,11 @@ TEST(Console, ShowsErrorsAndWarningsAlwaysTracesWhenVerboseNamesInTheUsersForm)
         EXPECT_TRUE(dbg::StopConsole());
         EXPECT_TRUE(!pLog || pLog->Size() >= 1) << c.text << ": the listeners get every line";
     }
+    dbg::StartConsole(false);
+    dbg::GetDispatcher().Output(nullptr, 0); // an empty batch has no first line to look at
+    EXPECT_TRUE(dbg::StopConsole());
+    testing::internal::CaptureStderr();
+    dbErrorf("after the stop");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "the console is no longer the dispatcher";
     EXPECT_FALSE(dbg::StopConsole()) << "stopped already";
 }
