@@ -222,6 +222,9 @@ TEST_F(BuildPatternTest, LayersAreTheImagesAlphaAndTheDirtImageTakesTheTexturesA
             ASSERT_EQ(pPixel[3], uint8(x ^ y)) << "the dirt image carries the texture's alpha";
             ASSERT_EQ(pPixel[0] + pPixel[2] * 256, 9 + 7 * 256);
         }
+    // A layer as wide as the texture but taller is refused all the same.
+    m_tree.WriteImage(Companion("trim"), 256, 257, [](uint32, uint32) { return Pixel{}; });
+    EXPECT_NE(ErrorOf([&] { Build(); }).find("' does not match texture '"), std::string::npos);
 }
 
 } // namespace
