@@ -59,9 +59,17 @@ protected:
 
 TEST_F(ActionStateTest, ConditionsChooseThePlaysAndAChangeSendsTheOthersAway)
 {
+    // Locomotion is reached through 20 levels of sub-actions: a change that deep is still seen.
+    Action* pTop = m_pAction;
+    for (int level = 0; level < 20; ++level)
+    {
+        Action* pUp = m_arm.Model().GetActionTree().AddAction();
+        pUp->SetSubAction(pUp->AddSubAction(pTop->GetName(), ra::Condition::CONDITIONTYPE_ALWAYS, nullptr), pTop);
+        pTop = pUp;
+    }
     ra::ActionState state(m_arm.Model());
     state.SetVariableBool(N("moving"), false);
-    state.SetAction(m_pAction);
+    state.SetAction(pTop);
     state.Update(0.1f);
     using Plays_t = std::vector<std::pair<const Motion*, int>>;
     EXPECT_EQ(

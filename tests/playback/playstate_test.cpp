@@ -111,6 +111,7 @@ TEST_F(PlayStateTest, StartDelayAndTransitionIn)
     Motion* pOld = Make(Motion::TYPE_LOOPING);
     pOld->SetTransitionOutTime(1.0f);
     Steps(Leaving(pOld), {{0.25f, PlayState::STATE_TRANSITION_OUT, Any, 0.75f, 0.25f}});
+    Leaving(m_arm.PlainMotion("abrupt", 1.0f, Motion::TYPE_LOOPING)); // newer, but with no transition to lend
     PlayState& next = Play(Make(Motion::TYPE_NON_LOOPING, 10.0f));
     EXPECT_FLOAT_EQ(0.75f, next.GetTransitionInTime());
     // Ending the transition in from its own state goes to play without advancing.
