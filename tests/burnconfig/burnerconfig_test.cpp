@@ -19,7 +19,11 @@ TEST(BurnerConfig, AddRefusesNullsEmptyNamesUnknownGroupsAndTwins)
     for (const auto& [group, name, destination, plugin, added] : cases)
         EXPECT_EQ(added, config.AddTarget(group, name, destination, plugin)) << (name ? name : "null");
     EXPECT_TRUE(config.GetTarget(0, 1) == config.FindTarget("models", "PREVIEW") && config.GetTarget(0, 2) == BurnerConfig::TargetID::InvalidID);
-    EXPECT_EQ(0u, config.TargetCount(1)) << "one past the last group has no targets";
+    // Assigned a config of fewer groups, the group one past its last has no targets.
+    BurnerConfig wider = config;
+    EXPECT_TRUE(wider.AddTargetGroup("copy", ".*") && wider.AddTarget("copy", "final", "DataFinal", "copy"));
+    wider = config;
+    EXPECT_EQ(0u, wider.TargetCount(1));
 }
 
 TEST(BurnerResults, ThreeWordingsAndWholeTextsWrittenAsLines)
