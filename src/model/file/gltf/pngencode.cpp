@@ -29,6 +29,22 @@ void OnError(png_structp pPng, png_const_charp message)
 
 void OnWarning(png_structp, png_const_charp) {}
 
+// The libpng calls, under its error jump. Only plain values live in this frame, so a jump back
+// leaves nothing half made or clobbered; the caller owns every buffer.
+[[gnu::noinline]] bool WriteRows(png_structp pPng, png_infop pInfo, png_bytepp rows, uint32 width,
+                                 uint32 height, std::vector<uint8>* pOut)
+{
+    if (setjmp(png_jmpbuf(pPng)))
+        return false;
+    png_set_write_fn(pPng, pOut, AppendBytes, NoFlush);
+    png_set_IHDR(pPng, pInfo, width, height, 8, PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(pPng, pInfo);
+    png_write_image(pPng, rows);
+    png_write_end(pPng, pInfo);
+    return true;
+}
+
 // Compresses `rgba` (width * height * 4 bytes, rows top first as they are to appear).
 bool Compress(const std::vector<uint8>& rgba, uint32 width, uint32 height, std::vector<uint8>& out,
               std::string& error)
@@ -44,23 +60,15 @@ bool Compress(const std::vector<uint8>& rgba, uint32 width, uint32 height, std::
     for (uint32 y = 0; y < height; ++y)
         cRow[y] = const_cast<png_bytep>(rgba.data() + size_t(y) * width * 4);
     out.clear();
-    // Nothing with a destructor may be made between setjmp and the last libpng call.
-    if (pInfo == nullptr || setjmp(png_jmpbuf(pPng)))
+    const bool written = pInfo != nullptr && WriteRows(pPng, pInfo, cRow.data(), width, height, &out);
+    png_destroy_write_struct(&pPng, &pInfo);
+    if (!written)
     {
-        png_destroy_write_struct(&pPng, &pInfo);
         if (error.empty())
             error = "libpng could not write the image";
         out.clear();
-        return false;
     }
-    png_set_write_fn(pPng, &out, AppendBytes, NoFlush);
-    png_set_IHDR(pPng, pInfo, width, height, 8, PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_write_info(pPng, pInfo);
-    png_write_image(pPng, cRow.data());
-    png_write_end(pPng, pInfo);
-    png_destroy_write_struct(&pPng, &pInfo);
-    return true;
+    return written;
 }
 } // namespace
 
