@@ -1,5 +1,6 @@
 #include "foundation/runoptions.h"
 #include "logging/logfileioport.h"
+#include "logging/logregistry.h"
 #include "logging/tempfolder.h"
 
 #include <gtest/gtest.h>
@@ -87,6 +88,20 @@ TEST_F(LogPortTest, WithoutTimestampsTheFileIsHeaderLinesAndExitLineExactly)
     const size_t headerEnd = bytes.find("USER artist\r\n\r\n") + std::string("USER artist\r\n\r\n").size();
     EXPECT_EQ(bytes.substr(headerEnd),
               "first\r\n\r\nthird line\r\n\r\nApplication closed without errors\r\n");
+}
+
+// A port without a name takes warnings.log, or the next warningsN.log when another log holds it;
+// dropping a registration frees only its own name.
+TEST_F(LogPortTest, UnnamedPortsTakeTheFirstWarningsLogNotHeld)
+{
+    LogFileIOPort first(nullptr, false), second(nullptr, false);
+    EXPECT_EQ(first.GetFileName(), m_folder / "warnings.log");
+    EXPECT_EQ(second.GetFileName(), m_folder / "warnings1.log");
+    const uint32 a = LogRegistry::Register("a"), b = LogRegistry::Register("b");
+    LogRegistry::Unregister(b);
+    EXPECT_TRUE(LogRegistry::IsRegistered("a"));
+    EXPECT_FALSE(LogRegistry::IsRegistered("b"));
+    LogRegistry::Unregister(a);
 }
 
 TEST_F(LogPortTest, WithTimestampsEveryLineOfABatchHasTheSamePrefix)
