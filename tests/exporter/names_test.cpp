@@ -59,3 +59,12 @@ TEST(SourcePaths, MapBehindTheSourceRootAndOutsideAnyProjectLeaveTheNameUntouche
     EXPECT_TRUE(GetTextureName(out, (folder / "outside/skin.tga").c_str()));
     EXPECT_EQ(out, "");
 }
+
+// The host lists the one file type the exporter writes, and nothing past it.
+TEST(ExporterFileType, OneExtensionSgm)
+{
+    SGMExport exporter;
+    EXPECT_EQ(exporter.ExtCount(), 1);
+    EXPECT_STREQ(exporter.Ext(0), "SGM");
+    EXPECT_STREQ(exporter.Ext(1), "");
+}
