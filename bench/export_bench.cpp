@@ -24,6 +24,8 @@
 #include "storage/chunky.h"
 #include "storage/ramstream.h"
 
+#include "benchquiet.h"
+
 #include <benchmark/benchmark.h>
 
 #include <charconv>
@@ -44,19 +46,6 @@ constexpr int MeshCount = 10;
 constexpr int GridColumns = 200;
 constexpr int GridRows = 150;
 constexpr const char* ExportName = "/tmp/tq7z_export_bench/units/bench/run.sgm";
-
-// Assertions and log lines are dropped for the whole run.
-void Quiet()
-{
-    static const bool s_done = []
-    {
-        static dbg::DebugSpewDispatcher s_quiet;
-        dbg::SetDispatcher(&s_quiet);
-        RunOptions::SetFileText("notrace");
-        return true;
-    }();
-    (void)s_done;
-}
 
 // Scene text, appended number by number.
 class SceneText

@@ -27,6 +27,8 @@
 #include <assimp/Importer.hpp>
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
+#include "benchquiet.h"
+
 #include <benchmark/benchmark.h>
 #include <nlohmann/json.hpp>
 
@@ -50,18 +52,6 @@ constexpr int GridColumns = 200;
 constexpr int GridRows = 150;
 constexpr const char* Folder = "/tmp/tq7z_import_bench";
 constexpr const char* ExportName = "/tmp/tq7z_import_bench/units/bench/run.sgm";
-
-void Quiet()
-{
-    static const bool s_done = []
-    {
-        static dbg::DebugSpewDispatcher s_quiet;
-        dbg::SetDispatcher(&s_quiet);
-        RunOptions::SetFileText("notrace");
-        return true;
-    }();
-    (void)s_done;
-}
 
 // glTF buffer data, appended accessor by accessor.
 class Buffer
